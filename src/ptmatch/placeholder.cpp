@@ -1,0 +1,1 @@
+// Removed by the first real source of this layer.
