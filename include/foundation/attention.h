@@ -1,0 +1,60 @@
+#pragma once
+
+#include <string>
+
+#include "foundation/exception.h"
+#include "foundation/export.h"
+
+/// The one point at which a host can interrupt a long search: the search calls check() in its
+/// loops.
+///
+/// Two ways to interrupt, both for the whole process and both off by default:
+///   - request() asks every search to stop, from another thread or from a signal handler. The
+///   request
+///     stays until clear(); a search started meanwhile is interrupted at its first check.
+///   - setHandler() installs a function that check() asks each time, in the thread of the search;
+///   it
+///     suits deadlines, progress bars, and hosts that interrupt one search of several.
+///
+///     std::signal(SIGINT, [](int) { rxAttention::request(); });
+///     try { matcher.run(data, params, results); }
+///     catch (const rxAttention::Interrupted&) { rxAttention::clear(); }
+///
+/// What was written before request() is visible to whoever catches Interrupted.
+class PTMATCH_EXPORT rxAttention {
+  public:
+    class Interrupted;
+
+    /// Returns true to interrupt the search that asks. What it throws passes through check().
+    using Handler = bool (*)();
+
+    /// Returns when no interruption is wanted.   Cost: two atomic loads, and the handler if there
+    /// is one.
+    /// @throws Interrupted: a request stands, or the handler returned true.
+    static void check();
+
+    /// Asks for interruption. Safe in a signal handler.
+    static void request() noexcept;
+    /// Withdraws the request. Safe in a signal handler.
+    static void clear() noexcept;
+    static bool isRequested() noexcept;
+
+    /// Installs the handler and returns the one it replaces; null stands for none. A check that
+    /// runs meanwhile in another thread may still call the old one.
+    static Handler setHandler(Handler handler) noexcept;
+};
+
+/// Thrown by rxAttention::check(). The interrupted call leaves its arguments as a failed call does.
+class PTMATCH_EXPORT rxAttention::Interrupted : public rxExceptionWithString {
+  public:
+    explicit Interrupted(std::string message);
+    Interrupted(const Interrupted&) noexcept;
+    Interrupted& operator=(const Interrupted&) noexcept;
+    ~Interrupted() override;
+
+    [[noreturn]] void suicideAndRethrow() override;
+
+  private:
+    static rxPersistent* make();
+    static const rx_Instantiator sExemplar;
+};

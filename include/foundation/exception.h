@@ -1,0 +1,79 @@
+#pragma once
+
+#include <exception>
+#include <iosfwd>
+#include <memory>
+#include <string>
+
+#include "foundation/export.h"
+#include "foundation/persistent.h"
+
+/// Root of the library's exceptions: catch it for "anything this library reports".
+/// Also a std::exception; what() gives the message.
+class PTMATCH_EXPORT rxException : public rxPersistent, public std::exception {
+  public:
+    ~rxException() override;
+
+    /// The code of the error; 0 for a class that has none of its own.
+    virtual long errorNumber() const;
+
+    /// Copies the object, deletes it (it must live on the heap) and throws the copy as its own
+    /// class. For code that holds an exception through a base pointer, as after rfLoadPolymorphic.
+    /// A concrete class implements it with rfSuicideAndRethrow(this).
+    [[noreturn]] virtual void suicideAndRethrow() = 0;
+
+  protected:
+    rxException() = default;
+    rxException(const rxException&) = default;
+    rxException& operator=(const rxException&) = default;
+};
+
+/// An exception that carries one message. Copying never throws: copies share the message.
+/// Its record is a version byte 0 and the message (a std::string record).
+class PTMATCH_EXPORT rxExceptionWithString : public rxException {
+  public:
+    rxExceptionWithString(const rxExceptionWithString&) noexcept;
+    rxExceptionWithString& operator=(const rxExceptionWithString&) noexcept;
+    ~rxExceptionWithString() override;
+
+    /// The message up to its first null character; lives as long as the exception is unchanged.
+    const char* what() const noexcept override;
+    const std::string& message() const noexcept { return *text_; }
+
+  protected:
+    explicit rxExceptionWithString(std::string message);
+
+    /// Writes the message to the stream.
+    virtual void message_(std::ostream& stream) const;
+
+    void dispatchSerialize(rxArchive& ar) override;
+    /// @throws rxArchive::UnknownVersion: version is not 0.
+    void serialize_(rxArchive& ar, unsigned char version);
+
+  private:
+    std::shared_ptr<const std::string> text_;  // never null
+};
+
+/// A computation that has no finite answer, such as a singular system of equations.
+class PTMATCH_EXPORT rxMathError : public rxExceptionWithString {
+  public:
+    explicit rxMathError(std::string message);
+    rxMathError(const rxMathError&) noexcept;
+    rxMathError& operator=(const rxMathError&) noexcept;
+    ~rxMathError() override;
+
+    [[noreturn]] void suicideAndRethrow() override;
+
+  private:
+    static rxPersistent* make();
+    static const rx_Instantiator sExemplar;
+};
+
+/// The body of suicideAndRethrow for the class Self: throws a copy of *self after deleting it.
+template <class Self>
+[[noreturn]] void rfSuicideAndRethrow(Self* self) {
+    std::unique_ptr<Self> dying(self);
+    Self copy(*self);
+    dying.reset();
+    throw copy;
+}
