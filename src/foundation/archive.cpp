@@ -73,7 +73,7 @@ rxArchive& rxArchive::operator||(bool& value) {
     if (byte > 1) {
         throw Errors("a truth value is recorded as a byte of 0 or 1, not " + std::to_string(byte));
     }
-    value = byte == 1;
+    if (isLoading()) value = byte == 1;
     return *this;
 }
 

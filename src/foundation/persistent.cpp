@@ -19,6 +19,8 @@ namespace ptmatch::detail {
 /// construction, so that entries of any source file can join it before that of another has run its
 /// initialisation.
 struct TypeRegistry {
+    using Factory = rxPersistent* (*)();
+
     static constinit std::mutex mutex;
     static constinit rx_Instantiator* first;
 
@@ -45,11 +47,11 @@ struct TypeRegistry {
 
     /// A new object of the class that the name stands for; null when it stands for none.
     static std::unique_ptr<rxPersistent> instantiate(const std::string& name) {
-        return factoryOf(name) == nullptr ? nullptr
-                                          : std::unique_ptr<rxPersistent>(factoryOf(name)());
+        const Factory factory = factoryOf(name);
+        return std::unique_ptr<rxPersistent>(factory == nullptr ? nullptr : factory());
     }
 
-    static rxPersistent* (*factoryOf(const std::string& name))() {
+    static Factory factoryOf(const std::string& name) {
         const std::lock_guard lock(mutex);
         const rx_Instantiator* found = nullptr;
         for (const rx_Instantiator* entry = first; entry != nullptr; entry = entry->next_) {
