@@ -1,0 +1,69 @@
+#include "ptmatch/model_quantities.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace ptmatch::detail {
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
+    const double dx = a.x() - b.x();
+    const double dy = a.y() - b.y();
+    return dx * dx + dy * dy;
+}
+
+}  // namespace
+
+NeighbourDistances neighbourDistances(std::span<const rxVector<2>> points) {
+    NeighbourDistances distances;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        double nearest = kInfinity;
+        double farthest = 0.0;
+        for (std::size_t j = 0; j < points.size(); ++j) {
+            if (j == i) continue;
+            const double squared = squaredDistance(points[j], points[i]);
+            nearest = std::min(nearest, squared);
+            farthest = std::max(farthest, squared);
+        }
+        // A nearest distance of 0 silences the point altogether: its next neighbour is not asked.
+        if (nearest != 0.0 && nearest != kInfinity) {
+            distances.smallestNearest = std::min(distances.smallestNearest, std::sqrt(nearest));
+        }
+        if (farthest != 0.0 && farthest != kInfinity) {
+            distances.largestFarthest = std::max(distances.largestFarthest, std::sqrt(farthest));
+        }
+    }
+    return distances;
+}
+
+double defaultGridSize(const NeighbourDistances& distances) {
+    return std::max(distances.smallestNearest / 4, distances.largestFarthest / 4096);
+}
+
+PointExtent pointExtent(std::span<const rxVector<2>> points) {
+    double minX = points[0].x();
+    double maxX = minX;
+    double minY = points[0].y();
+    double maxY = minY;
+    for (const rxVector<2>& point : points.subspan(1)) {
+        minX = std::min(minX, point.x());
+        maxX = std::max(maxX, point.x());
+        minY = std::min(minY, point.y());
+        maxY = std::max(maxY, point.y());
+    }
+
+    PointExtent extent;
+    extent.bounds = rxRectangle<double>(minX, minY, maxX - minX, maxY - minY);
+    extent.center = rxVector<2>((maxX + minX) / 2, (minY + maxY) / 2);
+    double squaredRadius = 0.0;
+    for (const rxVector<2>& point : points) {
+        squaredRadius = std::max(squaredRadius, squaredDistance(point, extent.center));
+    }
+    extent.radius = std::sqrt(squaredRadius);
+    return extent;
+}
+
+}  // namespace ptmatch::detail

@@ -1,1 +1,0 @@
-// Removed by the first real source of this layer.
