@@ -40,6 +40,8 @@ class PTMATCH_EXPORT rxMemoryLoadArchive : public rxArchive {
   public:
     explicit rxMemoryLoadArchive(std::span<const unsigned char> input)
         : rxArchive(Direction::eLoading), input_(input) {}
+    /// A temporary would be gone before the first load.
+    explicit rxMemoryLoadArchive(std::vector<unsigned char>&& input) = delete;
     ~rxMemoryLoadArchive() override;
 
     /// Bytes loaded so far.

@@ -1,0 +1,72 @@
+#include "support/allocation_meter.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local bool isMeasuring = false;
+thread_local std::size_t largestAllocation = 0;
+
+void* allocate(std::size_t size) noexcept {
+    if (isMeasuring) largestAllocation = std::max(largestAllocation, size);
+    return std::malloc(std::max<std::size_t>(size, 1));
+}
+
+void* allocateOrThrow(std::size_t size) {
+    void* memory = allocate(size);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+}  // namespace
+
+// The whole family is replaced, so that no sanitizer sees one half of it meet the other.
+void* operator new(std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+    return allocateOrThrow(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+
+namespace ptmatch::testing {
+
+AllocationMeter::AllocationMeter() {
+    largestAllocation = 0;
+    isMeasuring = true;
+}
+
+AllocationMeter::~AllocationMeter() {
+    isMeasuring = false;
+}
+
+std::size_t AllocationMeter::largest() const {
+    return largestAllocation;
+}
+
+}  // namespace ptmatch::testing
