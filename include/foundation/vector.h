@@ -52,6 +52,8 @@ class PTMATCH_EXPORT rxVector<2> {
     rxRadian angle() const { return rxRadian(std::atan2(y_, x_)); }
     /// True when both coordinates are exactly 0 (of either sign).
     constexpr bool isNull() const { return x_ == 0.0 && y_ == 0.0; }
+    /// False when a coordinate is not-a-number or infinite.
+    bool isFinite() const { return std::isfinite(x_) && std::isfinite(y_); }
 
     friend constexpr rxVector operator+(const rxVector& a, const rxVector& b) {
         return rxVector(a.x_ + b.x_, a.y_ + b.y_);

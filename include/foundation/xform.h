@@ -25,6 +25,12 @@ class PTMATCH_EXPORT rxMatrix<2> {
         return col == 0 ? e10_ : e11_;
     }
 
+    /// False when an element is not-a-number or infinite.
+    bool isFinite() const {
+        return std::isfinite(e00_) && std::isfinite(e01_) && std::isfinite(e10_) &&
+               std::isfinite(e11_);
+    }
+
     /// e00 e11 - e01 e10, each product rounded.
     constexpr double determinant() const { return e00_ * e11_ - e01_ * e10_; }
 
@@ -77,7 +83,7 @@ class PTMATCH_EXPORT rxXform<2> {
     }
 
     /// M^-1 and -(M^-1 t).
-    /// @throws rxMathError: the transform is singular, or its inverse leaves the range of double.
+    /// @throws rxMathError: the transform is singular, or its inverse is not finite.
     rxXform inverse() const;
     /// True when the determinant, as a double, is zero or not finite: also for a finite matrix
     /// whose determinant leaves the range of double, and for a matrix with an element that is not
@@ -86,6 +92,9 @@ class PTMATCH_EXPORT rxXform<2> {
         const double determinant = matrix_.determinant();
         return determinant == 0.0 || !std::isfinite(determinant);
     }
+
+    /// False when a matrix element or the translation is not-a-number or infinite.
+    bool isFinite() const { return matrix_.isFinite() && trans_.isFinite(); }
 
     /// The length of the image of the unit x axis, sqrt(M00^2 + M10^2).
     double xScale() const;
