@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/archive.h"
@@ -39,6 +41,7 @@ class PTMATCH_EXPORT rxPointMatcherResult {
     /// The index of the data point at a position of the trained grid pattern, -1 where none fell.
     /// @param position  a pixel of the pattern, in its client coordinates.
     /// @throws rxPointMatcherDefs::NotRun unless the mode is `ePointToGrid`.
+    /// @throws rx_PelBuffer::Errors when the position is outside the pattern.
     long gridToDataMap(const rxPair<long>& position) const;
 
     /// The matched share of the model, in [0, 1]: of its weight where it is weighted, else of its
@@ -100,3 +103,8 @@ class PTMATCH_EXPORT rxPointMatcherResultSet {
 
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPointMatcherResult& result);
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPointMatcherResultSet& resultSet);
+
+/// Version, mode, pose, empty map, coverage, error; and an image, which takes at least a byte.
+template <>
+struct rx_MinimalRecordSize<rxPointMatcherResult>
+    : std::integral_constant<std::uint64_t, 4 + 4 + 48 + 5 + 8 + 8 + 1> {};

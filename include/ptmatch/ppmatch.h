@@ -121,6 +121,9 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// The trained model, or null; null too while a loaded model is marked as untrained.
     const rx_PointMatcherModel* trainedModel_() const;
 
+    /// @throws rxArchive::Errors when the parts, freshly loaded, do not fit together.
+    void requireConsistent_() const;
+
     /// Takes over the parts that a record brought, and keeps the others.
     void adopt_(rxPointMatcher& loaded) noexcept;
 

@@ -17,6 +17,12 @@ double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
 
 }  // namespace
 
+bool allFinite(std::span<const rxVector<2>> points) {
+    return std::ranges::all_of(points, [](const rxVector<2>& point) {
+        return std::isfinite(point.x()) && std::isfinite(point.y());
+    });
+}
+
 NeighbourDistances neighbourDistances(std::span<const rxVector<2>> points) {
     NeighbourDistances distances;
     for (std::size_t i = 0; i < points.size(); ++i) {

@@ -8,6 +8,9 @@
 
 namespace ptmatch::detail {
 
+/// True when no coordinate is infinite or not a number.
+bool allFinite(std::span<const rxVector<2>> points);
+
 /// Distances inside a point set that say how fine a search grid has to be.
 struct NeighbourDistances {
     /// Smallest distance from a point to its nearest neighbour. Points with an exact double are

@@ -60,7 +60,10 @@ class rx_PointMatcherModel {
 
   private:
     void deriveExtent_();
-    void checkLoaded_() const;
+
+    /// Refuses values that contradict each other, then derives anew what the points determine, all
+    /// but the default grid size, whose cost would let a small record keep a loader busy.
+    void settleLoaded_();
 
     bool trained_ = false;
     double defaultGridSize_ = 0.0;
