@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <variant>
+
+#include "foundation/image.h"
+
+namespace ptmatch::detail {
+
+struct SearchGrid;
+
+/// Which data point lies where on the search grid.
+/// Labels are data indices plus 1 (0 = nothing there), of 16 bits while those suffice.
+class LabelImage {
+  public:
+    /// How much of its surroundings a data point labels.
+    enum class Extent {
+        Point,  ///< its pixel alone
+        Block   ///< the 3 x 3 block around it, as the marks are drawn
+    };
+
+    /// Draws all data points in order: where two meet, the later one stays. Cost O(pixels + data).
+    LabelImage(const SearchGrid& grid, Extent extent);
+
+    /// Index of the data point at a pixel; -1 where none is and outside the image.
+    long dataIndexAt(long x, long y) const;
+
+    long width() const { return width_; }
+    long height() const { return height_; }
+
+  private:
+    template <class Label>
+    rxPelBuffer<Label> draw_(const SearchGrid& grid, Extent extent) const;
+
+    long width_;
+    long height_;
+    std::variant<rxPelBuffer<unsigned short>, rxPelBuffer<std::uint32_t>> labels_;
+};
+
+}  // namespace ptmatch::detail
