@@ -1,0 +1,61 @@
+#include "ptmatch/image_search.h"
+
+#include <optional>
+
+#include "foundation/attention.h"
+#include "ptmatch/correspondence.h"
+#include "ptmatch/label_image.h"
+#include "ptmatch/point_matcher_model.h"
+#include "ptmatch/point_matcher_run_params.h"
+#include "ptmatch/recentring.h"
+#include "ptmatch/resolved_sizes.h"
+#include "ptmatch/search_grid.h"
+#include "ptmatch/translation_search.h"
+#include "ptmatch/vote_weights.h"
+
+namespace ptmatch::detail {
+namespace {
+
+// First vote: all translations at every scale and rotation of the lattice.
+void voteOverLattice(const rx_PointMatcherModel& model, const rxPointMatcherRunParams& params,
+                     double gridSize, long minimumScore, TranslationSearch& search,
+                     CoarseStore& coarse) {
+    long threshold = minimumScore;
+    scaleLattice(params.scaleUncertainty(), model, gridSize).forEach([&](double scale) {
+        rotationLattice(params.rotationUncertainty(), model, scale, gridSize)
+            .forEach([&](double degrees) {
+                rxAttention::check();
+                threshold = voteThreshold(coarse, threshold);
+                search.offerPeaks(scale, degrees, threshold, coarse);
+            });
+    });
+}
+
+}  // namespace
+
+void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherModel& model,
+                    const rxPointMatcherRunParams& params, rx_PoseScoreStore& store) {
+    const ResolvedSizes sizes = resolveSizes(params, model);
+    const std::optional<SearchGrid> grid =
+        makeSearchGrid(data, model, params.startPose(), sizes.gridSize);
+    if (!grid) return;
+    const std::optional<rxPelRect> window = translationWindow(*grid, model, params);
+    if (!window) return;
+    checkLatticeSize(params, model, sizes.gridSize);
+    const std::optional<VoteWeights> weights =
+        makeVoteWeights(model.points().size(), model.weights(), params.minCoverage());
+    if (!weights) return;
+
+    CoarseStore coarse(model.totalWeight(), params.maxNumResults());
+    CoarseStore revoted(model.totalWeight(), params.maxNumResults());
+    const LabelImage blocks(*grid, LabelImage::Extent::Block);
+    {
+        TranslationSearch search(*grid, model, *weights, *window);
+        voteOverLattice(model, params, sizes.gridSize, weights->minimumScore, search, coarse);
+        recentre(*grid, model, blocks, weights->minimumScore, search, coarse, revoted);
+    }
+    const LabelImage points(*grid, LabelImage::Extent::Point);
+    findCorrespondences(data, *grid, model, sizes.captureRange, blocks, points, revoted, store);
+}
+
+}  // namespace ptmatch::detail
