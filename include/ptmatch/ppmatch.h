@@ -13,6 +13,10 @@
 
 class rx_PointMatcherModel;
 
+namespace ptmatch::detail {
+struct RankedPose;
+}
+
 /// Finds a known pattern of 2-D points among measured points: its position, rotation and scale, and
 /// which measured point is which point of the pattern.
 ///
@@ -115,8 +119,15 @@ class PTMATCH_EXPORT rxPointMatcher {
     friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPointMatcher& matcher);
 
   private:
+    void runPointToPoint_(const std::vector<rxVector<2>>& data,
+                          const rxPointMatcherRunParams& params,
+                          rxPointMatcherResultSet& resultSet) const;
     void runExhaustive_(const std::vector<rxVector<2>>& data, const rxPointMatcherRunParams& params,
                         rxPointMatcherResultSet& resultSet) const;
+
+    /// Writes poses, in their order, as the results of a run in the given mode.
+    static void setResults_(const std::vector<ptmatch::detail::RankedPose>& ranked,
+                            rxPointMatcherDefs::Mode mode, rxPointMatcherResultSet& resultSet);
 
     /// The trained model, or null; null too while a loaded model is marked as untrained.
     const rx_PointMatcherModel* trainedModel_() const;

@@ -1,0 +1,141 @@
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <numeric>
+#include <utility>
+#include <vector>
+
+#include "foundation/timer.h"
+#include "ptmatch/exhaustive_search.h"
+#include "ptmatch/image_search.h"
+#include "ptmatch/point_matcher_model.h"
+#include "ptmatch/pose_check.h"
+#include "ptmatch/pose_score_store.h"
+#include "ptmatch/ppmatch.h"
+#include "ptmatch/ranked_pose.h"
+#include "ptmatch/run_arguments.h"
+
+namespace {
+
+using namespace ptmatch::detail;  // NOLINT: the run joins the pieces that live there
+
+// The search keeps this many times the wanted results, so that enough are left when the pose check
+// has taken some away,
+constexpr long kCandidatesPerResult = 8;
+// and at least this many when a set is so small that degenerate poses abound.
+constexpr long kMinCandidatesOfSmallSets = 1000;
+constexpr std::size_t kSmallSet = 4;
+
+// False when even a match of all the data could not reach the minimum coverage. A weighted model
+// with fewer points than data is always worth a search.
+bool canReachCoverage(std::size_t numData, const rx_PointMatcherModel& model, double minCoverage) {
+    const std::size_t numModel = model.points().size();
+    if (!model.isWeighted()) {
+        return !(static_cast<double>(numData) < minCoverage * static_cast<double>(numModel));
+    }
+    if (numData > numModel) return true;
+    std::vector<long> weights = model.weights();
+    const auto end = weights.begin() + static_cast<std::ptrdiff_t>(numData);
+    std::partial_sort(weights.begin(), end, weights.end(), std::greater<>());
+    const long reachable = std::accumulate(
+        weights.begin(), end, 0L, [](long sum, long weight) { return sum + std::max(weight, 0L); });
+    return !(static_cast<double>(reachable) <
+             minCoverage * static_cast<double>(model.totalWeight()));
+}
+
+rxPointMatcherRunParams searchParams(const rxPointMatcherRunParams& params, std::size_t numModel,
+                                     std::size_t numData) {
+    constexpr long kMaxLong = std::numeric_limits<std::int32_t>::max();
+    long numCandidates = std::min(kCandidatesPerResult * params.maxNumResults(), kMaxLong);
+    if (numModel < kSmallSet || numData < kSmallSet) {
+        numCandidates = std::max(kMinCandidatesOfSmallSets, numCandidates);
+    }
+    rxPointMatcherRunParams search(params);
+    search.maxNumResults(numCandidates);
+    search.minCoverage(0.5 * params.minCoverage());
+    return search;
+}
+
+// The store's candidates that may be returned, best score first.
+std::vector<RankedPose> acceptedPoses(const std::vector<rxVector<2>>& data,
+                                      const rx_PointMatcherModel& model,
+                                      const rxPointMatcherRunParams& params,
+                                      rx_PoseScoreStore& store) {
+    const double totalWeight = static_cast<double>(model.totalWeight());
+    const double invTotal = model.totalWeight() == 0 ? 0.0 : 1.0 / totalWeight;
+    const double minScore = params.minCoverage() * totalWeight;
+    const rxXform<2> startInverse = params.startPose().inverse();
+    std::vector<RankedPose> accepted;
+    for (long score = store.first(); score >= 0 && static_cast<double>(score) >= minScore;
+         score = store.next()) {
+        const PoseCandidate& candidate = *store.current();
+        if (!checkPose_(startInverse * candidate.modelToData, params)) continue;
+        const double fitError =
+            rmsFitError_(data, candidate.modelToData, model.points(), candidate.map);
+        accepted.push_back({candidate.modelToData, candidate.map,
+                            static_cast<double>(score) * invTotal, fitError});
+    }
+    return accepted;
+}
+
+}  // namespace
+
+void rxPointMatcher::run(const std::vector<rxVector<2>>& data,
+                         const rxPointMatcherRunParams& params,
+                         rxPointMatcherResultSet& resultSet) const {
+    resultSet.getResults_().clear();
+    // An assignment can leave the exhaustive mode behind without a model to search with.
+    if (!isTrained() || trainedModel_() == nullptr) {
+        throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
+    }
+    checkRunArguments(data, params);
+    if (trainMode() == rxPointMatcherDefs::eExhaustiveMode) {
+        runExhaustive_(data, params, resultSet);
+    } else {
+        runPointToPoint_(data, params, resultSet);
+    }
+}
+
+void rxPointMatcher::runPointToPoint_(const std::vector<rxVector<2>>& data,
+                                      const rxPointMatcherRunParams& params,
+                                      rxPointMatcherResultSet& resultSet) const {
+    if (!canReachCoverage(data.size(), *model_, params.minCoverage())) return;
+    rxTimer timer(false);
+    timer.start();
+    const rxPointMatcherRunParams search =
+        searchParams(params, model_->points().size(), data.size());
+    rx_PoseScoreStore store(model_->totalWeight(), search.maxNumResults());
+    searchByImage_(data, *model_, search, store);
+
+    std::vector<RankedPose> accepted = acceptedPoses(data, *model_, params, store);
+    std::stable_sort(accepted.begin(), accepted.end(), isBetter);
+    if (static_cast<long>(accepted.size()) > params.maxNumResults()) {
+        accepted.resize(static_cast<std::size_t>(params.maxNumResults()));
+    }
+    setResults_(accepted, rxPointMatcherDefs::ePointToPoint, resultSet);
+    resultSet.setTime_(timer.sec());
+}
+
+void rxPointMatcher::runExhaustive_(const std::vector<rxVector<2>>& data,
+                                    const rxPointMatcherRunParams& params,
+                                    rxPointMatcherResultSet& resultSet) const {
+    rxTimer timer(false);
+    timer.start();
+    const std::vector<RankedPose> ranked = searchExhaustively(data, *model_, params);
+    resultSet.setTime_(timer.sec());
+    setResults_(ranked, rxPointMatcherDefs::eExhaustiveMode, resultSet);
+}
+
+void rxPointMatcher::setResults_(const std::vector<ptmatch::detail::RankedPose>& ranked,
+                                 rxPointMatcherDefs::Mode mode,
+                                 rxPointMatcherResultSet& resultSet) {
+    std::vector<rxPointMatcherResult> results(ranked.size());
+    for (std::size_t i = 0; i < ranked.size(); ++i) {
+        results[i].runMode_ = mode;
+        results[i].setModelToDataXform_(ranked[i].modelToData);
+        results[i].setModelToDataMap_(ranked[i].map);
+        results[i].setCoverage_(ranked[i].coverage);
+        results[i].setFitError_(ranked[i].fitError);
+    }
+    resultSet.getResults_() = std::move(results);
+}
