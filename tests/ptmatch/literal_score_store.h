@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-namespace ptmatch::test {
+namespace ptmatch::testing {
 
 /// The bounded store by its plain rules, for small dimensions: a list for every score and two
 /// marks that are walked one score at a time, with nothing derived and nothing skipped. The
@@ -118,4 +118,4 @@ class LiteralScoreStore {
     std::optional<std::size_t> iterPlace_;
 };
 
-}  // namespace ptmatch::test
+}  // namespace ptmatch::testing

@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "foundation/geometry_archive.h"
-#include "ptmatch/assertion_recorder.h"
 #include "support/archive_bytes.h"
 #include "support/archive_tampering.h"
+#include "support/assertion_recorder.h"
 
 namespace {
 
-using ptmatch::test::AssertionRecorder;
+using ptmatch::testing::AssertionRecorder;
 using ptmatch::testing::ByteVector;
 using ptmatch::testing::joined;
 using ptmatch::testing::loaded;

@@ -9,13 +9,15 @@
 #include <type_traits>
 #include <vector>
 
-#include "ptmatch/assertion_recorder.h"
 #include "ptmatch/literal_score_store.h"
+#include "support/allocation_meter.h"
+#include "support/assertion_recorder.h"
 
 namespace {
 
-using ptmatch::test::AssertionRecorder;
-using ptmatch::test::LiteralScoreStore;
+using ptmatch::testing::AllocationMeter;
+using ptmatch::testing::AssertionRecorder;
+using ptmatch::testing::LiteralScoreStore;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -209,6 +211,23 @@ TEST(ScoreHashing, DimensionsBeyond32BitsAreBadAllocAndLeaveTheStore) {
     EXPECT_EQ(store.maxScore(), 10);
     EXPECT_EQ(store.maxResults(), 2);
     EXPECT_THAT(contents(store), ElementsAre(Scored{4, 1}));
+}
+
+TEST(ScoreHashing, OnlyNewDimensionsAllocate) {
+    rxScoreHashing store(100, 10);
+    {
+        const AllocationMeter meter;
+        for (long i = 0; i < 200; ++i) store.add(i % 101, at(i));
+        rxPair<long> position;
+        EXPECT_EQ(store.first(position), 100);
+        while (store.next(position) >= 0) continue;
+        store.clear();
+        store.max(100, 10);
+        EXPECT_EQ(meter.largest(), 0U);
+    }
+    const AllocationMeter meter;
+    store.max(200, 10);
+    EXPECT_EQ(meter.largest(), 201 * sizeof(void*));
 }
 
 TEST(ScoreHashing, IsNotCopied) {

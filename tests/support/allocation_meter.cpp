@@ -14,6 +14,16 @@ void* allocate(std::size_t size) noexcept {
     return std::malloc(std::max<std::size_t>(size, 1));
 }
 
+// Pixel stores are aligned to more than the default.
+void* allocateAligned(std::size_t size, std::size_t alignment) {
+    if (isMeasuring) largestAllocation = std::max(largestAllocation, size);
+    void* memory = nullptr;
+    if (posix_memalign(&memory, std::max(alignment, sizeof(void*)), size) != 0) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
 void* allocateOrThrow(std::size_t size) {
     void* memory = allocate(size);
     if (memory == nullptr) throw std::bad_alloc();
@@ -51,6 +61,24 @@ void operator delete(void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    std::free(memory);
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return allocateAligned(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return allocateAligned(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    std::free(memory);
+}
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
     std::free(memory);
 }
 

@@ -4,7 +4,7 @@
 
 #include "foundation/assertion.h"
 
-namespace ptmatch::test {
+namespace ptmatch::testing {
 
 /// Collects what is reported to the assertion hook during its life; one at a time.
 class AssertionRecorder {
@@ -28,4 +28,4 @@ class AssertionRecorder {
     rxAssertionHook previous_;
 };
 
-}  // namespace ptmatch::test
+}  // namespace ptmatch::testing
