@@ -183,7 +183,7 @@ TEST(AngleRange, AFullTurnOrMoreHoldsEveryFiniteAngle) {
          {degrees(-180.0, 180.0), degrees(10.0, 370.0), degrees(0.0, 1000.0),
           rxAngleRange(rxRadian(-1e300), rxRadian(1e300))}) {
         EXPECT_EQ(range.range(), rxRangeDefs::Normal);
-        for (double v = -720.0; v <= 720.0; v += 7.5) EXPECT_TRUE(range.isWithin(rxDegree(v))) << v;
+        for (int v = -720; v <= 720; v += 7) EXPECT_TRUE(range.isWithin(rxDegree(v))) << v;
         EXPECT_FALSE(range.isWithin(rxRadian(kNaN)));
         EXPECT_FALSE(range.isWithin(rxRadian(kInfinity)));
     }
