@@ -185,7 +185,7 @@ Problem weightsAtTheLimit(Random& random) {
     const long total = 32767 + random.integer(-1, 2);
     problem.weights.assign(problem.model.size(), total / count);
     problem.weights[0] += total % count;
-    if (random.chance(0.5)) problem.weights[2] -= 32768 * 2;
+    if (random.chance(0.5)) problem.weights[2] -= 65536;
     return problem;
 }
 

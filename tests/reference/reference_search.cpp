@@ -35,8 +35,8 @@ void buildMarks(SearchWorld& world) {
         maxY = std::max(maxY, p.y());
     }
     const double pixelsPerUnit = 1.0 / world.gridSize;
-    const long columns = static_cast<long>((maxX - minX) * pixelsPerUnit + 0.5) + 1;
-    const long rows = static_cast<long>((maxY - minY) * pixelsPerUnit + 0.5) + 1;
+    const long columns = static_cast<long>(std::trunc((maxX - minX) * pixelsPerUnit + 0.5)) + 1;
+    const long rows = static_cast<long>(std::trunc((maxY - minY) * pixelsPerUnit + 0.5)) + 1;
     world.imageFromPoint =
         translation(1.0, 1.0) * scaling(pixelsPerUnit) * translation(-minX, -minY);
 
