@@ -10,16 +10,17 @@ namespace {
 /// was.
 std::optional<std::uint64_t> bytesToEnd(std::istream& stream) {
     const std::istream::pos_type failed(-1);
+    if (!stream.good()) return std::nullopt;  // also one without a buffer
     std::streambuf* buffer = stream.rdbuf();
-    if (!stream.good() || buffer == nullptr) return std::nullopt;
     const std::istream::pos_type here = buffer->pubseekoff(0, std::ios::cur, std::ios::in);
     if (here == failed) return std::nullopt;
     const std::istream::pos_type end = buffer->pubseekoff(0, std::ios::end, std::ios::in);
     if (buffer->pubseekpos(here, std::ios::in) == failed) {
         throw rxArchive::Errors("the stream could not be brought back to where its records start");
     }
-    if (end == failed || end < here) return std::nullopt;
-    return static_cast<std::uint64_t>(end - here);
+    if (end == failed) return std::nullopt;
+    return end < here ? 0
+                      : static_cast<std::uint64_t>(end - here);  // a file can stand past its end
 }
 
 }  // namespace

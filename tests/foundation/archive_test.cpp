@@ -204,6 +204,16 @@ TEST(Archive, DamagedTruthValueIsNoticedWheneverItIsNoOther) {
     EXPECT_EQ(noticed, 8U);  // of the nine damages only "1 becomes 0" is another truth value
 }
 
+TEST(Archive, StoringDoesNotWriteToItsArguments) {
+    // These lie in memory that cannot be written.
+    static constexpr bool kTruth = true;
+    static constexpr long kNumber = -7;
+    static constexpr double kReal = 0.5;
+    rxMemoryStoreArchive ar;
+    ar || const_cast<bool&>(kTruth) || const_cast<long&>(kNumber) || const_cast<double&>(kReal);
+    EXPECT_EQ(ar.stored(), stored(true, -7L, 0.5));
+}
+
 // ---------------------------------------------------------------- containers
 
 TEST(ArchiveVector, IsAVersionByteACountAndTheElements) {

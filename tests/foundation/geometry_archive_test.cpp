@@ -165,6 +165,22 @@ TEST(GeometryArchive, FailedLoadKeepsTheOldValue) {
     expectFailedLoadKeeps(ByHelper<long>{{1, 2, 3, 4}}, ByHelper<long>{{5, 6, 7, 8}});
 }
 
+TEST(GeometryArchive, StoringDoesNotWriteToItsArguments) {
+    // These lie in memory that cannot be written.
+    static constexpr rxVector<2> kPoint(1, 2);
+    static constexpr rxVector<3> kPoint3(1, 2, 3);
+    static constexpr rxPair<long> kPair(1, 2);
+    static constexpr rxRadian kAngle(1);
+    static constexpr rxXform<2> kIdentity;
+    static constexpr rxRectangle<double> kRectangle(1, 2, 3, 4);
+    rxMemoryStoreArchive ar;
+    ar || const_cast<rxVector<2>&>(kPoint) || const_cast<rxVector<3>&>(kPoint3) ||
+        const_cast<rxPair<long>&>(kPair) || const_cast<rxRadian&>(kAngle) ||
+        const_cast<rxXform<2>&>(kIdentity);
+    rf_PersistenceHelper(ar, const_cast<rxRectangle<double>&>(kRectangle));
+    EXPECT_EQ(ar.stored(), stored(kPoint, kPoint3, kPair, kAngle, kIdentity, 1.0, 2.0, 3.0, 4.0));
+}
+
 TEST(GeometryArchive, MinimalSizesAreThoseOfTheSmallestRecords) {
     EXPECT_EQ(rx_MinimalRecordSize<rxVector<2>>::value, stored(rxVector<2>()).size());
     EXPECT_EQ(rx_MinimalRecordSize<rxVector<3>>::value, stored(rxVector<3>()).size());

@@ -261,6 +261,30 @@ TEST(Visited, SharedPartIsStoredOnceWithoutAnExplicitOperation) {
     EXPECT_EQ(ar.stored(), kRecordOf5);
 }
 
+/// Survives the failure of a part that it passes by a direct call.
+class Forgiving : public rxPersistent {
+  public:
+    Marked part{5};
+
+  protected:
+    void dispatchSerialize(rxArchive& ar) override {
+        if (haveVisited(this, sizeof *this)) return;
+        unsigned char mark = 0xf;
+        ar || mark;
+        part.failsOnce = true;
+        EXPECT_THROW(part.passBase(ar), std::runtime_error);
+        setVisited(this, sizeof *this);
+    }
+};
+
+TEST(Visited, FailureOfAPartLeavesTheWholeMarked) {
+    rxMemoryStoreArchive ar;
+    Forgiving whole;
+    const rxArchive::Operation operation(ar);
+    ar || whole || whole;
+    EXPECT_EQ(ar.stored(), (ByteVector{0xf, 0}));
+}
+
 TEST(Visited, CycleEndsInAnError) {
     Number number(5);
     Couple couple;
@@ -376,6 +400,34 @@ TEST(Polymorphic, ObjectIsRecordedEachTimeAlsoWithinOneOperation) {
         const auto back = rfLoadPolymorphic(loading);
         EXPECT_EQ(dynamic_cast<const Number&>(*back).value, 5);
     }
+    EXPECT_EQ(loading.bytesLeft(), 0U);
+}
+
+/// Passes an object of its surroundings besides itself.
+class Sharing : public rxPersistent {
+  public:
+    inline static Number shared{0};
+    static rxPersistent* make() { return new Sharing; }
+
+  protected:
+    void dispatchSerialize(rxArchive& ar) override { ar || shared; }
+};
+
+TEST(Polymorphic, RecordIsCompleteWhateverItsSurroundingsHold) {
+    const rx_Instantiator entry(typeid(Sharing), &Sharing::make, "test::Sharing");
+    Sharing::shared.value = 5;
+    rxMemoryStoreArchive storing;
+    {
+        const rxArchive::Operation operation(storing);
+        storing || Sharing::shared;
+        rfStorePolymorphic(storing, Sharing());
+    }
+    EXPECT_EQ(storing.stored(),
+              joined({kRecordOf5, stored(std::string("test::Sharing")), kRecordOf5}));
+    rxMemoryLoadArchive loading(storing.stored());
+    const rxArchive::Operation operation(loading);
+    loading || Sharing::shared;
+    rfLoadPolymorphic(loading);
     EXPECT_EQ(loading.bytesLeft(), 0U);
 }
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -56,6 +57,19 @@ TEST(StreamArchive, RecordsComeBackThroughAFile) {
     std::string back;
     ar || back;
     EXPECT_EQ(back, value);
+    file.close();
+    std::remove(path.c_str());
+}
+
+TEST(StreamArchive, FilePastItsEndHasNothingLeft) {
+    const std::string path = testing::TempDir() + "ptmatch_stream_archive_end_test.bin";
+    std::ofstream(path, std::ios::binary) << "abc";
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(100);
+    rxStreamLoadArchive ar(file);
+    EXPECT_EQ(ar.bytesLeft(), 0U);
+    unsigned char byte = 0;
+    EXPECT_THROW(ar || byte, rxArchive::Errors);
     file.close();
     std::remove(path.c_str());
 }
