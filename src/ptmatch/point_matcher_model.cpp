@@ -30,12 +30,12 @@ void rx_PointMatcherModel::deriveExtent_() {
     modelRadius_ = extent.radius;
 }
 
-double rx_PointMatcherModel::scaleStep(double gridSize) const {
+double rx_PointMatcherModel::scaleStep_(double gridSize) const {
     const double step = gridSize > 0.0 ? gridSize : defaultGridSize_;
     return 1.5 * step / modelRadius_;
 }
 
-double rx_PointMatcherModel::rotationStepDegrees(double scale, double gridSize) const {
+double rx_PointMatcherModel::rotationStep_(double scale, double gridSize) const {
     // This number, short of pi, decides which angles a search visits; changing it changes results.
     constexpr double kPiOfRotationStep = 3.1415926;
     const double step = gridSize > 0.0 ? gridSize : defaultGridSize_;

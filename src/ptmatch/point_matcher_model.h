@@ -42,12 +42,12 @@ class rx_PointMatcherModel {
 
     /// Relative change of scale between two steps of a search on the given grid.
     /// @param gridSize  the default grid size takes its place unless it is above 0.
-    double scaleStep(double gridSize) const;
+    double scaleStep_(double gridSize) const;
 
     /// Rotation in degrees, [0, 360), between two steps of a search on the given grid with the
     /// model at the given scale.
     /// @param gridSize  the default grid size takes its place unless it is above 0.
-    double rotationStepDegrees(double scale, double gridSize) const;
+    double rotationStep_(double scale, double gridSize) const;
 
     /// Sum of the weights of the matched points, those whose entry in the map is 0 or more. Reports
     /// to the assertion hook for a model without weights, and then gives 0.

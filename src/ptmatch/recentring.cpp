@@ -80,7 +80,7 @@ void recentre(const SearchGrid& grid, const rx_PointMatcherModel& model, const L
         if (!fitted) continue;
         // The step of the default grid size, whatever grid size is searched: how close two poses
         // must be to count as one is a property of the model.
-        const double rotationStep = model.rotationStepDegrees(fitted->scale, 0.0);
+        const double rotationStep = model.rotationStep_(fitted->scale, 0.0);
         if (visited.holdsNeighbourOf(*fitted, rotationStep)) continue;
         visited.add(*fitted);
         search.offerPeaks(fitted->scale, fitted->rotationDegrees,

@@ -185,7 +185,7 @@ Lattice scaleLattice(const rxRange& scaleUncertainty, const rx_PointMatcherModel
                      double gridSize) {
     double low = std::max(1.0 + scaleUncertainty.start(), kMinScale);
     double high = 1.0 + scaleUncertainty.end();
-    const double step = model.scaleStep(gridSize);
+    const double step = model.scaleStep_(gridSize);
     const double centre = (low + high) / 2.0;
     // A model without extent has no scale to search.
     if (std::isinf(step)) return single(centre);
@@ -206,7 +206,7 @@ Lattice rotationLattice(const rxAngleRange& rotationUncertainty, const rx_PointM
         half = rxDegree(rotationUncertainty.length() / 2.0).toDouble();
         centre = rxDegree(rotationUncertainty.middle()).toDouble();
     }
-    const double step = model.rotationStepDegrees(scale, gridSize);
+    const double step = model.rotationStep_(scale, gridSize);
     const long numSteps = checkedSteps(half / step) + 1;
     if (half * 2.0 < step) return single(centre);
     const double reach = step * static_cast<double>(numSteps);

@@ -67,18 +67,18 @@ TEST(PointMatcherModel, TrainingDerivesTheQuantities) {
 
 TEST(PointMatcherModel, ScaleStepIsOneAndAHalfGridCellsAtTheRadius) {
     const Model model = trained(kTriangle);
-    EXPECT_EQ(model.scaleStep(0.5), 1.5 * 0.5 / 2.5);
-    EXPECT_EQ(model.scaleStep(0.0), 1.5 * 0.75 / 2.5);
-    EXPECT_EQ(model.scaleStep(-1.0), 1.5 * 0.75 / 2.5);
+    EXPECT_EQ(model.scaleStep_(0.5), 1.5 * 0.5 / 2.5);
+    EXPECT_EQ(model.scaleStep_(0.0), 1.5 * 0.75 / 2.5);
+    EXPECT_EQ(model.scaleStep_(-1.0), 1.5 * 0.75 / 2.5);
 }
 
 TEST(PointMatcherModel, RotationStepIsTwoGridCellsAtTheScaledRadius) {
     const Model model = trained(kTriangle);
-    EXPECT_EQ(model.rotationStepDegrees(2.0, 0.5), std::atan2(1.0, 5.0) * 180.0 / 3.1415926);
-    EXPECT_EQ(model.rotationStepDegrees(1.0, 0.0), std::atan2(1.5, 2.5) * 180.0 / 3.1415926);
-    EXPECT_EQ(model.rotationStepDegrees(1.0, -2.0), std::atan2(1.5, 2.5) * 180.0 / 3.1415926);
+    EXPECT_EQ(model.rotationStep_(2.0, 0.5), std::atan2(1.0, 5.0) * 180.0 / 3.1415926);
+    EXPECT_EQ(model.rotationStep_(1.0, 0.0), std::atan2(1.5, 2.5) * 180.0 / 3.1415926);
+    EXPECT_EQ(model.rotationStep_(1.0, -2.0), std::atan2(1.5, 2.5) * 180.0 / 3.1415926);
     // A right angle comes out a little above 90, as the divisor lies below pi.
-    EXPECT_EQ(trained(Points(3)).rotationStepDegrees(1.0, 1.0),
+    EXPECT_EQ(trained(Points(3)).rotationStep_(1.0, 1.0),
               std::numbers::pi / 2 * 180.0 / 3.1415926);
 }
 

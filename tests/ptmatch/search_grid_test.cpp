@@ -220,7 +220,7 @@ TEST(RotationLattice, FullRangeIsSymmetricAndCoversAFullTurn) {
 }
 
 TEST(RotationLattice, NarrowerThanAStepIsItsMiddle) {
-    const double step = triangle().rotationStepDegrees(1.0, 0.75);  // about 31 degrees
+    const double step = triangle().rotationStep_(1.0, 0.75);  // about 31 degrees
     EXPECT_EQ(values(rotationLattice(degrees(10, 10 + 0.9 * step), triangle(), 1.0, 0.75)).size(),
               1U);
     EXPECT_GT(values(rotationLattice(degrees(10, 10 + 1.1 * step), triangle(), 1.0, 0.75)).size(),

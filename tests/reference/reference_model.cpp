@@ -81,12 +81,12 @@ Model trainModel(const Points& points, const std::vector<long>& weights) {
     return model;
 }
 
-double scaleStep(const Model& model, double gridSize) {
+double scaleStep_(const Model& model, double gridSize) {
     const double s = gridSize > 0.0 ? gridSize : model.defaultGridSize;
     return 1.5 * s / model.radius;
 }
 
-double rotationStepDegrees(const Model& model, double scale, double gridSize) {
+double rotationStep_(const Model& model, double scale, double gridSize) {
     const double s = gridSize > 0.0 ? gridSize : model.defaultGridSize;
     double step = std::atan2(2.0 * s, model.radius * scale) * 180.0 / 3.1415926;
     if (step < 0.0) step += 360.0;

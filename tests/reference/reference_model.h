@@ -25,8 +25,8 @@ struct Model {
 [[nodiscard]] Model trainModel(const Points& points, const std::vector<long>& weights = {});
 
 /// Lattice steps of the pose search; a grid size that is not above 0 stands for the default one.
-[[nodiscard]] double scaleStep(const Model& model, double gridSize);
-[[nodiscard]] double rotationStepDegrees(const Model& model, double scale, double gridSize);
+[[nodiscard]] double scaleStep_(const Model& model, double gridSize);
+[[nodiscard]] double rotationStep_(const Model& model, double scale, double gridSize);
 
 /// Sum of the trained weights of the matched points; their number when there are no weights.
 [[nodiscard]] long matchedWeight(const Model& model, const std::vector<long>& modelToData);

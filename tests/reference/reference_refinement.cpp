@@ -82,7 +82,7 @@ struct VisitedPose {
 bool isVisited(const Model& model, const std::vector<VisitedPose>& visited, double scale,
                double rotationDeg) {
     // Measured in steps of the default grid, whatever grid the run uses.
-    const double step = rotationStepDegrees(model, scale, 0.0);
+    const double step = rotationStep_(model, scale, 0.0);
     for (const VisitedPose& v : visited) {
         const double ratio = scale / v.scale;
         if (ratio < 0.99 || ratio > 1.01) continue;

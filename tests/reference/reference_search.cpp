@@ -165,7 +165,7 @@ SearchWorld prepareSearch(const Model& model, const Points& data,
 std::vector<double> scaleLattice(const Model& model, const rxRange& uncertainty, double gridSize) {
     double low = std::max(1.0 + uncertainty.start(), 0.1);
     double high = 1.0 + uncertainty.end();
-    const double step = scaleStep(model, gridSize);
+    const double step = scaleStep_(model, gridSize);
     const double centre = (low + high) / 2.0;
     // A model without extent has no step: no scale can be told from another.
     if (!std::isfinite(step)) return {centre};
@@ -193,7 +193,7 @@ std::vector<double> rotationLattice(const Model& model, const rxAngleRange& unce
         halfDeg = rxDegree(uncertainty.length() / 2.0).toDouble();
         centreDeg = rxDegree(uncertainty.middle()).toDouble();
     }
-    const double step = rotationStepDegrees(model, scale, gridSize);
+    const double step = rotationStep_(model, scale, gridSize);
     if (halfDeg * 2.0 < step) return {centreDeg};
 
     const double steps = static_cast<double>(static_cast<long>(halfDeg / step) + 1);

@@ -254,7 +254,7 @@ TEST(ReferenceSearch, ScaleLattice) {
     EXPECT_THAT(scaleLattice(model, rxRange(0.0, 0.0), 1.0), ElementsAre(1.0));
     EXPECT_THAT(scaleLattice(model, rxRange(-0.2, 0.3), 1.0), ElementsAre(1.05));
     // A length of 1.5 steps has one step to either side of its middle.
-    const double step = scaleStep(model, 1.0);
+    const double step = scaleStep_(model, 1.0);
     EXPECT_EQ(scaleLattice(model, rxRange(0.0, 0.9), 1.0).front(), 1.45 - step);
     EXPECT_EQ(scaleLattice(model, rxRange(0.0, 0.9), 1.0).size(), 3U);
     // A pattern without extent has no steps.
@@ -266,9 +266,9 @@ TEST(ReferenceSearch, FullRotationLatticeIsSymmetricAndCoversTheTurn) {
     const Model model = trainModel(kTriangle);
     const auto angles = rotationLattice(model, rxAngleRange::FullRange(), 1.0, 0.5);
     EXPECT_LE(angles.front(), -180.0);
-    EXPECT_GE(angles.back(), 180.0 - rotationStepDegrees(model, 1.0, 0.5));
-    EXPECT_EQ(angles.front(), -rotationStepDegrees(model, 1.0, 0.5) *
-                                  (std::floor(180.0 / rotationStepDegrees(model, 1.0, 0.5)) + 1));
+    EXPECT_GE(angles.back(), 180.0 - rotationStep_(model, 1.0, 0.5));
+    EXPECT_EQ(angles.front(), -rotationStep_(model, 1.0, 0.5) *
+                                  (std::floor(180.0 / rotationStep_(model, 1.0, 0.5)) + 1));
 }
 
 TEST(ReferenceSearch, NarrowRotationHasItsMiddleOnly) {
