@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <limits>
 
-bool rfRealEq(double a, double b, double tolerance) { return std::abs(a - b) <= tolerance; }
+bool rfRealEq(double a, double b, double tolerance) {
+    return std::abs(a - b) <= tolerance;
+}
 
 long iRound(double v) {
     if (std::isnan(v)) return 0;

@@ -78,8 +78,7 @@ TEST(PointMatcherModel, RotationStepIsTwoGridCellsAtTheScaledRadius) {
     EXPECT_EQ(model.rotationStep_(1.0, 0.0), std::atan2(1.5, 2.5) * 180.0 / 3.1415926);
     EXPECT_EQ(model.rotationStep_(1.0, -2.0), std::atan2(1.5, 2.5) * 180.0 / 3.1415926);
     // A right angle comes out a little above 90, as the divisor lies below pi.
-    EXPECT_EQ(trained(Points(3)).rotationStep_(1.0, 1.0),
-              std::numbers::pi / 2 * 180.0 / 3.1415926);
+    EXPECT_EQ(trained(Points(3)).rotationStep_(1.0, 1.0), std::numbers::pi / 2 * 180.0 / 3.1415926);
 }
 
 TEST(PointMatcherModel, MatchedWeightSumsWhatIsMapped) {
