@@ -1,0 +1,76 @@
+#include "output_file.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "input_error.h"
+
+namespace fs = std::filesystem;
+using ptmatch::tool::InputError;
+using ptmatch::tool::writeWholeFile;
+
+namespace {
+
+// A fresh folder that goes with the test.
+class OutputFile : public testing::Test {
+  protected:
+    OutputFile()
+        : folder_(fs::temp_directory_path() / ("ptmatch_output_" + std::to_string(::getpid()))) {
+        fs::create_directory(folder_);
+    }
+    ~OutputFile() override { fs::remove_all(folder_); }
+
+    std::string path(const std::string& name) const { return (folder_ / name).string(); }
+    std::string read(const std::string& name) const {
+        std::ifstream file(path(name));
+        return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    }
+    std::ptrdiff_t fileCount() const {
+        return std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
+    }
+    static std::string refusal(const std::string& path) {
+        try {
+            writeWholeFile(path, "text");
+        } catch (const InputError& error) {
+            return error.what();
+        }
+        return {};
+    }
+
+  private:
+    fs::path folder_;
+};
+
+}  // namespace
+
+TEST_F(OutputFile, HoldsTheTextAndNothingLiesBesideIt) {
+    writeWholeFile(path("a.svg"), "one");
+    EXPECT_EQ(read("a.svg"), "one");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(OutputFile, ReplacesAnOldFile) {
+    writeWholeFile(path("a.svg"), "a long old text");
+    writeWholeFile(path("a.svg"), "new");
+    EXPECT_EQ(read("a.svg"), "new");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(OutputFile, FailureNamesThePathAndLeavesNothing) {
+    EXPECT_EQ(refusal(path("no/a.svg")),
+              path("no/a.svg") + ": cannot be written: No such file or directory");
+    fs::create_directory(path("folder"));
+    EXPECT_EQ(refusal(path("folder")), path("folder") + ": cannot be written: it is a directory");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(OutputFile, FullDiskIsReported) {
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full here";
+    EXPECT_EQ(refusal("/dev/full"), "/dev/full: cannot be written: No space left on device");
+}

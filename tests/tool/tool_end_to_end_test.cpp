@@ -1,0 +1,333 @@
+// The tool as its users meet it: a program that reads files, prints, draws and ends with a code.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "xml_check.h"
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+std::string readFile(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+struct Outcome {
+    int exitCode = -1;  // -1: ended by a signal
+    std::string out;
+    std::string err;
+};
+
+// A folder of its own for each test, with its input and output.
+class Tool : public testing::Test {
+  protected:
+    Tool() : folder_(fs::temp_directory_path() / ("ptmatch_tool_" + std::to_string(::getpid()))) {
+        fs::create_directories(folder_ / "work");
+    }
+    ~Tool() override { fs::remove_all(folder_); }
+
+    // Where tests put their files; the program runs here.
+    fs::path work() const { return folder_ / "work"; }
+    void write(const std::string& name, const std::string& text) const {
+        std::ofstream(work() / name, std::ios::binary) << text;
+    }
+    std::vector<std::string> filesInWork() const {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(work())) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    pid_t start(const std::vector<std::string>& command) const {
+        std::vector<std::string> words = command;
+        std::vector<char*> arguments;
+        arguments.reserve(words.size() + 1);
+        for (std::string& word : words) arguments.push_back(word.data());
+        arguments.push_back(nullptr);
+        const pid_t child = ::fork();
+        if (child != 0) return child;
+        if (::chdir(work().c_str()) != 0) ::_exit(126);
+        redirect(STDOUT_FILENO, "out");
+        redirect(STDERR_FILENO, "err");
+        ::execv(arguments[0], arguments.data());
+        ::_exit(127);
+    }
+    Outcome finish(pid_t child) const {
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(folder_ / "out"),
+                readFile(folder_ / "err")};
+    }
+    Outcome runProgram(const std::vector<std::string>& command) const {
+        return finish(start(command));
+    }
+    Outcome match(std::vector<std::string> options) const {
+        options.insert(options.begin(), {PTMATCH_TOOL, "match"});
+        return runProgram(options);
+    }
+    // Interrupts the program as soon as it is ready for it, and waits for its end.
+    Outcome interrupt(std::vector<std::string> options) const {
+        options.insert(options.begin(), {PTMATCH_TOOL, "match"});
+        const pid_t child = start(options);
+        while (!handlesInterrupt(child)) {
+            int status = 0;
+            if (::waitpid(child, &status, WNOHANG) == child) {
+                ADD_FAILURE() << "ended before it could be interrupted";
+                return {};
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        ::kill(child, SIGINT);
+        return finish(child);
+    }
+
+  private:
+    void redirect(int target, const char* name) const {
+        const int file =
+            ::open((folder_ / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        if (file < 0 || ::dup2(file, target) < 0) ::_exit(125);
+    }
+    // True once the process has installed a handler of its own for SIGINT.
+    static bool handlesInterrupt(pid_t process) {
+        std::ifstream status("/proc/" + std::to_string(process) + "/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.rfind("SigCgt:", 0) != 0) continue;
+            const unsigned long long caught = std::stoull(line.substr(7), nullptr, 16);
+            return (caught >> (SIGINT - 1) & 1U) != 0;
+        }
+        return false;
+    }
+
+    fs::path folder_;
+};
+
+const std::string kNeedleModel = PTMATCH_DATA_DIR "/demo_pick/model.csv";
+const std::string kNeedleData = PTMATCH_DATA_DIR "/demo_pick/data.csv";
+const std::string kStarsModel = PTMATCH_DATA_DIR "/beehive/model.csv";
+const std::string kStarsData = PTMATCH_DATA_DIR "/beehive/data.csv";
+
+// How many entries of the best map agree with the truth of the scene, and where they do not.
+struct Agreement {
+    std::size_t truePairs = 0;   // pairs of the truth that were found
+    std::size_t otherPairs = 0;  // pairs that the truth does not have
+};
+
+Agreement compareWithTruth(const json& found, const std::string& scene) {
+    const json truth = json::parse(readFile(PTMATCH_DATA_DIR "/" + scene + "/truth.json"));
+    const auto expected = truth["map"].get<std::vector<long>>();
+    const auto map = found["results"].at(0)["map"].get<std::vector<long>>();
+    EXPECT_EQ(map.size(), expected.size());
+    Agreement agreement;
+    for (std::size_t i = 0; i < std::min(map.size(), expected.size()); ++i) {
+        if (map[i] < 0) continue;
+        ++(map[i] == expected[i] ? agreement.truePairs : agreement.otherPairs);
+    }
+    return agreement;
+}
+
+}  // namespace
+
+TEST_F(Tool, FindsTheNeedleInTheHaystackWithoutOptions) {
+    const Outcome outcome = match({"--model", kNeedleModel, "--data", kNeedleData});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, StartsWith("30 model points, 286 data points: 1 pose found in "));
+    EXPECT_THAT(outcome.out, EndsWith("30/30\n"));
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(Tool, JsonIsParsedAndAgreesWithTheTruth) {
+    const Outcome outcome = match({"--model", kNeedleModel, "--data", kNeedleData, "--json"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    const json found = json::parse(outcome.out);
+    const json truth = json::parse(readFile(PTMATCH_DATA_DIR "/demo_pick/truth.json"));
+    ASSERT_EQ(found["results"].size(), 1U);
+    EXPECT_EQ(found["results"][0]["map"], truth["map"]);
+    EXPECT_EQ(found["results"][0]["matched"], 30);
+    // Both are least-squares similarities over the same pairs; the truth is written with 7 digits.
+    EXPECT_NEAR(found["results"][0]["rotation_deg"], truth["rotation_deg"], 1e-3);
+    EXPECT_NEAR(found["results"][0]["scale"], truth["scale"], 1e-5);
+    EXPECT_NEAR(found["results"][0]["fit_error"], truth["similarity_rms"], 1e-3);
+}
+
+TEST_F(Tool, PictureHoldsEveryPoint) {
+    const Outcome outcome =
+        match({"--model", kNeedleModel, "--data", kNeedleData, "--svg", "needle.svg", "--y-up"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(filesInWork(), testing::ElementsAre("needle.svg"));
+    const std::string svg = readFile(work() / "needle.svg");
+    EXPECT_EQ(xmlFault(svg), "");
+    EXPECT_EQ(countElements(svg, "circle", "data-unmatched"), 256U);
+    EXPECT_EQ(countElements(svg, "circle", "data-matched"), 30U);
+    EXPECT_EQ(countElements(svg, "circle", "model-matched"), 30U);
+    EXPECT_EQ(countElements(svg, "line", "correspondence"), 30U);
+    EXPECT_EQ(countElements(svg, "circle", "model"), 30U);
+}
+
+TEST_F(Tool, DemonstrationFindsWhatTheTruthSays) {
+    const Outcome outcome =
+        runProgram({PTMATCH_SOURCE_DIR "/examples/demo.sh", PTMATCH_TOOL, "demo"});
+    ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, HasSubstr(" 30/30\n"));
+    EXPECT_THAT(outcome.out, HasSubstr(" 65/66\n"));
+    const auto found = [&](const std::string& scene) {
+        EXPECT_EQ(xmlFault(readFile(work() / "demo" / (scene + ".svg"))), "");
+        return json::parse(readFile(work() / "demo" / (scene + ".json")));
+    };
+    const Agreement needle = compareWithTruth(found("demo_pick"), "demo_pick");
+    EXPECT_EQ(needle.truePairs, 30U);
+
+    const json board = found("versa64");
+    EXPECT_EQ(compareWithTruth(board, "versa64").truePairs, 65U);
+    EXPECT_EQ(compareWithTruth(board, "versa64").otherPairs, 0U);
+    EXPECT_NEAR(board["results"][0]["fit_error"], 0.508, 0.001);
+
+    const json stars = found("beehive");
+    EXPECT_EQ(compareWithTruth(stars, "beehive").truePairs, 190U);
+    EXPECT_EQ(compareWithTruth(stars, "beehive").otherPairs, 0U);
+}
+
+TEST_F(Tool, ExhaustiveSearchFindsASmallPattern) {
+    write("m.csv", "0,0\n10,0\n0,20\n");
+    write("d.csv", "100,100\n110,100\n100,120\n155,155\n");
+    const Outcome outcome =
+        match({"--model", "m.csv", "--data", "d.csv", "--exhaustive", "--json"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    const json found = json::parse(outcome.out);
+    EXPECT_EQ(found["results"][0]["map"], json({0, 1, 2}));
+    EXPECT_EQ(found["results"][0]["coverage"], 1.0);
+}
+
+TEST_F(Tool, WeightsOfTheModelCount) {
+    // The third point carries nearly all of the weight and has no partner.
+    write("m.csv", "x,y,weight\n0,0,1\n10,0,1\n0,20,98\n");
+    write("d.csv", "0,0\n10,0\n70,70\n");
+    EXPECT_EQ(match({"--model", "m.csv", "--data", "d.csv"}).exitCode, 1);
+    write("m.csv", "0,0,1\n10,0,1\n0,20,1\n");
+    EXPECT_EQ(match({"--model", "m.csv", "--data", "d.csv"}).exitCode, 0);
+}
+
+TEST_F(Tool, NothingFoundIsCodeOneAndStillDrawn) {
+    write("d.csv", "0,0\n1000,0\n");
+    const Outcome outcome =
+        match({"--model", kNeedleModel, "--data", "d.csv", "--svg", "none.svg"});
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.out, StartsWith("30 model points, 2 data points: nothing found"));
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_THAT(readFile(work() / "none.svg"), HasSubstr("Nothing found"));
+}
+
+TEST_F(Tool, MalformedLinesAreNamedByFileAndLine) {
+    write("m.csv", "x,y\n1,2\n3,abc\n");
+    const Outcome outcome =
+        match({"--model", "m.csv", "--data", kNeedleData, "--svg", "a.svg", "--json"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "ptmatch: m.csv:3: expected a number in column 2 (y), found \"abc\"\n");
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(filesInWork(), testing::ElementsAre("m.csv"));
+}
+
+TEST_F(Tool, FilesThatCannotBeReadAreNamed) {
+    Outcome outcome = match({"--model", "none.csv", "--data", kNeedleData});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "ptmatch: none.csv: cannot be opened: No such file or directory\n");
+    outcome = match({"--model", kNeedleModel, "--data", "."});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "ptmatch: .: is a directory, expected a table of points\n");
+    write("empty.csv", "");
+    outcome = match({"--model", kNeedleModel, "--data", "empty.csv"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "ptmatch: empty.csv: holds no points\n");
+}
+
+TEST_F(Tool, ModelsThatCannotBeTrainedAreNamed) {
+    write("m.csv", "0,0\n1,1\n");
+    const Outcome outcome = match({"--model", "m.csv", "--data", kNeedleData});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_THAT(outcome.err, StartsWith("ptmatch: m.csv: "));
+}
+
+TEST_F(Tool, BadOptionsAreNamedAndCodeTwo) {
+    const auto refusal = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"--model", kNeedleModel, "--data", kNeedleData});
+        const Outcome outcome = match(options);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.out, "");
+        return outcome.err;
+    };
+    EXPECT_EQ(refusal({"--min-coverage", "2"}),
+              "ptmatch: --min-coverage: minCoverage must be in [0.0, 1.0]\n");
+    EXPECT_THAT(refusal({"--rotation", "5"}), HasSubstr("--rotation: expected LO,HI or full"));
+    EXPECT_THAT(refusal({"--no-such-option"}), HasSubstr("--no-such-option"));
+    EXPECT_THAT(refusal({"--svg", "no/folder/a.svg"}),
+                HasSubstr("no/folder/a.svg: cannot be written: No such file or directory"));
+}
+
+TEST_F(Tool, MissingArgumentsAreCodeTwoAndHelpIsNot) {
+    EXPECT_EQ(match({}).exitCode, 2);
+    EXPECT_EQ(runProgram({PTMATCH_TOOL}).exitCode, 2);
+    EXPECT_EQ(runProgram({PTMATCH_TOOL, "no-such-command"}).exitCode, 2);
+    const Outcome help = match({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* option : {"--model", "--data", "--json", "--svg", "--y-up", "--min-coverage",
+                               "--start-x", "--start-y", "--start-rotation", "--start-scale",
+                               "--rotation", "--scale", "--x-translation", "--y-translation",
+                               "--grid-size", "--capture-range", "--max-results", "--exhaustive"}) {
+        EXPECT_THAT(help.out, HasSubstr(option));
+    }
+}
+
+TEST_F(Tool, FullOutputDeviceIsReported) {
+    const Outcome outcome =
+        runProgram({"/bin/sh", "-c",
+                    std::string(PTMATCH_TOOL) + " match --model " + kNeedleModel + " --data " +
+                        kNeedleData + " >/dev/full"});
+    EXPECT_EQ(outcome.exitCode, 2);
+    EXPECT_EQ(outcome.err, "ptmatch: the results cannot be written to standard output\n");
+}
+
+TEST_F(Tool, InterruptEndsALongSearchAndLeavesNoOutput) {
+    // Cells of 3 pixels, every rotation and a wide range of scales: minutes of work at least.
+    const Outcome outcome =
+        interrupt({"--model", kStarsModel, "--data", kStarsData, "--rotation", "full", "--scale",
+                   "-0.5,0.5", "--grid-size", "3", "--svg", "stars.svg"});
+    EXPECT_EQ(outcome.exitCode, 130);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "ptmatch: interrupted\n");
+    EXPECT_THAT(filesInWork(), testing::IsEmpty());
+}
+
+TEST_F(Tool, InterruptEndsAnExhaustiveSearchThatNeverAsks) {
+    std::string points;
+    for (int i = 0; i < 20; ++i) {
+        points += std::to_string(i * i) + "," + std::to_string(7 * i % 11) + "\n";
+    }
+    write("p.csv", points);
+    const Outcome outcome = interrupt({"--model", "p.csv", "--data", "p.csv", "--exhaustive"});
+    EXPECT_EQ(outcome.exitCode, 130);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, "ptmatch: interrupted\n");
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/vector.h"
+
+namespace ptmatch::tool {
+
+/// The points of one table, in the order of its lines.
+struct PointTable {
+    std::vector<rxVector<2>> points;
+    /// One weight per point when the table has a column of weights, otherwise empty.
+    std::vector<long> weights;
+};
+
+/// Reads a comma-separated table of points.
+///
+/// With a header (a first line none of whose fields is a number) the columns are found by name: `x`
+/// and `y` must be there, `weight` may be, any other column is skipped unread. Without one there
+/// are two or three columns: x, y, weight. Names may be in quotes and in capitals. Lines that are
+/// blank or begin with '#' count only for the line numbers; a byte order mark and CR LF line ends
+/// are fine. Coordinates are finite numbers with a decimal point, weights whole numbers of 32 bits.
+///
+/// @param text  the whole file
+/// @param name  what messages call it
+/// @throws InputError  "name:line: ..." for the first line that breaks a rule, "name: ..." when
+///                     there is no point at all.
+PointTable parsePoints(std::string_view text, const std::string& name);
+
+/// The table in the file at `path`.
+/// @throws InputError  as parsePoints, and when `path` is missing, a directory or cannot be read.
+PointTable readPoints(const std::string& path);
+
+}  // namespace ptmatch::tool

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "picture_frame.h"
+#include "run_options.h"
+
+namespace ptmatch::tool {
+
+constexpr int kExitFound = 0;
+constexpr int kExitNothingFound = 1;
+constexpr int kExitBadInput = 2;
+
+/// What `ptmatch match` was asked to do.
+struct MatchOptions {
+    std::string modelFile;
+    std::string dataFile;
+    RunOptions run;
+    bool exhaustive = false;
+    bool json = false;
+    /// Empty: no picture.
+    std::string svgFile;
+    YAxis yAxis = YAxis::kDown;
+};
+
+/// Adds the command `match` with all its options to `app`; parsing writes to `options`, which must
+/// outlive `app`. Returns the command.
+CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options);
+
+/// Finds the model among the data points, writes the results to `out` and the picture to its file.
+/// Nothing is written before the whole work is done.
+/// @return kExitFound or kExitNothingFound.
+/// @throws InputError              the input or the options cannot be used.
+/// @throws rxAttention::Interrupted  by Ctrl-C; nothing was written.
+int runMatch(const MatchOptions& options, std::ostream& out);
+
+}  // namespace ptmatch::tool

@@ -1,0 +1,73 @@
+#include "number_text.h"
+
+#include <charconv>
+#include <cstdint>
+#include <system_error>
+
+namespace ptmatch::tool {
+namespace {
+
+// from_chars knows no plus sign; people write one.
+std::string_view withoutPlus(std::string_view text) {
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-' && text[1] != '+')
+        text.remove_prefix(1);
+    return text;
+}
+
+template <typename Number>
+std::optional<Number> parseWhole(std::string_view text) {
+    const std::string_view digits = withoutPlus(trimmed(text));
+    Number value{};
+    const char* const end = digits.data() + digits.size();
+    const auto [stop, error] = std::from_chars(digits.data(), end, value);
+    if (error != std::errc{} || stop != end) return std::nullopt;
+    return value;
+}
+
+}  // namespace
+
+std::string_view trimmed(std::string_view text) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+std::string inQuotes(std::string_view text) {
+    constexpr std::size_t kLongest = 40;
+    std::string result = "\"";
+    for (const char c : text.substr(0, kLongest)) {
+        const auto code = static_cast<unsigned char>(c);
+        result += code < 0x20 || code == 0x7f ? '?' : c;
+    }
+    return result + (text.size() > kLongest ? "...\"" : "\"");
+}
+
+std::optional<double> parseNumber(std::string_view text) {
+    return parseWhole<double>(text);
+}
+
+std::optional<long> parseWholeNumber(std::string_view text) {
+    if (const auto value = parseWhole<std::int32_t>(text)) return *value;
+    return std::nullopt;
+}
+
+std::string fixedText(double value, int decimals) {
+    // The longest double has 309 digits before the point.
+    char buffer[400];
+    const auto [end, error] =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
+    if (error != std::errc{}) return "?";
+    std::string text(buffer, end);
+    // A rounded -0.0004 is a plain zero to the reader.
+    if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) text.erase(0, 1);
+    return text;
+}
+
+std::string shortText(double value) {
+    char buffer[32];
+    const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return error == std::errc{} ? std::string(buffer, end) : "?";
+}
+
+}  // namespace ptmatch::tool

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Numbers as text: always with a decimal point, whatever the locale of the process.
+namespace ptmatch::tool {
+
+/// The part of `text` between its leading and trailing blanks, tabs and line ends.
+std::string_view trimmed(std::string_view text);
+
+/// `text` shortened and made printable, in quotes, for error messages.
+std::string inQuotes(std::string_view text);
+
+/// The number that the whole of `text` spells, blanks around it aside; may be NaN or infinite when
+/// `text` spells that. Nothing when `text` is no number or lies beyond the range of a double.
+std::optional<double> parseNumber(std::string_view text);
+
+/// The whole number that the whole of `text` spells, blanks around it aside. Nothing when `text` is
+/// no whole number or does not fit into 32 bits with a sign.
+std::optional<long> parseWholeNumber(std::string_view text);
+
+/// `value` with `decimals` digits after the point. NaN and infinity as "nan", "inf", "-inf".
+std::string fixedText(double value, int decimals);
+
+/// `value` with as few digits as read back to the same double.
+std::string shortText(double value);
+
+}  // namespace ptmatch::tool

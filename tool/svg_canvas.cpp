@@ -1,0 +1,183 @@
+#include "svg_canvas.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <initializer_list>
+
+#include "number_text.h"
+
+namespace ptmatch::tool {
+namespace {
+
+// Page coordinates: a hundredth of a unit is finer than any screen, and no page reaches the bound,
+// which keeps absurd input from producing numbers that viewers refuse.
+std::string pageNumber(double value) {
+    constexpr double kFarOutside = 1e6;
+    if (std::isnan(value)) value = 0.0;
+    std::string text = fixedText(std::clamp(value, -kFarOutside, kFarOutside), 2);
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.back() == '.') text.pop_back();
+    return text;
+}
+
+// Adds pieces one by one. A chain of + would copy, and a literal followed by a string in it sets
+// off a false alarm of GCC 12 (-Wrestrict).
+void append(std::string& text, std::initializer_list<std::string_view> pieces) {
+    for (const std::string_view piece : pieces) text += piece;
+}
+
+// The number of bytes of the UTF-8 character that `text` begins with, 0 when it begins with none
+// that XML admits. Overlong forms and surrogates do not occur in practice and only their leading
+// byte is judged; every byte that follows must be a continuation.
+std::size_t characterLength(std::string_view text) {
+    const auto lead = static_cast<unsigned char>(text.front());
+    if (lead < 0x80) return lead >= 0x20 || lead == '\t' || lead == '\n' ? 1 : 0;
+    const std::size_t length = lead >= 0xf5   ? 0
+                               : lead >= 0xf0 ? 4
+                               : lead >= 0xe0 ? 3
+                               : lead >= 0xc2 ? 2
+                                              : 0;
+    if (length > text.size()) return 0;
+    const auto follows = text.substr(1, length == 0 ? 0 : length - 1);
+    const bool sound = std::all_of(follows.begin(), follows.end(), [](char c) {
+        return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+    });
+    return sound ? length : 0;
+}
+
+}  // namespace
+
+std::string xmlEscaped(std::string_view text) {
+    std::string result;
+    while (!text.empty()) {
+        const std::size_t length = characterLength(text);
+        if (length == 0) {
+            result += '?';
+            text.remove_prefix(1);
+            continue;
+        }
+        const char c = text.front();
+        if (c == '&') {
+            result += "&amp;";
+        } else if (c == '<') {
+            result += "&lt;";
+        } else if (c == '>') {
+            result += "&gt;";
+        } else if (c == '"') {
+            result += "&quot;";
+        } else {
+            result += text.substr(0, length);
+        }
+        text.remove_prefix(length);
+    }
+    return result;
+}
+
+SvgCanvas::SvgCanvas(double width, double height) : width_(width), height_(height) {}
+
+SvgCanvas::Group SvgCanvas::group(const Attributes& attributes) {
+    open("g", {}, attributes);
+    body_ += ">\n";
+    return Group(*this);
+}
+
+void SvgCanvas::endGroup() {
+    body_ += "</g>\n";
+}
+
+void SvgCanvas::circle(const rxVector<2>& center, double radius, const Attributes& attributes,
+                       std::string_view hint) {
+    open(
+        "circle",
+        {{"cx", pageNumber(center.x())}, {"cy", pageNumber(center.y())}, {"r", pageNumber(radius)}},
+        attributes);
+    closeWithHint("circle", hint);
+}
+
+void SvgCanvas::line(const rxVector<2>& from, const rxVector<2>& to, const Attributes& attributes) {
+    open("line",
+         {{"x1", pageNumber(from.x())},
+          {"y1", pageNumber(from.y())},
+          {"x2", pageNumber(to.x())},
+          {"y2", pageNumber(to.y())}},
+         attributes);
+    closeWithHint("line", {});
+}
+
+void SvgCanvas::cross(const rxVector<2>& center, double reach, const Attributes& attributes,
+                      std::string_view hint) {
+    std::string strokes;
+    const auto stroke = [&](double dx, double dy) {
+        append(strokes, {"M", pageNumber(center.x() - dx), " ", pageNumber(center.y() - dy), "L",
+                         pageNumber(center.x() + dx), " ", pageNumber(center.y() + dy)});
+    };
+    stroke(reach, reach);
+    stroke(reach, -reach);
+    open("path", {{"d", strokes}}, attributes);
+    closeWithHint("path", hint);
+}
+
+void SvgCanvas::polygon(const std::vector<rxVector<2>>& corners, const Attributes& attributes) {
+    std::string points;
+    for (const rxVector<2>& corner : corners) {
+        append(points,
+               {points.empty() ? "" : " ", pageNumber(corner.x()), ",", pageNumber(corner.y())});
+    }
+    open("polygon", {{"points", points}}, attributes);
+    closeWithHint("polygon", {});
+}
+
+void SvgCanvas::rectangle(const rxVector<2>& corner, double width, double height,
+                          const Attributes& attributes) {
+    open("rect",
+         {{"x", pageNumber(corner.x())},
+          {"y", pageNumber(corner.y())},
+          {"width", pageNumber(width)},
+          {"height", pageNumber(height)}},
+         attributes);
+    closeWithHint("rect", {});
+}
+
+void SvgCanvas::text(const rxVector<2>& position, std::string_view text,
+                     const Attributes& attributes) {
+    open("text", {{"x", pageNumber(position.x())}, {"y", pageNumber(position.y())}}, attributes);
+    append(body_, {">", xmlEscaped(text), "</text>\n"});
+}
+
+void SvgCanvas::clipRectangle(std::string_view id, const rxVector<2>& corner, double width,
+                              double height) {
+    open("clipPath", {{"id", std::string(id)}}, {});
+    body_ += ">\n";
+    rectangle(corner, width, height);
+    body_ += "</clipPath>\n";
+}
+
+std::string SvgCanvas::finished() const {
+    const std::string width = pageNumber(width_);
+    const std::string height = pageNumber(height_);
+    std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    append(svg, {"<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"", width, "\" height=\"",
+                 height, "\" viewBox=\"0 0 ", width, " ", height, "\">\n", body_, "</svg>\n"});
+    return svg;
+}
+
+void SvgCanvas::open(std::string_view name, const Attributes& geometry,
+                     const Attributes& attributes) {
+    append(body_, {"<", name});
+    for (const Attributes* list : {&geometry, &attributes}) {
+        for (const auto& [key, value] : *list) {
+            append(body_, {" ", key, "=\"", xmlEscaped(value), "\""});
+        }
+    }
+}
+
+void SvgCanvas::closeWithHint(std::string_view name, std::string_view hint) {
+    if (hint.empty()) {
+        body_ += "/>\n";
+    } else {
+        append(body_, {"><title>", xmlEscaped(hint), "</title></", name, ">\n"});
+    }
+}
+
+}  // namespace ptmatch::tool

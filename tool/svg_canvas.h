@@ -1,0 +1,67 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "foundation/vector.h"
+
+namespace ptmatch::tool {
+
+/// Writes one SVG picture, element by element. Positions are page units, x right, y down. Numbers
+/// are written with a decimal point whatever the locale, text and attributes are escaped, and what
+/// is no character of XML becomes a question mark, so that the result is always well formed.
+class SvgCanvas {
+  public:
+    using Attributes = std::vector<std::pair<std::string_view, std::string>>;
+
+    /// An empty page.
+    SvgCanvas(double width, double height);
+
+    /// A group that lasts until the returned object goes; groups may be nested.
+    class Group {
+      public:
+        Group(const Group&) = delete;
+        Group& operator=(const Group&) = delete;
+        ~Group() { canvas_.endGroup(); }
+
+      private:
+        friend class SvgCanvas;
+        explicit Group(SvgCanvas& canvas) : canvas_(canvas) {}
+        SvgCanvas& canvas_;
+    };
+    [[nodiscard]] Group group(const Attributes& attributes);
+
+    /// `hint` is what a viewer shows when the pointer rests on the element; none when empty.
+    void circle(const rxVector<2>& center, double radius, const Attributes& attributes = {},
+                std::string_view hint = {});
+    void line(const rxVector<2>& from, const rxVector<2>& to, const Attributes& attributes = {});
+    /// A diagonal cross, two strokes from corner to corner of a square of half width `reach`.
+    void cross(const rxVector<2>& center, double reach, const Attributes& attributes = {},
+               std::string_view hint = {});
+    void polygon(const std::vector<rxVector<2>>& corners, const Attributes& attributes = {});
+    void rectangle(const rxVector<2>& corner, double width, double height,
+                   const Attributes& attributes = {});
+    void text(const rxVector<2>& position, std::string_view text,
+              const Attributes& attributes = {});
+    /// Names a rectangle that groups refer to with clip-path="url(#id)".
+    void clipRectangle(std::string_view id, const rxVector<2>& corner, double width, double height);
+
+    /// The whole picture.
+    std::string finished() const;
+
+  private:
+    void endGroup();
+    void open(std::string_view name, const Attributes& geometry, const Attributes& attributes);
+    void closeWithHint(std::string_view name, std::string_view hint);
+
+    std::string body_;
+    double width_;
+    double height_;
+};
+
+/// `text` with the characters that XML reserves written as entities.
+std::string xmlEscaped(std::string_view text);
+
+}  // namespace ptmatch::tool
