@@ -1,0 +1,40 @@
+#!/bin/sh
+# Installs what this project needs on Debian 12, and nothing when all of it is there. Needs root or
+# sudo for that; asks no questions of its own.
+#   scripts/install_dependencies.sh             to build, test and demonstrate
+#   scripts/install_dependencies.sh --checks    also for the second compiler, format and lint
+set -eu
+
+packages="g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev
+    libbenchmark-dev librsvg2-bin"
+if [ "${1:-}" = --checks ]; then
+    packages="$packages clang clang-format clang-tidy"
+fi
+
+is_installed() {
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+missing=""
+for package in $packages; do
+    is_installed "$package" || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+if ! command -v apt-get >/dev/null; then
+    echo "Please install with the package manager of this system:$missing" >&2
+    exit 1
+fi
+as_root=""
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "Run this as root or install sudo. Missing:$missing" >&2
+        exit 1
+    fi
+    as_root="sudo"
+fi
+echo "Installing:$missing"
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get update -q
+# The list is meant to be split into words.
+# shellcheck disable=SC2086
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing
