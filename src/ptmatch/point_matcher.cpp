@@ -7,27 +7,28 @@ namespace {
 
 template <class T>
 std::unique_ptr<T> deepCopy(const std::unique_ptr<T>& source) {
-    return source ? std::make_unique<T>(*source) : nullptr;
+    if (!source) return nullptr;
+    return std::make_unique<T>(*source);
 }
 
 }  // namespace
 
 rxPointMatcher::rxPointMatcher() = default;
 
-rxPointMatcher::rxPointMatcher(const rxPointMatcher& other)
-    : model_(deepCopy(other.model_)),
-      gridXform_(other.gridXform_),
-      numGridPoints_(other.numGridPoints_),
-      gridMatcher_(deepCopy(other.gridMatcher_)),
-      gridPositions_(other.gridPositions_) {}  // mode_ is not copied: deliberate
+rxPointMatcher::rxPointMatcher(const rxPointMatcher& other) : rxPointMatcher() {
+    *this = other;
+}
 
 rxPointMatcher& rxPointMatcher::operator=(const rxPointMatcher& other) {
-    rxPointMatcher copy(other);
-    model_ = std::move(copy.model_);
-    gridXform_ = copy.gridXform_;
-    numGridPoints_ = copy.numGridPoints_;
-    gridMatcher_ = std::move(copy.gridMatcher_);
-    gridPositions_ = std::move(copy.gridPositions_);
+    // Everything that can throw comes first; the old parts go when the new ones stand.
+    std::unique_ptr<rx_PointMatcherModel> model = deepCopy(other.model_);
+    std::unique_ptr<rxPointMatcher> gridMatcher = deepCopy(other.gridMatcher_);
+    std::vector<rxPair<long>> gridPositions = other.gridPositions_;
+    model_ = std::move(model);
+    gridXform_ = other.gridXform_;
+    numGridPoints_ = other.numGridPoints_;
+    gridMatcher_ = std::move(gridMatcher);
+    gridPositions_ = std::move(gridPositions);
     return *this;  // mode_ is not assigned: deliberate
 }
 

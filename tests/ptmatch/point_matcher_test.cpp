@@ -4,7 +4,10 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/geometry_archive.h"
+#include "foundation/memory_archive.h"
 #include "ptmatch/ppmatch.h"
+#include "support/allocation_meter.h"
 #include "support/archive_bytes.h"
 
 namespace {
@@ -127,6 +130,56 @@ TEST(PointMatcher, ExhaustiveOneWithoutModelCallsItselfTrainedAndThrows) {
     EXPECT_TRUE(matcher.isTrained());
     EXPECT_EQ(matcher.trainMode(), Defs::eExhaustiveMode);
     expectModelQueriesThrow(matcher);
+}
+
+/// A matcher that owns all that a matcher can: a model and a nested matcher with its positions.
+rxPointMatcher withNestedMatcher() {
+    const std::vector<rxPair<long>> positions = {{0, 0}, {1, 0}, {0, 1}};
+    const std::vector<unsigned char> bytes = ptmatch::testing::joined(
+        {stored(200009UL, 0L, 0L, 1L), stored(trained(kTriangle, {1, 1, 1})),
+         stored(rxXform<2>(), 3L, positions)});
+    rxPointMatcher matcher = trained(kTriangle, {5, 1, -3});
+    rxMemoryLoadArchive ar(bytes);
+    ar || matcher;
+    return matcher;
+}
+
+TEST(PointMatcher, AssignmentThatRunsOutOfMemoryChangesNothing) {
+    const rxPointMatcher source = withNestedMatcher();
+    rxPointMatcher target = trained(kSquare, {1, 2, 3, 4});
+    const std::vector<unsigned char> before = stored(target);
+    const std::size_t failures = ptmatch::testing::withEveryAllocationFailing(
+        [&] { target = source; }, [&] { EXPECT_EQ(stored(target), before); });
+    EXPECT_GE(failures, 7U);  // two models with points and weights each, nested matcher, positions
+    EXPECT_EQ(stored(target), stored(source));
+}
+
+TEST(PointMatcher, LoadThatRunsOutOfMemoryChangesNothing) {
+    const std::vector<unsigned char> bytes = stored(withNestedMatcher());
+    rxPointMatcher target = trained(kSquare, {1, 2, 3, 4});
+    const std::vector<unsigned char> before = stored(target);
+    const std::size_t failures = ptmatch::testing::withEveryAllocationFailing(
+        [&] {
+            rxMemoryLoadArchive ar(bytes);
+            ar || target;
+        },
+        [&] { EXPECT_EQ(stored(target), before); });
+    EXPECT_GE(failures, 7U);
+    EXPECT_EQ(stored(target), bytes);
+}
+
+TEST(PointMatcher, TrainingThatRunsOutOfMemoryLeavesItUntrained) {
+    rxPointMatcher matcher;
+    const std::size_t failures = ptmatch::testing::withEveryAllocationFailing(
+        [&] {
+            matcher.train(kTriangle, {5, 1, -3}, Defs::eExhaustiveMode);
+        },
+        [&] {
+            EXPECT_FALSE(matcher.isTrained());
+            matcher = trained(kSquare, {1, 2, 3, 4});
+        });
+    EXPECT_GE(failures, 3U);  // the model, its points, its weights
+    EXPECT_EQ(matcher.modelPoints(), kTriangle);
 }
 
 TEST(PointMatcher, ExtractPointsTouchesNothing) {

@@ -8,8 +8,14 @@ namespace {
 
 thread_local bool isMeasuring = false;
 thread_local std::size_t largestAllocation = 0;
+thread_local bool isFailing = false;
+thread_local std::size_t allocationsBeforeFailure = 0;
 
 void* allocate(std::size_t size) noexcept {
+    if (isFailing) {
+        if (allocationsBeforeFailure == 0) return nullptr;
+        --allocationsBeforeFailure;
+    }
     if (isMeasuring) largestAllocation = std::max(largestAllocation, size);
     return std::malloc(std::max<std::size_t>(size, 1));
 }
@@ -95,6 +101,15 @@ AllocationMeter::~AllocationMeter() {
 
 std::size_t AllocationMeter::largest() const {
     return largestAllocation;
+}
+
+AllocationFailure::AllocationFailure(std::size_t successes) {
+    allocationsBeforeFailure = successes;
+    isFailing = true;
+}
+
+AllocationFailure::~AllocationFailure() {
+    isFailing = false;
 }
 
 }  // namespace ptmatch::testing
