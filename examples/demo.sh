@@ -22,7 +22,7 @@ scene() {
         rsvg-convert -o "$out/$name.png" "$out/$name.svg"
         pictures="$pictures, $out/$name.png"
     fi
-    printf '\n   The picture: %s\n' "$pictures"
+    printf '\n   The picture: %s\n\n' "$pictures"
 }
 
 cat <<'TEXT'
@@ -71,11 +71,11 @@ cat <<'TEXT'
    Asked:  which star is which, although a good part of either plate has no partner?
            --scale -0.1,0.1        the scans may differ in size by 10 percent
            --min-coverage 0.4      40 percent of the stars found again is enough
-           --grid-size 12          the plates are 3000 pixels wide: search them in cells of 12
+           --grid-size 16          the plates are 3000 pixels wide: search them in cells of 16
            --capture-range 8       stars move, emulsions stretch: accept 8 pixels
 
 TEXT
-scene beehive --scale -0.1,0.1 --min-coverage 0.4 --grid-size 12 --capture-range 8
+scene beehive --scale -0.1,0.1 --min-coverage 0.4 --grid-size 16 --capture-range 8
 cat <<'TEXT'
    Found:  190 stars that stand on both plates, the second scanned 5 percent smaller; the crosses are
            stars and flaws of 1910 that the plate of 1975 does not show.
