@@ -167,7 +167,8 @@ TEST_P(PoseSearchProperties, RunsAndCopiesRepeatTheResults) {
     const Problem problem = GetParam().make(random);
     const auto expected = resultsOf(problem, rxPointMatcherDefs::eAutoDetect);
     const rxPointMatcher matcher = trainedOn(problem, rxPointMatcherDefs::eAutoDetect);
-    const rxPointMatcher copy(matcher);
+    rxPointMatcher copy;
+    copy = matcher;
     rxPointMatcherResultSet found;
     for (int again = 0; again < 2; ++again) {
         matcher.run(problem.data, problem.params, found);
