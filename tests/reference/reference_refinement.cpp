@@ -101,11 +101,8 @@ bool isUsed(const std::vector<long>& modelToData, long dataIndex) {
 /// One candidate on its way from a vote peak to a pose with its correspondences.
 class Correspondence {
   public:
-    Correspondence(const Model& model, const Points& data, const SearchWorld& world)
-        : model_(model),
-          data_(data),
-          world_(world),
-          squaredCapture_(world.captureRange * world.captureRange) {}
+    Correspondence(const Model& model, const Points& data, double captureRange)
+        : model_(model), data_(data), squaredCapture_(captureRange * captureRange) {}
 
     bool fitFirst(const std::vector<Pairing>& pairs) {
         if (pairs.size() < 2) return false;
@@ -197,7 +194,6 @@ class Correspondence {
 
     const Model& model_;
     const Points& data_;
-    const SearchWorld& world_;
     double squaredCapture_;
     FittedPose pose_;
     rxLSPointToPointFitter fitter_;
@@ -246,7 +242,7 @@ PoseList correspond(const Model& model, const Points& data, const SearchWorld& w
     PoseList poses(model.totalWeight, world.capacity);
     for (const auto& [score, candidate] : revoted.bestFirst()) {
         ++polls;
-        Correspondence correspondence(model, data, world);
+        Correspondence correspondence(model, data, world.captureRange);
         if (!correspondence.fitFirst(pairByLabels(model, world, blockLabels, candidate))) continue;
         correspondence.capture(pointLabels);
         if (!correspondence.refit()) continue;
