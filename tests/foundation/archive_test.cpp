@@ -19,7 +19,6 @@
 using ptmatch::testing::AllocationMeter;
 using ptmatch::testing::ByteVector;
 using ptmatch::testing::expectTamperingHandled;
-using ptmatch::testing::joined;
 using ptmatch::testing::loaded;
 using ptmatch::testing::stored;
 using ::testing::HasSubstr;
@@ -452,6 +451,7 @@ TEST(ArchiveNesting, EndsWithTheRecordAlsoWhenItFails) {
 TEST(ArchiveNesting, GuardsCountPerArchive) {
     rxMemoryStoreArchive full;
     std::vector<std::unique_ptr<rxArchive::NestingGuard>> guards;
+    guards.reserve(rxArchive::kMaxNesting);
     for (int i = 0; i < rxArchive::kMaxNesting; ++i) {
         guards.push_back(std::make_unique<rxArchive::NestingGuard>(full));
     }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -100,10 +101,10 @@ TEST(Exception, RethrowsItselfAsItsOwnClassAndIsDestroyed) {
         ~Counted() override { --living; }
         [[noreturn]] void suicideAndRethrow() override { rfSuicideAndRethrow(this); }
     };
-    rxException* held = new Counted("kept");
+    std::unique_ptr<rxException> held = std::make_unique<Counted>("kept");
     ASSERT_EQ(living, 1);
     try {
-        held->suicideAndRethrow();
+        held.release()->suicideAndRethrow();
     } catch (const Counted& error) {
         EXPECT_EQ(error.message(), "kept");
         EXPECT_EQ(living, 1) << "only the thrown copy is left";
@@ -168,8 +169,9 @@ TEST(UnknownVersion, IsCaughtAsEachOfItsBases) {
 }
 
 TEST(UnknownVersion, TellsSourceAndLineAlsoInACopy) {
-    const rxArchive::UnknownVersion error("ptmatch/somewhere", 12);
-    const rxArchive::UnknownVersion copy(error);
+    std::optional<rxArchive::UnknownVersion> error(std::in_place, "ptmatch/somewhere", 12);
+    const rxArchive::UnknownVersion copy(*error);
+    error.reset();
     EXPECT_STREQ(copy.source(), "ptmatch/somewhere");
     EXPECT_EQ(copy.line(), 12);
     EXPECT_STREQ(copy.what(),

@@ -301,6 +301,7 @@ TEST(Visited, MarksBelongToOneThread) {
     std::array<ByteVector, 4> results;
     {
         std::vector<std::jthread> threads;
+        threads.reserve(results.size());
         for (ByteVector& result : results) {
             threads.emplace_back([&number, &result] {
                 for (int i = 0; i < 200; ++i) {
@@ -346,7 +347,8 @@ template <class T>
 std::unique_ptr<T> sentThroughItsBase(const T& object) {
     const rxPersistent& base = object;
     std::unique_ptr<rxPersistent> back = loadedPolymorphic(storedPolymorphic(base));
-    EXPECT_TRUE(typeid(*back) == typeid(T));
+    const rxPersistent& loadedObject = *back;
+    EXPECT_TRUE(typeid(loadedObject) == typeid(T));
     return std::unique_ptr<T>(dynamic_cast<T*>(back.release()));
 }
 
@@ -532,6 +534,7 @@ TEST(Registry, ServesThreadsWhileEntriesComeAndGo) {
     std::array<int, 3> loads{};
     {
         std::vector<std::jthread> threads;
+        threads.reserve(loads.size());
         for (int& count : loads) {
             threads.emplace_back([&bytes, &count] {
                 for (int i = 0; i < 500; ++i) count += loadedPolymorphic(bytes) != nullptr ? 1 : 0;
