@@ -8,21 +8,28 @@ namespace {
 
 thread_local bool isMeasuring = false;
 thread_local std::size_t largestAllocation = 0;
+thread_local std::size_t totalAllocated = 0;
 thread_local bool isFailing = false;
 thread_local std::size_t allocationsBeforeFailure = 0;
+
+void count(std::size_t size) noexcept {
+    if (!isMeasuring) return;
+    largestAllocation = std::max(largestAllocation, size);
+    totalAllocated += size;
+}
 
 void* allocate(std::size_t size) noexcept {
     if (isFailing) {
         if (allocationsBeforeFailure == 0) return nullptr;
         --allocationsBeforeFailure;
     }
-    if (isMeasuring) largestAllocation = std::max(largestAllocation, size);
+    count(size);
     return std::malloc(std::max<std::size_t>(size, 1));
 }
 
 // Pixel stores are aligned to more than the default.
 void* allocateAligned(std::size_t size, std::size_t alignment) {
-    if (isMeasuring) largestAllocation = std::max(largestAllocation, size);
+    count(size);
     void* memory = nullptr;
     if (posix_memalign(&memory, std::max(alignment, sizeof(void*)), size) != 0) {
         throw std::bad_alloc();
@@ -92,6 +99,7 @@ namespace ptmatch::testing {
 
 AllocationMeter::AllocationMeter() {
     largestAllocation = 0;
+    totalAllocated = 0;
     isMeasuring = true;
 }
 
@@ -101,6 +109,10 @@ AllocationMeter::~AllocationMeter() {
 
 std::size_t AllocationMeter::largest() const {
     return largestAllocation;
+}
+
+std::size_t AllocationMeter::total() const {
+    return totalAllocated;
 }
 
 AllocationFailure::AllocationFailure(std::size_t successes) {

@@ -15,6 +15,8 @@ class AllocationMeter {
 
     /// Size in bytes of the largest single allocation so far.
     std::size_t largest() const;
+    /// Bytes allocated so far, whether freed meanwhile or not: a bound for what was held at a time.
+    std::size_t total() const;
 };
 
 /// Lets the current thread run out of memory while it lives: the given number of allocations
