@@ -57,7 +57,11 @@ struct Lattice {
     template <class Visit>
     void forEach(Visit&& visit) const {
         // Adding up, not multiplying: the values are part of the results.
-        for (double value = low; value <= high; value += step) visit(value);
+        double value = low;
+        while (value <= high) {
+            visit(value);
+            value += step;
+        }
     }
 };
 

@@ -24,8 +24,8 @@ constexpr auto kExhaustive = rxPointMatcherDefs::eExhaustiveMode;
 
 // How a set is matched, and what must come out.
 struct RealCase {
-    const char* set;  // directory in the collection
-    int marker = -1;  // which pattern of a scene of several
+    const char* set;   // directory in the collection
+    long marker = -1;  // which pattern of a scene of several
     double nominalScale = 1.0;
     double rotation = kAnyRotation;  // degrees to either side of the model's own orientation
     double scaleRange = 0.0;         // relative, to either side of the nominal scale
@@ -173,7 +173,7 @@ void printRow(const RealCase& c, const RealScene& scene, const rxPointMatcherRes
                                                          best->modelToDataMap().end(),
                                                          [](long k) { return k >= 0; });
     std::printf(
-        "[ REAL     ] %-46s %3d | %4zu %4zu %4ld | %4ld %4ld %4ld %4ld | %6.2f %6.2f | %6.3f s\n",
+        "[ REAL     ] %-46s %3ld | %4zu %4zu %4ld | %4ld %4ld %4ld %4ld | %6.2f %6.2f | %6.3f s\n",
         c.set, c.marker, scene.model.size(), scene.data.size(), scene.numTruePairs(), matched,
         a.agreeing, a.wrong, a.extra, best == nullptr ? 0.0 : best->fitError(), a.poseError,
         found.time());

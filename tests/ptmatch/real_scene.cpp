@@ -24,7 +24,7 @@ rxXform<2> poseOf(const Json& xform) {
     return {rxMatrix<2>(v[0], v[1], v[2], v[3]), rxVector<2>(v[4], v[5])};
 }
 
-const Json& instanceOf(const Json& truth, int marker) {
+const Json& instanceOf(const Json& truth, long marker) {
     if (marker < 0) return truth;
     const Json& instances = truth.at("instances");
     const auto found = std::find_if(instances.begin(), instances.end(), [&](const Json& instance) {
@@ -49,14 +49,14 @@ std::vector<rxVector<2>> readPointTable(const std::string& path) {
         double x = 0.0;
         double y = 0.0;
         if (std::sscanf(line.c_str(), "%lf,%lf", &x, &y) != 2) {
-            throw std::runtime_error(path + " has a line that is not a point: " + line);
+            throw std::runtime_error(path + ": a line that is not a point");
         }
         points.emplace_back(x, y);
     }
     return points;
 }
 
-RealScene readScene(const std::string& directory, int marker) {
+RealScene readScene(const std::string& directory, long marker) {
     std::ifstream file = openFile(directory + "/truth.json");
     const Json truth = Json::parse(file);
     const Json& instance = instanceOf(truth, marker);

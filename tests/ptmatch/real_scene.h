@@ -26,6 +26,6 @@ std::vector<rxVector<2>> readPointTable(const std::string& path);
 /// @param marker  in a scene of several patterns, the number of the one that is wanted; -1
 /// otherwise.
 /// @throws std::runtime_error  something is missing or malformed.
-RealScene readScene(const std::string& directory, int marker = -1);
+RealScene readScene(const std::string& directory, long marker = -1);
 
 }  // namespace ptmatch::testing
