@@ -13,7 +13,7 @@ target_compile_options(ptmatch_warnings INTERFACE
 
 add_library(ptmatch_sanitizers INTERFACE)
 if(PTMATCH_SANITIZE)
-  set(sanitizer_flags -fsanitize=address,undefined -fno-sanitize-recover=all
+  set(sanitizer_flags -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
       -fno-omit-frame-pointer)
   target_compile_options(ptmatch_sanitizers INTERFACE ${sanitizer_flags})
   target_link_options(ptmatch_sanitizers INTERFACE ${sanitizer_flags})

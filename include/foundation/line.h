@@ -12,7 +12,7 @@ class PTMATCH_EXPORT rxLine {
     /// A null direction gives no line: the distance is then the one to the point.
     rxLine(const rxVector<2>& direction, const rxVector<2>& point);
 
-    /// The perpendicular distance from p to the line, never negative; not-a-number when a
+    /// The perpendicular distance from p to the line, never negative; not finite when a
     /// coordinate of p or of the line is not finite.
     double distToPoint(const rxVector<2>& p) const;
 

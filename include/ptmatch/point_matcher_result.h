@@ -60,7 +60,7 @@ class PTMATCH_EXPORT rxPointMatcherResult {
     friend class rxPointMatcher;
 
     void setModelToDataXform_(const rxXform<2>& pose) { modelToDataXform_ = pose; }
-    void setModelToDataMap_(const std::vector<long>& map) { modelToDataMap_ = map; }
+    void setModelToDataMap_(std::vector<long> map) { modelToDataMap_ = std::move(map); }
     void setCoverage_(double coverage) { coverage_ = coverage; }
     void setFitError_(double error) { fitError_ = error; }
 

@@ -12,6 +12,7 @@
 #include "ptmatch/point_matcher_run_params.h"
 
 class rx_PointMatcherModel;
+class rxTimer;
 
 namespace ptmatch::detail {
 struct RankedPose;
@@ -125,9 +126,11 @@ class PTMATCH_EXPORT rxPointMatcher {
     void runExhaustive_(const std::vector<rxVector<2>>& data, const rxPointMatcherRunParams& params,
                         rxPointMatcherResultSet& resultSet) const;
 
-    /// Writes poses, in their order, as the results of a run in the given mode.
-    static void setResults_(const std::vector<ptmatch::detail::RankedPose>& ranked,
-                            rxPointMatcherDefs::Mode mode, rxPointMatcherResultSet& resultSet);
+    /// Writes poses, in their order, as the results of a run in the given mode, and its time. When
+    /// memory runs out, both stay as they were.
+    static void setResults_(std::vector<ptmatch::detail::RankedPose> ranked,
+                            rxPointMatcherDefs::Mode mode, const rxTimer& timer,
+                            rxPointMatcherResultSet& resultSet);
 
     /// The trained model, or null; null too while a loaded model is marked as untrained.
     const rx_PointMatcherModel* trainedModel_() const;

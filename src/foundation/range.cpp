@@ -52,7 +52,8 @@ bool rxAngleRange::isWithin(rxRadian angle) const {
     if (!(start <= end)) return false;
     // The plain comparison comes first: it is exact at the limits, the one below only nearly.
     if (start <= a && a <= end) return true;
-    // The remainder lies in half a turn to either side, so a range of a full turn takes all angles.
+    // The middle of an enormous range may be infinite, so this is decided before it is used.
+    if (length().toDouble() >= kFullTurn) return std::isfinite(a);
     const double fromMiddle = std::remainder(a - middle().toDouble(), kFullTurn);
     return std::abs(fromMiddle) <= length().toDouble() / 2.0;
 }

@@ -8,7 +8,6 @@
 #include "foundation/attention.h"
 #include "foundation/fitter.h"
 #include "ptmatch/point_matcher_model.h"
-#include "ptmatch/recentring.h"
 #include "ptmatch/try_fit.h"
 
 namespace ptmatch::detail {
@@ -36,7 +35,7 @@ class Correspondence {
                    double captureRange)
         : data_(data), model_(model), squaredRange_(captureRange * captureRange) {}
 
-    // Each step returns false when the candidate is to be dropped.
+    // Steps that can fail return false: the candidate is to be dropped.
 
     bool fitToBlocks(const std::vector<rxPair<long>>& pixels, const LabelImage& blocks) {
         rxLSPointToPointFitter imageFromModel;

@@ -43,8 +43,8 @@ std::optional<rxXform<2>> fitAssignment(const SetPair& sets, std::span<const lon
     }
     if (numPairs < 2) return std::nullopt;
     const std::optional<rxXform<2>> fitted = tryFit(assignedFromPartners, dof);
-    if (!fitted) return std::nullopt;
-    return sets.isModelAssigned ? fitted->inverse() : *fitted;
+    if (!fitted || !sets.isModelAssigned) return fitted;
+    return tryInverse(*fitted);
 }
 
 // Tests a pose against all uncertainty ranges, as seen from the start pose.
@@ -86,7 +86,7 @@ class CaptureScorer {
         }
         if (count < 2 || !(sum >= 0.0)) return std::nullopt;
         const double numMatched = static_cast<double>(count);
-        return RankedPose{pose, map_, numMatched * 1.0 / static_cast<double>(model_.totalWeight()),
+        return RankedPose{pose, map_, numMatched / static_cast<double>(model_.totalWeight()),
                           std::sqrt(sum / numMatched)};
     }
 

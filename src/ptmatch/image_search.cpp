@@ -36,15 +36,16 @@ void voteOverLattice(const rx_PointMatcherModel& model, const rxPointMatcherRunP
 void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherModel& model,
                     const rxPointMatcherRunParams& params, rx_PoseScoreStore& store) {
     const ResolvedSizes sizes = resolveSizes(params, model);
+    checkLatticeSize(params, model, sizes.gridSize);
     const std::optional<SearchGrid> grid =
         makeSearchGrid(data, model, params.startPose(), sizes.gridSize);
     if (!grid) return;
     const std::optional<rxPelRect> window = translationWindow(*grid, model, params);
     if (!window) return;
-    checkLatticeSize(params, model, sizes.gridSize);
     const std::optional<VoteWeights> weights =
         makeVoteWeights(model.points().size(), model.weights(), params.minCoverage());
     if (!weights) return;
+    checkImageMemory(*grid, *window, weights->bytesPerVote());
 
     CoarseStore coarse(model.totalWeight(), params.maxNumResults());
     CoarseStore revoted(model.totalWeight(), params.maxNumResults());

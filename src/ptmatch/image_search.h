@@ -14,7 +14,8 @@ namespace ptmatch::detail {
 /// for each of them every translation of a window at once, by voting in images; then the refinement
 /// of the best into fitted poses with a correspondence.
 ///
-/// Polls rxAttention::check() once per (scale, rotation) pair and once per refined candidate.
+/// Polls rxAttention::check() once per (scale, rotation) pair, once per coarse
+/// candidate and once per candidate of the second vote.
 /// @param params  as handed over by the run: half its minimum coverage, a multiple of its number of
 ///                results.
 /// @param store   receives the fitted candidates; built with the model's total weight and

@@ -1,7 +1,5 @@
 #include "ptmatch/label_image.h"
 
-#include <limits>
-
 #include "foundation/image_functions.h"
 #include "ptmatch/mark_image.h"
 #include "ptmatch/search_grid.h"
@@ -10,7 +8,7 @@ namespace ptmatch::detail {
 
 LabelImage::LabelImage(const SearchGrid& grid, Extent extent)
     : width_(grid.width), height_(grid.height) {
-    if (grid.data.size() <= std::numeric_limits<unsigned short>::max()) {
+    if (grid.data.size() <= kMaxShortLabels) {
         labels_ = draw_<unsigned short>(grid, extent);
     } else {
         labels_ = draw_<std::uint32_t>(grid, extent);

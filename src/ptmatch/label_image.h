@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <variant>
 
@@ -8,6 +9,9 @@
 namespace ptmatch::detail {
 
 struct SearchGrid;
+
+/// Data points up to which labels of 16 bits suffice.
+inline constexpr std::size_t kMaxShortLabels = 65535;
 
 /// Which data point lies where on the search grid.
 /// Labels are data indices plus 1 (0 = nothing there), of 16 bits while those suffice.

@@ -46,7 +46,9 @@ bool canReachCoverage(std::size_t numData, const rx_PointMatcherModel& model, do
 rxPointMatcherRunParams searchParams(const rxPointMatcherRunParams& params, std::size_t numModel,
                                      std::size_t numData) {
     constexpr long kMaxLong = std::numeric_limits<std::int32_t>::max();
-    long numCandidates = std::min(kCandidatesPerResult * params.maxNumResults(), kMaxLong);
+    // The wanted number first: 8 times a 64-bit one could overflow.
+    long numCandidates =
+        std::min(kCandidatesPerResult * std::min(params.maxNumResults(), kMaxLong), kMaxLong);
     if (numModel < kSmallSet || numData < kSmallSet) {
         numCandidates = std::max(kMinCandidatesOfSmallSets, numCandidates);
     }
@@ -66,8 +68,8 @@ std::vector<RankedPose> acceptedPoses(const std::vector<rxVector<2>>& data,
     const double minScore = params.minCoverage() * totalWeight;
     const rxXform<2> startInverse = params.startPose().inverse();
     std::vector<RankedPose> accepted;
-    for (long score = store.first(); score >= 0 && static_cast<double>(score) >= minScore;
-         score = store.next()) {
+    // The -1 behind the last entry is below every minimum.
+    for (long score = store.first(); static_cast<double>(score) >= minScore; score = store.next()) {
         const PoseCandidate& candidate = *store.current();
         if (!checkPose_(startInverse * candidate.modelToData, params)) continue;
         const double fitError =
@@ -85,7 +87,7 @@ void rxPointMatcher::run(const std::vector<rxVector<2>>& data,
                          rxPointMatcherResultSet& resultSet) const {
     resultSet.getResults_().clear();
     // An assignment can leave the exhaustive mode behind without a model to search with.
-    if (!isTrained() || trainedModel_() == nullptr) {
+    if (trainedModel_() == nullptr) {
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
@@ -112,8 +114,7 @@ void rxPointMatcher::runPointToPoint_(const std::vector<rxVector<2>>& data,
     if (static_cast<long>(accepted.size()) > params.maxNumResults()) {
         accepted.resize(static_cast<std::size_t>(params.maxNumResults()));
     }
-    setResults_(accepted, rxPointMatcherDefs::ePointToPoint, resultSet);
-    resultSet.setTime_(timer.sec());
+    setResults_(std::move(accepted), rxPointMatcherDefs::ePointToPoint, timer, resultSet);
 }
 
 void rxPointMatcher::runExhaustive_(const std::vector<rxVector<2>>& data,
@@ -121,21 +122,20 @@ void rxPointMatcher::runExhaustive_(const std::vector<rxVector<2>>& data,
                                     rxPointMatcherResultSet& resultSet) const {
     rxTimer timer(false);
     timer.start();
-    const std::vector<RankedPose> ranked = searchExhaustively(data, *model_, params);
-    resultSet.setTime_(timer.sec());
-    setResults_(ranked, rxPointMatcherDefs::eExhaustiveMode, resultSet);
+    std::vector<RankedPose> ranked = searchExhaustively(data, *model_, params);
+    setResults_(std::move(ranked), rxPointMatcherDefs::eExhaustiveMode, timer, resultSet);
 }
 
-void rxPointMatcher::setResults_(const std::vector<ptmatch::detail::RankedPose>& ranked,
-                                 rxPointMatcherDefs::Mode mode,
-                                 rxPointMatcherResultSet& resultSet) {
+void rxPointMatcher::setResults_(std::vector<RankedPose> ranked, rxPointMatcherDefs::Mode mode,
+                                 const rxTimer& timer, rxPointMatcherResultSet& resultSet) {
     std::vector<rxPointMatcherResult> results(ranked.size());
     for (std::size_t i = 0; i < ranked.size(); ++i) {
         results[i].runMode_ = mode;
         results[i].setModelToDataXform_(ranked[i].modelToData);
-        results[i].setModelToDataMap_(ranked[i].map);
+        results[i].setModelToDataMap_(std::move(ranked[i].map));
         results[i].setCoverage_(ranked[i].coverage);
         results[i].setFitError_(ranked[i].fitError);
     }
+    resultSet.setTime_(timer.sec());
     resultSet.getResults_() = std::move(results);
 }

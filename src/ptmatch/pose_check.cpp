@@ -8,12 +8,16 @@
 namespace ptmatch::detail {
 
 bool isWithinLimits(const rxRange& range, double value) {
-    if (range.range() != rxRangeDefs::Normal) return range.isWithin(value);
+    // Made wider, an empty range whose start lies just above its end would hold something.
+    if (range.range() != rxRangeDefs::Normal || range.start() > range.end()) {
+        return range.isWithin(value);
+    }
     return rxRange(range.start() - kLimitTolerance, range.end() + kLimitTolerance).isWithin(value);
 }
 
 bool isWithinLimits(const rxAngleRange& range, const rxRadian& angle) {
-    if (range.range() != rxRangeDefs::Normal) return range.isWithin(angle);
+    const bool isReversed = range.start().toDouble() > range.end().toDouble();
+    if (range.range() != rxRangeDefs::Normal || isReversed) return range.isWithin(angle);
     return rxAngleRange(rxRadian(range.start().toDouble() - kLimitTolerance),
                         rxRadian(range.end().toDouble() + kLimitTolerance), false)
         .isWithin(angle);

@@ -56,18 +56,6 @@ std::optional<ScaleAndRotation> fitToBlocks(const SearchGrid& grid,
 
 }  // namespace
 
-long voteThreshold(const CoarseStore& store, long whileRoomIsLeft) {
-    return store.isFull() ? store.lowestScore() + 1 : whileRoomIsLeft;
-}
-
-void candidatePixels(const SearchGrid& grid, const rx_PointMatcherModel& model,
-                     const CoarseCandidate& candidate, std::vector<rxPair<long>>& pixels) {
-    modelPixels(grid, model, candidate.scale, candidate.rotationDegrees, pixels);
-    for (rxPair<long>& pixel : pixels) {
-        pixel = {pixel.x() + candidate.translation.x(), pixel.y() + candidate.translation.y()};
-    }
-}
-
 void recentre(const SearchGrid& grid, const rx_PointMatcherModel& model, const LabelImage& blocks,
               long minimumScore, TranslationSearch& search, CoarseStore& coarse,
               CoarseStore& revoted) {

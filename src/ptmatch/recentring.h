@@ -19,12 +19,4 @@ void recentre(const SearchGrid& grid, const rx_PointMatcherModel& model, const L
               long minimumScore, TranslationSearch& search, CoarseStore& coarse,
               CoarseStore& revoted);
 
-/// Threshold of a vote whose candidates go to a store: a full store only takes what beats its
-/// lowest score.
-long voteThreshold(const CoarseStore& store, long whileRoomIsLeft);
-
-/// Pixels of the model points at a coarse candidate's pose, translation included.
-void candidatePixels(const SearchGrid& grid, const rx_PointMatcherModel& model,
-                     const CoarseCandidate& candidate, std::vector<rxPair<long>>& pixels);
-
 }  // namespace ptmatch::detail

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <string>
 
+#include "foundation/exception.h"
 #include "ptmatch/point_matcher_defs.h"
 #include "ptmatch/point_matcher_run_params.h"
 
@@ -11,22 +12,14 @@ namespace {
 
 using BadParams = rxPointMatcherDefs::BadParams;
 
-bool isFinite(const rxVector<2>& v) {
-    return std::isfinite(v.x()) && std::isfinite(v.y());
-}
-
-bool isFinite(const rxXform<2>& xform) {
-    for (int row = 0; row < 2; ++row) {
-        for (int col = 0; col < 2; ++col) {
-            if (!std::isfinite(xform.matrix().element(row, col))) return false;
-        }
-    }
-    return isFinite(xform.trans());
-}
-
 void checkStartPose(const rxXform<2>& startPose) {
-    if (!isFinite(startPose)) throw BadParams("startPose must be finite\n");
+    if (!startPose.isFinite()) throw BadParams("startPose must be finite\n");
     if (startPose.isSingular()) throw BadParams("startPose must not be singular\n");
+    try {
+        startPose.inverse();
+    } catch (const rxMathError&) {
+        throw BadParams("startPose must have a finite inverse\n");
+    }
 }
 
 void checkBounds(const char* name, double start, double end) {
@@ -61,9 +54,11 @@ void checkRunArguments(const std::vector<rxVector<2>>& data,
     checkBounds("yTranslationUncertainty", y.start(), y.end());
     checkBounds("scaleUncertainty", scale.start(), scale.end());
     checkBounds("rotationUncertainty", rotation.start().toDouble(), rotation.end().toDouble());
-    if (std::isnan(params.captureRange())) throw BadParams("captureRange must be a number\n");
+    if (!params.autoCaptureRange() && std::isnan(params.captureRange())) {
+        throw BadParams("captureRange must be a number\n");
+    }
     for (std::size_t k = 0; k < data.size(); ++k) {
-        if (!isFinite(data[k])) {
+        if (!data[k].isFinite()) {
             throw BadParams("data point " + std::to_string(k) + " is not finite\n");
         }
     }

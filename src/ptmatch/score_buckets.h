@@ -14,8 +14,8 @@ namespace ptmatch::detail {
 /// Keeps the best `capacity` of a stream of scored entries, without sorting them.
 ///
 /// The candidate stores of the pose search. `rxScoreHashing` keeps positions under the same rules
-/// in storage taken up front; here memory follows what is held, at most twice `capacity` entries
-/// whatever the score range, so that a range of 2e9 or a capacity of 1e9 costs nothing by itself.
+/// in storage taken up front; here memory follows what is held, so that a score range of 2e9 or a
+/// capacity of 1e9 costs nothing by itself.
 ///
 /// 1. A score below 0 or above `maxScore()` is refused; one above is also reported to the assertion
 ///    hook, because the search should never produce it.

@@ -7,6 +7,8 @@
 
 #include "foundation/angle.h"
 #include "foundation/real.h"
+#include "ptmatch/label_image.h"
+#include "ptmatch/mark_image.h"
 #include "ptmatch/point_matcher_defs.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
@@ -21,8 +23,6 @@ constexpr double kMaxLatticePoints = 2147483648.0;    // 2^31
 constexpr double kMaxPixel = 2147483647.0;
 constexpr double kMinScale = 0.1;
 constexpr long kWindowMargin = 8;  // pixels that a translation may lead beyond the data
-// Per pixel: a mark (1 byte), a vote (at most 4) and two labels (at most 4 each).
-constexpr double kBytesPerPixel = 13.0;
 
 rxXform<2> translation(double x, double y) {
     return {rxVector<2>(x, y), rxRadian(0.0), rxRadian(0.0), 1.0, 1.0};
@@ -58,8 +58,7 @@ std::vector<rxVector<2>> normalise(std::span<const rxVector<2>> data, const rxXf
     normalised.reserve(data.size());
     for (const rxVector<2>& d : data) {
         normalised.push_back(modelFromData * d);
-        const rxVector<2>& seen = normalised.back();
-        if (!std::isfinite(seen.x()) || !std::isfinite(seen.y())) {
+        if (!normalised.back().isFinite()) {
             throw BadParams("data overflow when they are seen from startPose\n");
         }
     }
@@ -72,10 +71,14 @@ double gridSteps(double extent, double pixelsPerUnit) {
     return std::trunc(extent * pixelsPerUnit + 0.5);
 }
 
-void checkImageSize(double width, double height) {
-    const bool fits = width <= kMaxPixelCoordinate && height <= kMaxPixelCoordinate &&
-                      width * height * kBytesPerPixel <= kMaxSearchImageBytes;
-    if (!fits) {  // also when a number is not a number
+// In double, because the numbers may be absurd; rows are padded to the alignment of an image.
+double imageBytes(double width, double height, double bytesPerPixel) {
+    constexpr double kAlignment = kRowAlignment;
+    return std::ceil(width * bytesPerPixel / kAlignment) * kAlignment * height;
+}
+
+void checkBytes(double bytes) {
+    if (!(bytes <= kMaxSearchImageBytes)) {  // also when it is not a number
         throw BadParams(
             "gridSize is too small for the extent of the data: "
             "the search image would not fit in memory\n");
@@ -116,17 +119,21 @@ double numValues(const Lattice& lattice) {
     return std::floor((lattice.high - lattice.low) / lattice.step) + 1.0;
 }
 
+// A step below the spacing of the doubles would leave a value where it is.
 bool stepsAreLost(const Lattice& lattice) {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
     const double largest = std::max(std::abs(lattice.low), std::abs(lattice.high));
-    return !(largest + lattice.step > largest);
+    return !(lattice.step >= std::nextafter(largest, kInfinity) - largest);
+}
+
+[[noreturn]] void refuseUncertainties() {
+    throw BadParams(
+        "the uncertainty ranges are too wide for this gridSize: "
+        "more than 2^31 pairs of scale and rotation would have to be tried\n");
 }
 
 long checkedSteps(double steps) {
-    if (!(std::abs(steps) < kMaxLatticePoints)) {
-        throw BadParams(
-            "gridSize is too small for the uncertainty ranges: "
-            "more than 2^31 scales or rotations would have to be tried\n");
-    }
+    if (!(std::abs(steps) < kMaxLatticePoints)) refuseUncertainties();
     return static_cast<long>(steps);  // towards zero
 }
 
@@ -143,7 +150,7 @@ std::optional<SearchGrid> makeSearchGrid(std::span<const rxVector<2>> data,
     const double pixelsPerUnit = 1.0 / gridSize;
     const double numColumns = gridSteps(box.xMax - box.xMin, pixelsPerUnit) + 1.0;
     const double numRows = gridSteps(box.yMax - box.yMin, pixelsPerUnit) + 1.0;
-    checkImageSize(numColumns + 2.0, numRows + 2.0);
+    checkBytes(imageBytes(numColumns + 2.0, numRows + 2.0, 1.0));
     grid.width = static_cast<long>(numColumns) + 2;
     grid.height = static_cast<long>(numRows) + 2;
     grid.imageFromModel =
@@ -179,6 +186,16 @@ std::optional<rxPelRect> translationWindow(const SearchGrid& grid,
     if (x.isEmpty() || y.isEmpty()) return std::nullopt;
     return rxPelRect(static_cast<long>(x.low), static_cast<long>(y.low),
                      static_cast<long>(x.high - x.low), static_cast<long>(y.high - y.low));
+}
+
+void checkImageMemory(const SearchGrid& grid, const rxPelRect& window, long bytesPerVote) {
+    const double width = static_cast<double>(grid.width);
+    const double height = static_cast<double>(grid.height);
+    const double bytesPerLabel = grid.data.size() <= kMaxShortLabels ? 2.0 : 4.0;
+    checkBytes(imageBytes(width, height, 1.0) + 2.0 * imageBytes(width, height, bytesPerLabel) +
+               imageBytes(static_cast<double>(window.width()) + 1.0,
+                          static_cast<double>(window.height()) + 1.0,
+                          static_cast<double>(bytesPerVote)));
 }
 
 Lattice scaleLattice(const rxRange& scaleUncertainty, const rx_PointMatcherModel& model,
@@ -221,9 +238,7 @@ void checkLatticeSize(const rxPointMatcherRunParams& params, const rx_PointMatch
         rotationLattice(params.rotationUncertainty(), model, scales.high, gridSize);
     if (!(numValues(scales) * numValues(rotations) <= kMaxLatticePoints) || stepsAreLost(scales) ||
         stepsAreLost(rotations)) {
-        throw BadParams(
-            "gridSize is too small for the uncertainty ranges: "
-            "more than 2^31 pairs of scale and rotation would have to be tried\n");
+        refuseUncertainties();
     }
 }
 

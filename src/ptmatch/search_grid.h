@@ -14,13 +14,13 @@ class rxPointMatcherRunParams;
 
 namespace ptmatch::detail {
 
-/// Working images of one search never take more than this; a grid size that would need more is
-/// refused before anything is allocated.
+/// The working images of one search together never take more than this; a grid size that would need
+/// more is refused before any of them is allocated.
 inline constexpr double kMaxSearchImageBytes = 2147483648.0;
 
 /// The frame of a pose search: data seen from the start pose, on a grid of pixels.
-/// All floating-point decisions of the search are made here and in modelPixels(); what follows
-/// counts whole pixels.
+/// All floating-point decisions of the vote are made here and in modelPixels(): what the vote does
+/// with them is counting whole pixels.
 struct SearchGrid {
     double gridSize = 0.0;          ///< data units (at the start pose) per pixel
     std::vector<rxVector<2>> data;  ///< data points mapped by the inverse start pose
@@ -33,8 +33,9 @@ struct SearchGrid {
 /// @return nothing when there is nothing to search: no data, or an infinite grid size (a model
 /// whose
 ///         points are all doubled has no default one).
-/// @throws rxPointMatcherDefs::BadParams  the mark image would not fit kMaxSearchImageBytes, or the
-///         model lies beyond 2^30 pixels from the data at the start pose.
+/// @throws rxPointMatcherDefs::BadParams  the mark image would not fit kMaxSearchImageBytes, the
+///         model lies beyond 2^30 pixels from the data at the start pose, or data seen from there
+///         are beyond the range of double.
 std::optional<SearchGrid> makeSearchGrid(std::span<const rxVector<2>> data,
                                          const rx_PointMatcherModel& model,
                                          const rxXform<2>& startPose, double gridSize);
@@ -46,6 +47,11 @@ std::optional<SearchGrid> makeSearchGrid(std::span<const rxVector<2>> data,
 std::optional<rxPelRect> translationWindow(const SearchGrid& grid,
                                            const rx_PointMatcherModel& model,
                                            const rxPointMatcherRunParams& params);
+
+/// @param bytesPerVote  of the vote image.
+/// @throws rxPointMatcherDefs::BadParams  marks, votes and labels would not fit
+/// kMaxSearchImageBytes.
+void checkImageMemory(const SearchGrid& grid, const rxPelRect& window, long bytesPerVote);
 
 /// Evenly spaced values low, low + step, ... while not greater than high. A single value has an
 /// infinite step.
@@ -65,7 +71,9 @@ struct Lattice {
     }
 };
 
-/// Scales to try. Symmetric around the middle of the uncertainty, at least its width.
+/// Scales to try: with n = trunc(width of the uncertainty / step), floor((n + 1) / 2) steps to
+/// either side of its middle, which may stop short of its ends by less than a step; none above a
+/// lower end below 0.1, and a single one where a step would not fit.
 Lattice scaleLattice(const rxRange& scaleUncertainty, const rx_PointMatcherModel& model,
                      double gridSize);
 

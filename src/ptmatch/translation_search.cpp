@@ -44,4 +44,16 @@ void TranslationSearch::offerPeaks(double scale, double rotationDegrees, long th
         votes_);
 }
 
+long voteThreshold(const CoarseStore& store, long whileRoomIsLeft) {
+    return store.isFull() ? store.lowestScore() + 1 : whileRoomIsLeft;
+}
+
+void candidatePixels(const SearchGrid& grid, const rx_PointMatcherModel& model,
+                     const CoarseCandidate& candidate, std::vector<rxPair<long>>& pixels) {
+    modelPixels(grid, model, candidate.scale, candidate.rotationDegrees, pixels);
+    for (rxPair<long>& pixel : pixels) {
+        pixel = {pixel.x() + candidate.translation.x(), pixel.y() + candidate.translation.y()};
+    }
+}
+
 }  // namespace ptmatch::detail

@@ -16,4 +16,12 @@ std::optional<rxXform<2>> tryFit(const rxLSPointToPointFitter& fitter, int dof) 
     }
 }
 
+std::optional<rxXform<2>> tryInverse(const rxXform<2>& xform) {
+    try {
+        return xform.inverse();
+    } catch (const rxMathError&) {
+        return std::nullopt;
+    }
+}
+
 }  // namespace ptmatch::detail

@@ -39,12 +39,12 @@ template <class Vote>
 void countVotes(const rxPelBuffer_const<unsigned char>& marks, const rxPelRect& window,
                 std::span<const rxPair<long>> modelPixels, std::span<const std::int16_t> weights,
                 rxPelBuffer<Vote>& votes) {
+    rfPelClear(votes);
     const bool isWeighted = !weights.empty();
     if (isWeighted && weights.size() != modelPixels.size()) {
         rfReportAssertion(__LINE__);
         return;
     }
-    rfPelClear(votes);
     for (std::size_t i = 0; i < modelPixels.size(); ++i) {
         const Vote weight = isWeighted ? weights[i] : Vote{1};
         if (weight == 0) continue;

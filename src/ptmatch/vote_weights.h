@@ -14,6 +14,7 @@ struct VoteWeights {
     long minimumScore = 2;             ///< in units of the scaled weights
     bool fitsShort = true;             ///< no partial sum can leave the 16-bit integers
 
+    long bytesPerVote() const { return fitsShort ? 2 : 4; }
     bool isWeighted() const { return !scaled.empty(); }
 };
 

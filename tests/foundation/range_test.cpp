@@ -181,7 +181,9 @@ TEST(AngleRange, StartAboveEndHoldsNothing) {
 TEST(AngleRange, AFullTurnOrMoreHoldsEveryFiniteAngle) {
     for (const rxAngleRange& range :
          {degrees(-180.0, 180.0), degrees(10.0, 370.0), degrees(0.0, 1000.0),
-          rxAngleRange(rxRadian(-1e300), rxRadian(1e300))}) {
+          rxAngleRange(rxRadian(-1e300), rxRadian(1e300)),
+          rxAngleRange(rxRadian(1e308), rxRadian(1.7e308)),
+          rxAngleRange(rxRadian(-kInfinity), rxRadian(0.0))}) {
         EXPECT_EQ(range.range(), rxRangeDefs::Normal);
         for (int v = -720; v <= 720; v += 7) EXPECT_TRUE(range.isWithin(rxDegree(v))) << v;
         EXPECT_FALSE(range.isWithin(rxRadian(kNaN)));

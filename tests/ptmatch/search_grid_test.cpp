@@ -236,21 +236,46 @@ TEST(RotationLattice, EndsOneStepBeyondTheLastWholeOne) {
 
 TEST(LatticeSize, AbsurdUncertaintiesAreRefused) {
     rxPointMatcherRunParams params;
+    const char* message =
+        "the uncertainty ranges are too wide for this gridSize: "
+        "more than 2^31 pairs of scale and rotation would have to be tried\n";
     params.scaleUncertainty(rxRange(-0.5, 1e12));
-    EXPECT_EQ(badParams([&] { checkLatticeSize(params, triangle(), 0.75); }),
-              "gridSize is too small for the uncertainty ranges: "
-              "more than 2^31 scales or rotations would have to be tried\n");
+    EXPECT_EQ(badParams([&] { checkLatticeSize(params, triangle(), 0.75); }), message);
+    params.scaleUncertainty(rxRange(1e308, 1e308));
+    EXPECT_EQ(badParams([&] { checkLatticeSize(params, triangle(), 0.75); }), message);
     params.scaleUncertainty(rxRange(-0.5, 1e5));
     params.rotationUncertainty(rxAngleRange::FullRange());
-    EXPECT_EQ(badParams([&] { checkLatticeSize(params, triangle(), 1e-2); }),
-              "gridSize is too small for the uncertainty ranges: "
-              "more than 2^31 pairs of scale and rotation would have to be tried\n");
+    EXPECT_EQ(badParams([&] { checkLatticeSize(params, triangle(), 1e-2); }), message);
 }
 
 TEST(LatticeSize, StepBelowOneUlpIsRefused) {
     rxPointMatcherRunParams params;
     params.scaleUncertainty(rxRange(0.0, 4e-16));
     EXPECT_NE(badParams([&] { checkLatticeSize(params, triangle(), 1e-17); }), "nothing thrown");
+}
+
+// Half an ulp is lost at even values only, so a test at the largest value alone would miss it.
+TEST(LatticeSize, StepOfHalfAnUlpIsRefused) {
+    rx_PointMatcherModel model;
+    model.train({{-1.5, 0}, {1.5, 0}, {0, 0}});
+    rxPointMatcherRunParams params;
+    params.rotationUncertainty(degrees(0, 0));
+    params.scaleUncertainty(rxRange(0.5 + 0x1p-52, 0.5 + 5 * 0x1p-52));
+    EXPECT_NE(badParams([&] { checkLatticeSize(params, model, 0x1p-53); }), "nothing thrown");
+}
+
+TEST(ImageMemory, IsReckonedFromPaddedRowsAndTheVoteImage) {
+    // One column of data: rows of 3 marks take 32 bytes, those of 20 votes 64.
+    SearchGrid grid = gridOver({{0, 0}, {0, 100}}, 1.0);
+    const auto fits = [&](long height, long voteWidth) {
+        grid.height = height;
+        const rxPelRect window(0, 0, voteWidth - 1, height - 1);
+        return badParams([&] { checkImageMemory(grid, window, 2); }) == "nothing thrown";
+    };
+    const long rows = 2147483648 / (3 * 32 + 64);
+    EXPECT_TRUE(fits(rows, 20));
+    EXPECT_FALSE(fits(rows + 1, 20));
+    EXPECT_FALSE(fits(rows, 33));
 }
 
 TEST(ModelPixels, RoundHalvesAwayFromZero) {
