@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <ostream>
 #include <set>
 #include <string>
 #include <vector>
@@ -39,6 +40,8 @@ struct RealCase {
     double poseError = 0.0;   // data units, largest over the truly paired model points
     std::size_t numData = 0;  // only the first so many data points (the brightest); 0: all
     rxPointMatcherDefs::Mode mode = rxPointMatcherDefs::eAutoDetect;
+
+    friend std::ostream& operator<<(std::ostream& out, const RealCase& c) { return out << c.set; }
 };
 
 // Each set of the collection. Where the map agrees in full, the pose is that of the truth but for

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <random>
 #include <string>
 #include <vector>
@@ -43,6 +44,11 @@ struct ProblemKind {
     std::string name;
     Problem (*make)(Random&);
     bool findsNothing = false;  ///< No problem of this kind has a result.
+
+    /// Shown for the parameter of a test.
+    friend std::ostream& operator<<(std::ostream& out, const ProblemKind& kind) {
+        return out << kind.name;
+    }
 };
 
 /// Problems for the search by votes, small enough for thousands of runs.
