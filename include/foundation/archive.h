@@ -137,6 +137,7 @@ class PTMATCH_EXPORT rxArchive::UnknownVersion : public rxArchive::Errors {
     void serialize_(rxArchive& ar, unsigned char version);
 
   private:
+    void passOwnFields_(rxArchive& ar);
     static rxPersistent* make();
     static const rx_Instantiator sExemplar;
 
@@ -161,11 +162,11 @@ class PTMATCH_EXPORT rxArchive::NestingGuard {
 /// The scope within which a persistent object is recorded once, however often it is met.
 ///
 /// It covers one archive in one thread, from construction to destruction (by an exception too), and
-/// must be a local variable. Each `ar || object` of a rxPersistent opens one unless one is running
-/// on that archive; each polymorphic record and each vector record is one of its own. Open one to
-/// store several objects that share others, and another of the same extent to load them: the marks
-/// are the addresses of the objects, so a load mirrors its store when it meets the same objects in
-/// the same order.
+/// must be a local variable. Each `ar || object` of a rxPersistent opens one unless the innermost
+/// one running is on that archive; each polymorphic record and each vector record is one of its
+/// own. Open one to store several objects that share others, and another of the same extent to load
+/// them: the marks are the addresses of the objects, so a load mirrors its store when it meets the
+/// same objects in the same order.
 class PTMATCH_EXPORT rxArchive::Operation {
   public:
     explicit Operation(const rxArchive& ar);

@@ -9,18 +9,21 @@
 /// loops.
 ///
 /// Two ways to interrupt, both for the whole process and both off by default:
-///   - request() asks every search to stop, from another thread or from a signal handler. The
-///   request
-///     stays until clear(); a search started meanwhile is interrupted at its first check.
-///   - setHandler() installs a function that check() asks each time, in the thread of the search;
-///   it
-///     suits deadlines, progress bars, and hosts that interrupt one search of several.
+///   - request() asks every search to stop, from another thread or from a signal handler.
+///     It stays until clear(); a search started meanwhile is interrupted at its first check.
+///   - setHandler() installs a function that check() asks each time, in the thread of the
+///     search; for deadlines, progress bars, and hosts that interrupt one search of several.
 ///
 ///     std::signal(SIGINT, [](int) { rxAttention::request(); });
 ///     try { matcher.run(data, params, results); }
 ///     catch (const rxAttention::Interrupted&) { rxAttention::clear(); }
 ///
 /// What was written before request() is visible to whoever catches Interrupted.
+///
+/// The exhaustive correspondence search never checks: nothing here ends it.
+///
+/// Between two checks lies the vote on all translations at one scale and rotation: microseconds to
+/// milliseconds as a rule, seconds for the largest images that a run accepts.
 class PTMATCH_EXPORT rxAttention {
   public:
     class Interrupted;

@@ -36,16 +36,19 @@ class PTMATCH_EXPORT rxExceptionWithString : public rxException {
     rxExceptionWithString& operator=(const rxExceptionWithString&) noexcept;
     ~rxExceptionWithString() override;
 
-    /// The message up to its first null character; lives as long as the exception is unchanged.
-    const char* what() const noexcept override;
     const std::string& message() const noexcept { return *text_; }
 
   protected:
     explicit rxExceptionWithString(std::string message);
 
-    /// Writes the message to the stream.
+    /// Writes the message to the stream. Declared before what(): virtual functions of fixed order.
     virtual void message_(std::ostream& stream) const;
 
+  public:
+    /// The message up to its first null character; lives as long as the exception is unchanged.
+    const char* what() const noexcept override;
+
+  protected:
     void dispatchSerialize(rxArchive& ar) override;
     /// @throws rxArchive::UnknownVersion: version is not 0.
     void serialize_(rxArchive& ar, unsigned char version);

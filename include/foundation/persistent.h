@@ -28,8 +28,8 @@ struct TypeRegistry;
 ///         if (haveVisited(this, sizeof *this)) return;
 ///         unsigned char version = 0;
 ///         ar || version;
-///         serialize_(ar, version);  // checks the version, passes fields, calls
-///         Base::dispatchSerialize setVisited(this, sizeof *this);
+///         serialize_(ar, version);  // the version, the fields, then Base::dispatchSerialize
+///         setVisited(this, sizeof *this);
 ///     }
 ///
 /// Make rxPersistent the first base, so that its address is the address of the whole object.

@@ -32,6 +32,7 @@ class PTMATCH_EXPORT rxStreamStoreArchive : public rxArchive {
 /// come. While the archive is in use nobody else reads or seeks the stream.
 class PTMATCH_EXPORT rxStreamLoadArchive : public rxArchive {
   public:
+    /// @throws rxArchive::Errors: the stream could seek to its end but not back.
     explicit rxStreamLoadArchive(std::istream& stream);
     ~rxStreamLoadArchive() override;
 

@@ -28,7 +28,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
     /// values.
     enum Mode : std::int32_t {
         eAutoDetect = 0,      ///< to train: let the matcher choose; on points, the point search
-        ePointToPoint = 1,    ///< matching against trained model points
+        ePointToPoint = 1,    ///< matching against trained model points; to train, eAutoDetect
         ePointToGrid = 2,     ///< matching against a trained grid pattern
         eExhaustiveMode = 3,  ///< every one-to-one assignment; for very small sets
     };

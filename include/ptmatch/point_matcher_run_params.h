@@ -20,15 +20,20 @@
 /// model and data are the same.
 ///
 /// Each setter checks its value and throws `rxPointMatcherDefs::BadParams` for one that is not
-/// accepted; the object then keeps its old value. No bound admits not-a-number. Switching an
-/// automatic flag off later does not check again the size that is stored beside it. A plain value:
-/// copies are independent; any number of threads may read one object.
+/// accepted; the object then keeps its old value. What the setters let pass and no run can use (a
+/// range with a bound that is not a number) the run refuses. Switching an automatic flag off later
+/// does not check again the size that is stored beside it. A plain value: copies are independent;
+/// any number of threads may read one object.
 class PTMATCH_EXPORT rxPointMatcherRunParams {
   public:
-    /// The defaults as shown, each passed through its setter in the order of the arguments.
+    /// The defaults of the constructor below.
+    rxPointMatcherRunParams() : rxPointMatcherRunParams(0.5) {}
+
+    /// Values and defaults as shown (minCoverage 0.5 where none is given), each passed through its
+    /// setter in the order of the arguments.
     /// @throws rxPointMatcherDefs::BadParams of the first setter that refuses its value.
     explicit rxPointMatcherRunParams(
-        double minCoverage = 0.5, const rxXform<2>& startPose = rxXform<2>(),
+        double minCoverage, const rxXform<2>& startPose = rxXform<2>(),
         const rxRange& xTranslationUncertainty = rxRange::FullRange(),
         const rxRange& yTranslationUncertainty = rxRange::FullRange(),
         const rxAngleRange& rotationUncertainty = defaultRotationUncertainty(),
@@ -69,7 +74,11 @@ class PTMATCH_EXPORT rxPointMatcherRunParams {
     void yTranslationUncertainty(const rxRange& range);
 
     /// Allowed change of scale against the start pose, relative: (-0.1, 0.2) is 10 % smaller to
-    /// 20 % larger. Exactly (0, 0), the default, means that no change is allowed.
+    /// 20 % larger. Exactly (0, 0), the default, means that no change is tried.
+    ///
+    /// In the image-based search these are the scales that are tried; a pose found there is fitted
+    /// with a scale of its own, which may lie outside, far outside where few points match. In the
+    /// exhaustive search the fitted scale itself must lie within.
     rxRange scaleUncertainty() const { return scaleUncertainty_; }
     /// @throws rxPointMatcherDefs::BadParams for a range that is empty, or full, or starts below
     ///         -0.9 (tested in this order).

@@ -32,7 +32,8 @@ struct RankedPose;
 /// Points may be missing, displaced a little, or surrounded by many that do not belong to the
 /// pattern. Shear and perspective are outside what a run can find. Two methods stand behind `run`,
 /// chosen at training: a search by votes for sets of any size, and an exhaustive one
-/// (`eExhaustiveMode`) that tries every assignment and suits sets of up to about six points.
+/// (`eExhaustiveMode`) that tries every assignment, about (points of the larger set + 1) to the
+/// power of the points of the smaller one, and suits sets of up to about six points.
 ///
 /// A value: a copy owns its own trained model. Copying takes over what was trained but not the
 /// training mode: a new copy of a matcher trained with `eExhaustiveMode` is a matcher of mode
@@ -104,11 +105,21 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// @param params     the poses allowed, the coverage required, the number of results wanted.
     /// @param resultSet  emptied first; then the results, best first, and the time taken.
     /// @throws rxPointMatcherDefs::NotTrained  the matcher is not trained.
-    /// @throws rxPointMatcherDefs::BadParams   a coordinate of the data is not finite, the start
-    ///         pose is singular or not finite, or the search would not fit in memory (a grid size
-    ///         far too small for the extent of the data, an absurd range).
-    /// An interruption (rxAttention) also ends in an exception. After any of them the result set is
-    /// empty and the matcher unharmed.
+    /// @throws rxPointMatcherDefs::BadParams   a coordinate of the data is not finite; the start
+    ///         pose is singular, or it or its inverse not finite; a bound of a range or a capture
+    ///         range in use is not a number; a parameter of a loaded record breaks the rule of its
+    ///         setter; the search images would not fit in memory (a grid size far too small for
+    ///         the extent of the data); the ranges ask for more than 2^31 scales and rotations;
+    ///         the model lies too far from the data at the start pose.
+    /// @throws rxAttention::Interrupted  an interruption was asked for; the exhaustive search never
+    ///         looks.
+    /// @throws std::bad_alloc
+    /// After any of them the results are empty, the time is unchanged and the matcher is unharmed.
+    ///
+    /// Cost: model points times translations (area of the data over grid size squared) times
+    /// rotations times scales, whose steps shrink with the grid size, too; memory a few bytes per
+    /// cell of that area. Exhaustive: about (points of the larger set + 1) to the power of the
+    /// points of the smaller one.
     void run(const std::vector<rxVector<2>>& data, const rxPointMatcherRunParams& params,
              rxPointMatcherResultSet& resultSet) const;
 

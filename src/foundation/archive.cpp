@@ -199,7 +199,18 @@ void rxArchive::UnknownVersion::dispatchSerialize(rxArchive& ar) {
 
 void rxArchive::UnknownVersion::serialize_(rxArchive& ar, unsigned char version) {
     if (version != 0) throw UnknownVersion("rxArchive::UnknownVersion", 0);
-    Errors::dispatchSerialize(ar);
+    // The base takes its part over as soon as it is read; put back when the rest cannot be.
+    const UnknownVersion before(*this);
+    try {
+        Errors::dispatchSerialize(ar);
+        passOwnFields_(ar);
+    } catch (...) {
+        *this = before;
+        throw;
+    }
+}
+
+void rxArchive::UnknownVersion::passOwnFields_(rxArchive& ar) {
     bool hasSource = source_ != nullptr;
     std::string source = hasSource ? *source_ : std::string();
     int line = line_;

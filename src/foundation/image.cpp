@@ -226,7 +226,8 @@ void rx_PelBuffer::forPixelType_(Action action) const {
 }
 
 void rx_PelBuffer::storePixels_(rxArchive& ar) const {
-    if (width_ == 0) return;
+    // An image may be any width and have no row: its row must not be taken memory for.
+    if (width_ == 0 || height_ == 0) return;
     forPixelType_([&]<class T>(T) {
         std::vector<unsigned char> bytes(static_cast<std::size_t>(width_) * sizeof(Recorded<T>));
         for (long y = 0; y < height_; ++y) {

@@ -130,12 +130,12 @@ void rxPersistent::setVisited(const void* object, std::size_t size) {
 }
 
 rxArchive& operator||(rxArchive& ar, rxPersistent& object) {
-    const rxArchive::NestingGuard nesting(ar);
     rxArchive::Operation* running = rxArchive::Operation::running_();
     if (running == nullptr || running->archive_ != &ar) {
         const rxArchive::Operation operation(ar);
         return ar || object;
     }
+    const rxArchive::NestingGuard nesting(ar);  // only now, lest one record count twice
     // The entry counts as a level of its own: the record of the whole object is told apart from
     // that of a base class alone. What an exception leaves open above it is closed.
     struct Entry {

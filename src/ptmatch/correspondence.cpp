@@ -164,7 +164,8 @@ void findCorrespondences(std::span<const rxVector<2>> data, const SearchGrid& gr
         if (holdsMap(store, correspondence.map())) continue;
         if (!correspondence.refitToPairs()) continue;
         PoseCandidate pose = correspondence.candidate();
-        store.add(pose.score, std::move(pose));
+        const long poseScore = pose.score;
+        store.add(poseScore, std::move(pose));
     }
 }
 

@@ -29,9 +29,6 @@ class LabelImage {
     /// Index of the data point at a pixel; -1 where none is and outside the image.
     long dataIndexAt(long x, long y) const;
 
-    long width() const { return width_; }
-    long height() const { return height_; }
-
   private:
     template <class Label>
     rxPelBuffer<Label> draw_(const SearchGrid& grid, Extent extent) const;

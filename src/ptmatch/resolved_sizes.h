@@ -7,7 +7,7 @@ namespace ptmatch::detail {
 
 /// The two lengths that a run may leave to the library.
 struct ResolvedSizes {
-    double gridSize;  ///< data units per search pixel; +infinity when the model offers no default
+    double gridSize;      ///< model units per search pixel; +infinity when there is no default
     double captureRange;  ///< data units
 };
 

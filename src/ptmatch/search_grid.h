@@ -22,7 +22,7 @@ inline constexpr double kMaxSearchImageBytes = 2147483648.0;
 /// All floating-point decisions of the vote are made here and in modelPixels(): what the vote does
 /// with them is counting whole pixels.
 struct SearchGrid {
-    double gridSize = 0.0;          ///< data units (at the start pose) per pixel
+    double gridSize = 0.0;  ///< model units per pixel: the data are seen from the start pose
     std::vector<rxVector<2>> data;  ///< data points mapped by the inverse start pose
     rxXform<2> imageFromModel;      ///< model frame at the start pose -> pixels
     long width = 0;                 ///< of the mark image, with a border of one pixel
@@ -30,9 +30,8 @@ struct SearchGrid {
 };
 
 /// Normalises the data and lays the grid over its bounding box.
-/// @return nothing when there is nothing to search: no data, or an infinite grid size (a model
-/// whose
-///         points are all doubled has no default one).
+/// @return nothing when there is nothing to search: no data, or an infinite grid size (that of a
+///         model in which every point has a double).
 /// @throws rxPointMatcherDefs::BadParams  the mark image would not fit kMaxSearchImageBytes, the
 ///         model lies beyond 2^30 pixels from the data at the start pose, or data seen from there
 ///         are beyond the range of double.

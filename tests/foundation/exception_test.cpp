@@ -178,6 +178,18 @@ TEST(UnknownVersion, TellsSourceAndLineAlsoInACopy) {
                  "ptmatch/somewhere:12: the version of an archive record is not known");
 }
 
+TEST(UnknownVersion, KeepsItsMessageWhenItsSourceCannotBeLoaded) {
+    ByteVector bytes = stored(rxArchive::UnknownVersion("new", 1));
+    bytes.resize(bytes.size() - 2);
+    rxArchive::UnknownVersion error("old", 7);
+    const std::string message = error.what();
+    rxMemoryLoadArchive ar(bytes);
+    EXPECT_THROW(ar || error, rxArchive::Errors);
+    EXPECT_EQ(error.what(), message);
+    EXPECT_STREQ(error.source(), "old");
+    EXPECT_EQ(error.line(), 7);
+}
+
 TEST(UnknownVersion, NeedsNoSource) {
     const rxArchive::UnknownVersion error(nullptr, 0);
     EXPECT_EQ(error.source(), nullptr);

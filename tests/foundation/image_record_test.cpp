@@ -115,6 +115,16 @@ TEST(ImageRecord, IsLittleEndianByteForByte) {
     EXPECT_EQ(ByteVector(bytes.begin() + 66, bytes.end()), (ByteVector{2, 1, 254, 255}));
 }
 
+// A record may say that an image of no rows is two thousand million pixels wide.
+TEST(ImageRecord, WideImageWithoutRowsIsStoredInNoMemory) {
+    const ByteVector bytes = head(4, 2147483647, 0);
+    const auto image = loaded<rxPelBuffer<long>>(bytes);
+    EXPECT_EQ(image.size(), rxPair<long>(2147483647, 0));
+    const ptmatch::testing::AllocationMeter meter;
+    EXPECT_EQ(stored(image), bytes);
+    EXPECT_LT(meter.largest(), 10000U);
+}
+
 TEST(ImageRecord, KindsAreNumberedByPixelType) {
     EXPECT_EQ(stored(rxPelBuffer<unsigned char>())[1], 1);
     EXPECT_EQ(stored(rxPelBuffer<short>())[1], 2);

@@ -295,6 +295,29 @@ TEST(Visited, CycleEndsInAnError) {
     EXPECT_NO_THROW(ar || number) << "the archive is usable afterwards";
 }
 
+// The limit counts records, whether or not somebody opened an operation around them.
+TEST(Visited, NestingEndsAt32RecordsInAndOutOfAnOperation) {
+    Number number(5);
+    std::vector<Couple> chain(rxArchive::kMaxNesting);  // with the number: one record too deep
+    for (std::size_t i = 0; i < chain.size(); ++i) {
+        chain[i].left = &number;
+        chain[i].right = i == 0 ? static_cast<rxPersistent*>(&number) : &chain[i - 1];
+    }
+    const auto storeAlone = [](rxPersistent& object) {
+        rxMemoryStoreArchive ar;
+        ar || object;
+    };
+    const auto storeWithin = [](rxPersistent& object) {
+        rxMemoryStoreArchive ar;
+        const rxArchive::Operation operation(ar);
+        ar || object;
+    };
+    EXPECT_NO_THROW(storeAlone(chain[chain.size() - 2]));
+    EXPECT_NO_THROW(storeWithin(chain[chain.size() - 2]));
+    EXPECT_THROW(storeAlone(chain.back()), rxArchive::Errors);
+    EXPECT_THROW(storeWithin(chain.back()), rxArchive::Errors);
+}
+
 TEST(Visited, MarksBelongToOneThread) {
     // One object is stored by several threads at once, each with an archive of its own.
     Number number(5);

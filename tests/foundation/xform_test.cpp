@@ -89,7 +89,7 @@ TEST(Xform2, ScaleAndRotationAreThoseOfTheXAxis) {
     EXPECT_EQ(mirrored.rotation().toDouble(), kPi);
 }
 
-TEST(Xform2, MapsInTheStatedOrder) {
+TEST(Xform2, AddsTheTranslationLast) {
     // (1e16 + 1) - 1e16 is 0 in doubles, 1e16 + (1 - 1e16) would be 1.
     const rxXform<2> xform(rxMatrix<2>(1e16, 1.0, 1.0, 1e16), rxVector<2>(-1e16, -1e16));
     EXPECT_EQ(xform * rxVector<2>(1.0, 1.0), rxVector<2>(0.0, 0.0));

@@ -254,6 +254,19 @@ TEST(PointMatcherRecord, DamagedRecordsAreRefusedOrLoaded) {
         nestingRecord(stored(source), {{0, 0}, {1, 0}, {0, 1}}), load);
 }
 
+// A damaged default grid size may be any positive number: a run finds what it can or refuses.
+void expectRunEnds(const rxPointMatcher& matcher) {
+    rxPointMatcherResultSet found;
+    try {
+        matcher.run(kTriangle, rxPointMatcherRunParams(), found);
+    } catch (const rxPointMatcherDefs::BadParams&) {
+    }
+    for (const rxPointMatcherResult& result : found.results()) {
+        EXPECT_TRUE(result.modelToDataXform().isFinite());
+        EXPECT_EQ(result.modelToDataMap().size(), matcher.modelPoints().size());
+    }
+}
+
 TEST(PointMatcherRecord, WhatLoadsAfterDamageCanBeUsed) {
     rxPointMatcher source;
     source.train(kTriangle, {5, 1, -3}, Defs::eAutoDetect);
@@ -267,6 +280,7 @@ TEST(PointMatcherRecord, WhatLoadsAfterDamageCanBeUsed) {
                 if (matcher.isTrained()) {
                     EXPECT_GE(matcher.modelPoints().size(), 3U);
                     EXPECT_EQ(matcher.weights().size(), matcher.modelPoints().size());
+                    expectRunEnds(matcher);
                     ++usable;
                 }
             } catch (const rxArchive::Errors&) {

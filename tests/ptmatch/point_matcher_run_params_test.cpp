@@ -53,7 +53,7 @@ void expectSameFields(const Params& a, const Params& b) {
     EXPECT_EQ(a.maxNumResults(), b.maxNumResults());
 }
 
-TEST(PointMatcherRunParams, DefaultsAreTheStatedOnes) {
+TEST(PointMatcherRunParams, DefaultsSuitAPatternAtItsOwnScaleNearlyUpright) {
     const Params params;
     EXPECT_EQ(params.minCoverage(), 0.5);
     EXPECT_EQ(params.startPose(), rxXform<2>());

@@ -182,20 +182,4 @@ TEST(PointMatcher, TrainingThatRunsOutOfMemoryLeavesItUntrained) {
     EXPECT_EQ(matcher.modelPoints(), kTriangle);
 }
 
-TEST(PointMatcher, ExtractPointsTouchesNothing) {
-    const rxPointMatcher matcher = trained(kTriangle, {5, 1, -3});
-    const rxPointMatcherResult result;
-    const Points data = kSquare;
-    const Points first = kTriangle;
-    const Points second;
-    const auto matcherBefore = stored(matcher);
-    const auto resultBefore = stored(result);
-    rfExtractPointsFromPointMatcherResults(matcher, data, result, first, second);
-    EXPECT_EQ(stored(matcher), matcherBefore);
-    EXPECT_EQ(stored(result), resultBefore);
-    EXPECT_EQ(data, kSquare);
-    EXPECT_EQ(first, kTriangle);
-    EXPECT_TRUE(second.empty());
-}
-
 }  // namespace

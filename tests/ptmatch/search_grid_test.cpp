@@ -160,7 +160,7 @@ TEST(TranslationWindow, FullRangesReachEightPixelsBeyondTheData) {
     EXPECT_EQ(window->lr(), rxPair<long>(9 + 8, 20 + 8));
 }
 
-TEST(TranslationWindow, NormalRangesAreInDataUnitsRoundedOutwards) {
+TEST(TranslationWindow, NormalRangesAreInModelUnitsRoundedOutwards) {
     rxPointMatcherRunParams params;
     params.xTranslationUncertainty(rxRange(-1.2, 1.0));
     params.yTranslationUncertainty(rxRange(2.0, 100.0));
@@ -221,8 +221,9 @@ TEST(RotationLattice, FullRangeIsSymmetricAndCoversAFullTurn) {
 
 TEST(RotationLattice, NarrowerThanAStepIsItsMiddle) {
     const double step = triangle().rotationStep_(1.0, 0.75);  // about 31 degrees
-    EXPECT_EQ(values(rotationLattice(degrees(10, 10 + 0.9 * step), triangle(), 1.0, 0.75)).size(),
-              1U);
+    const Lattice narrow = rotationLattice(degrees(10, 10 + 0.9 * step), triangle(), 1.0, 0.75);
+    EXPECT_EQ(values(narrow).size(), 1U);
+    EXPECT_NEAR(narrow.low, 10 + 0.45 * step, 1e-12);
     EXPECT_GT(values(rotationLattice(degrees(10, 10 + 1.1 * step), triangle(), 1.0, 0.75)).size(),
               1U);
 }
