@@ -37,6 +37,9 @@ constexpr double kPlotSide = 900.0;
 constexpr double kPanelWidth = 300.0;
 constexpr double kPanelHeight = 740.0;
 
+// The size of markers of points without a partner where the page is crowded.
+constexpr double kCrowdedShare = 0.7;
+
 // What the picture shows of one pose, worked out once.
 struct Scene {
     const MatchReport& report;
@@ -48,6 +51,8 @@ struct Scene {
     std::size_t freeModelPoints() const {
         return pose ? pose->map.size() - pose->matched() : report.model.points.size();
     }
+    // Many points on the page: those without a partner step back behind those with one.
+    bool isCrowded() const { return dataMatched.size() + placed.size() > 150; }
     std::size_t matchedDataPoints() const {
         return static_cast<std::size_t>(std::count(dataMatched.begin(), dataMatched.end(), true));
     }
@@ -151,6 +156,7 @@ void drawOutline(SvgCanvas& canvas, const PictureFrame& frame, const Points& poi
 
 void drawDataPoints(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene, bool matched,
                     double radius) {
+    if (!matched && scene.isCrowded()) radius *= kCrowdedShare;
     const auto group = canvas.group(matched ? filled("data-matched", kDataMatched)
                                             : filled("data-unmatched", kDataFree));
     const Points& points = scene.report.data.points;
@@ -185,11 +191,13 @@ void drawModelPoints(SvgCanvas& canvas, const PictureFrame& frame, const Scene& 
                           hintOf("model", i, model[i]));
         }
     }
-    const auto group = canvas.group(stroked("model-unmatched", kModelFree, 1.6));
+    Attributes style = stroked("model-unmatched", kModelFree, scene.isCrowded() ? 1.1 : 1.6);
+    if (scene.isCrowded()) style.emplace_back("stroke-opacity", "0.55");
+    const double reach = (scene.isCrowded() ? kCrowdedShare : 1.0) * (0.8 * radius + 0.8);
+    const auto group = canvas.group(style);
     for (std::size_t i = 0; i < map.size(); ++i) {
         if (map[i] >= 0) continue;
-        canvas.cross(frame.toPage(scene.placed[i]), 0.8 * radius + 0.8, {},
-                     hintOf("model", i, model[i]));
+        canvas.cross(frame.toPage(scene.placed[i]), reach, {}, hintOf("model", i, model[i]));
     }
 }
 
@@ -226,12 +234,12 @@ class Panel {
         canvas_.line({x_, y_ + 1}, {x_ + kPanelWidth, y_ + 1}, {{"stroke", kFrameLine}});
         y_ += 8;
     }
-    void figure(std::string_view name, std::string_view value) {
-        y_ += 16;
-        canvas_.text({x_, y_}, name, {{"font-size", "14"}, {"fill", kFaintInk}});
+    void figure(std::string_view name, std::string_view value, double size = 14.0) {
+        y_ += size + 2;
+        canvas_.text({x_, y_}, name, {{"font-size", pixels(size)}, {"fill", kFaintInk}});
         canvas_.text({x_ + kPanelWidth, y_}, value,
-                     {{"font-size", "14"}, {"fill", kInk}, {"text-anchor", "end"}});
-        y_ += 7;
+                     {{"font-size", pixels(size)}, {"fill", kInk}, {"text-anchor", "end"}});
+        y_ += size / 2;
     }
     // A line of the legend; `draw` puts the symbol at the place it is given.
     template <typename Draw>
@@ -251,7 +259,7 @@ class Panel {
 };
 
 std::string fileName(const std::string& path) {
-    constexpr std::size_t kLongest = 44;
+    constexpr std::size_t kLongest = 34;
     // The folder tells more than a file that is called model.csv, so one level of it stays.
     const std::filesystem::path whole(path);
     const std::string name = (whole.parent_path().filename() / whole.filename()).generic_string();
@@ -284,18 +292,19 @@ void writeLegend(SvgCanvas& canvas, Panel& panel, const Scene& scene) {
                  disc(kDataFree));
     if (!scene.pose) return;
     panel.legend("data point with a partner", std::to_string(matched), disc(kDataMatched));
-    panel.legend(
-        "model point, placed", std::to_string(scene.pose->matched()), [&](const rxVector<2>& at) {
-            canvas.circle(at, kRadius + 2.5,
-                          {{"fill", "none"}, {"stroke", kModelPlaced}, {"stroke-width", "1.6"}});
-        });
+    panel.legend("model point with a partner", std::to_string(scene.pose->matched()),
+                 [&](const rxVector<2>& at) {
+                     canvas.circle(
+                         at, kRadius + 2.5,
+                         {{"fill", "none"}, {"stroke", kModelPlaced}, {"stroke-width", "1.6"}});
+                 });
     panel.legend("model point, no partner", std::to_string(scene.freeModelPoints()),
                  [&](const rxVector<2>& at) {
                      canvas.cross(at, kRadius, {{"stroke", kModelFree}, {"stroke-width", "1.8"}});
                  });
     const std::string factor =
-        scene.errorFactor == 1.0 ? "" : fixedText(scene.errorFactor, 0) + "\u00d7 longer";
-    panel.legend("model to data point", factor, [&](const rxVector<2>& at) {
+        scene.errorFactor == 1.0 ? "" : ", drawn " + fixedText(scene.errorFactor, 0) + "\u00d7";
+    panel.legend("error" + factor, "", [&](const rxVector<2>& at) {
         canvas.line({at.x() - 9, at.y()}, {at.x() + 9, at.y()},
                     {{"stroke", kErrorLine}, {"stroke-width", "1.4"}});
     });
@@ -321,8 +330,8 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, double x, double bottom, Y
     Panel panel(canvas, x, kEdge - 6);
     panel.write(scene.pose ? matchedText(*scene.pose, " of ") + " points found" : "Nothing found",
                 21, kInk, "bold");
-    panel.write(fileName(scene.report.modelFile) + " in", 12, kFaintInk, "normal");
-    panel.write(fileName(scene.report.dataFile), 12, kFaintInk, "normal");
+    panel.figure("model", fileName(scene.report.modelFile), 12);
+    panel.figure("data", fileName(scene.report.dataFile), 12);
     panel.skip(14);
     if (scene.pose) {
         writeFigures(panel, scene);
