@@ -58,7 +58,8 @@ TEXT
 scene versa64 --start-scale 11.811 --scale -0.02,0.02 --rotation full --capture-range 2
 cat <<'TEXT'
    Found:  65 of 66 holes, half a pixel (0.04 mm) off, root mean square. The one left is the large
-           mounting hole, whose spot is displaced by the shadow inside it. Nine spots are no hole's.
+           mounting hole, whose spot is displaced by the shadow inside it. Of the nine free spots one is
+           the mounting hole's; eight are print.
 
 TEXT
 
