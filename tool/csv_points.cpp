@@ -38,7 +38,11 @@ struct Place {
 
 // The fields of a line without the blanks around them. Quotes are only understood around a whole
 // field: no field of a point table has a reason to hold a comma.
-Fields splitFields(std::string_view line) {
+Fields splitFields(std::string_view line, const Place& place) {
+    if (line.find(',') == std::string_view::npos &&
+        line.find_first_of(";\t") != std::string_view::npos) {
+        place.fail("columns must be separated by commas, found " + inQuotes(line));
+    }
     Fields fields;
     while (true) {
         const auto comma = line.find(',');
@@ -75,10 +79,23 @@ std::optional<std::size_t> findColumn(const Fields& header, const std::string& w
     return found;
 }
 
+std::string joined(const Fields& fields) {
+    std::string text;
+    for (const std::string_view field : fields) {
+        if (!text.empty()) text += ", ";
+        text += field;
+    }
+    return text;
+}
+
 Columns columnsOfHeader(const Fields& header, const Place& place) {
     const auto x = findColumn(header, "x", place);
     const auto y = findColumn(header, "y", place);
-    if (!x || !y) {
+    if (x.has_value() != y.has_value()) {
+        place.fail(std::string("the header names no column ") + (x ? "y" : "x") +
+                   " (it has: " + printable(joined(header)) + ")");
+    }
+    if (!x) {
         place.fail(
             "expected a number in column 1 (x) or a header that names the columns x and y, "
             "found " +
@@ -87,10 +104,13 @@ Columns columnsOfHeader(const Fields& header, const Place& place) {
     return {*x, *y, findColumn(header, "weight", place), header.size()};
 }
 
+// More columns than there should be are often numbers cut in two.
+constexpr auto kDecimalCommaHint = " (numbers need a decimal point, not a comma)";
+
 Columns columnsWithoutHeader(std::size_t count, const Place& place) {
     if (count != 2 && count != 3) {
         place.fail("expected 2 or 3 columns (x, y, weight) separated by commas, found " +
-                   std::to_string(count));
+                   std::to_string(count) + (count > 3 ? kDecimalCommaHint : ""));
     }
     Columns columns;
     columns.count = count;
@@ -119,7 +139,8 @@ void appendPoint(PointTable& table, const Fields& fields, const Columns& columns
                  const Place& place) {
     if (fields.size() != columns.count) {
         place.fail("expected " + std::to_string(columns.count) + " columns, found " +
-                   std::to_string(fields.size()));
+                   std::to_string(fields.size()) +
+                   (fields.size() > columns.count ? kDecimalCommaHint : ""));
     }
     const double x = coordinate(fields, columns.x, "x", place);
     const double y = coordinate(fields, columns.y, "y", place);
@@ -165,7 +186,7 @@ PointTable parsePoints(std::string_view text, const std::string& name) {
         ++place.line;
         if (line.empty() || line.front() == '#') continue;
 
-        const Fields fields = splitFields(line);
+        const Fields fields = splitFields(line, place);
         if (!columns) {
             const bool header = isHeader(fields);
             columns = header ? columnsOfHeader(fields, place)

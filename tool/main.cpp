@@ -1,17 +1,22 @@
 // The command-line tool. Exit codes: 0 found, 1 nothing found, 2 bad input, 130 interrupted.
 
 #include <CLI/CLI.hpp>
+#include <csignal>
 #include <exception>
 #include <iostream>
+#include <string>
 
 #include "foundation/attention.h"
-#include "input_error.h"
 #include "interrupt_guard.h"
 #include "match_command.h"
 
 namespace {
 
 using namespace ptmatch::tool;
+
+std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
+    return "ptmatch: " + CLI::FailureMessage::simple(app, error);
+}
 
 int complain(const std::exception& error) {
     std::cerr << "ptmatch: " << error.what() << '\n';
@@ -21,6 +26,7 @@ int complain(const std::exception& error) {
 int runTool(int argc, char** argv) {
     CLI::App app("Finds known patterns among points in the plane.", "ptmatch");
     app.require_subcommand(1);
+    app.failure_message(failureMessage);
     MatchOptions options;
     addMatchCommand(app, options);
     try {
@@ -28,15 +34,14 @@ int runTool(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kExitBadInput;  // 0: help was asked for
     }
-    const int result = runMatch(options, std::cout);
-    std::cout.flush();
-    if (!std::cout) throw InputError("the results cannot be written to standard output");
-    return result;
+    return runMatch(options, std::cout, std::cerr);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    // A reader that goes early is an error of writing, so that unfinished files are tidied up.
+    std::signal(SIGPIPE, SIG_IGN);
     try {
         return runTool(argc, argv);
     } catch (const rxAttention::Interrupted&) {

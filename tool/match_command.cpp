@@ -1,7 +1,13 @@
 #include "match_command.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <filesystem>
+#include <optional>
 #include <ostream>
+#include <system_error>
 
 #include "csv_points.h"
 #include "input_error.h"
@@ -15,6 +21,31 @@
 
 namespace ptmatch::tool {
 namespace {
+
+// A picture in the place of a table would destroy what the user measured.
+void checkPictureSparesTables(const MatchOptions& options) {
+    const auto check = [&](const std::string& table, const char* role) {
+        std::error_code ignored;  // a file that does not exist is the same as no other
+        if (!std::filesystem::equivalent(options.svgFile, table, ignored)) return;
+        throw InputError("--svg: " + options.svgFile + " is the table of the " + role +
+                         "; choose another file");
+    };
+    if (options.svgFile.empty()) return;
+    check(options.modelFile, "model");
+    check(options.dataFile, "data");
+}
+
+// Says so when an exhaustive search is far beyond what ends within minutes.
+void noteLongSearch(const MatchReport& report, std::ostream& notes) {
+    constexpr double kManyAssignments = 1e9;
+    const auto [smaller, larger] =
+        std::minmax(report.model.points.size(), report.data.points.size());
+    const double assignments =
+        std::pow(static_cast<double>(larger) + 1.0, static_cast<double>(smaller));
+    if (assignments <= kManyAssignments) return;
+    notes << "ptmatch: note: --exhaustive will try " << aboutText(assignments)
+          << " assignments; this may not end" << std::endl;
+}
 
 void train(rxPointMatcher& matcher, const PointTable& model, const MatchOptions& options) {
     const auto mode =
@@ -30,9 +61,11 @@ void train(rxPointMatcher& matcher, const PointTable& model, const MatchOptions&
     }
 }
 
-rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& options) {
+rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& options,
+                               std::ostream& notes) {
     rxPointMatcher matcher;
     train(matcher, report.model, options);
+    if (options.exhaustive) noteLongSearch(report, notes);
     const InterruptGuard guard(options.exhaustive ? InterruptGuard::Way::kExitAtOnce
                                                   : InterruptGuard::Way::kAskSearch);
     rxPointMatcherResultSet results;
@@ -49,15 +82,18 @@ rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& op
 CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
     CLI::App* const command =
         app.add_subcommand("match", "Find where a pattern of points lies among other points");
-    command->add_option("--model", options.modelFile, "Table of the pattern: x,y or x,y,weight")
-        ->required()
+    command
+        ->add_option("--model", options.modelFile,
+                     "Table of the pattern: x,y or x,y,weight (required)")
         ->type_name("FILE");
-    command->add_option("--data", options.dataFile, "Table of the points to search: x,y")
-        ->required()
+    command->add_option("--data", options.dataFile, "Table of the points to search: x,y (required)")
         ->type_name("FILE");
     command->add_flag("--json", options.json, "Print the results as JSON");
     command->add_option("--svg", options.svgFile, "Draw the best pose into this file")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check([](const std::string& path) {
+            return std::string(path.empty() ? "expected the name of a file, found nothing" : "");
+        });
     command->add_flag_callback(
         "--y-up", [&options] { options.yAxis = YAxis::kUp; },
         "Let y run upwards in the picture (default: downwards, as in camera images)");
@@ -66,10 +102,16 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
         ->add_flag("--exhaustive", options.exhaustive,
                    "Try every assignment of points; for a handful of points only")
         ->group("Run parameters");
+    // Looked at last, so that a misspelt option is what the message is about.
+    command->callback([&options] {
+        if (options.modelFile.empty()) throw CLI::RequiredError("--model");
+        if (options.dataFile.empty()) throw CLI::RequiredError("--data");
+    });
     return command;
 }
 
-int runMatch(const MatchOptions& options, std::ostream& out) {
+int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
+    checkPictureSparesTables(options);
     MatchReport report;
     report.params = runParams(options.run);
     report.exhaustive = options.exhaustive;
@@ -78,14 +120,17 @@ int runMatch(const MatchOptions& options, std::ostream& out) {
     report.model = readPoints(options.modelFile);
     report.data = readPoints(options.dataFile);
 
-    const rxPointMatcherResultSet results = search(report, options);
+    const rxPointMatcherResultSet results = search(report, options, notes);
     report.seconds = results.time();
     report.poses = foundPoses(results);
 
+    std::optional<PreparedFile> picture;
     if (!options.svgFile.empty()) {
-        writeWholeFile(options.svgFile, matchPicture(report, options.yAxis));
+        picture.emplace(options.svgFile, matchPicture(report, options.yAxis));
     }
-    out << (options.json ? resultJson(report) : resultTable(report));
+    out << (options.json ? resultJson(report) : resultTable(report)) << std::flush;
+    if (!out) throw InputError("the results cannot be written to standard output");
+    if (picture) picture->commit();
     return report.poses.empty() ? kExitNothingFound : kExitFound;
 }
 

@@ -29,10 +29,11 @@ struct MatchOptions {
 CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options);
 
 /// Finds the model among the data points, writes the results to `out` and the picture to its file.
-/// Nothing is written before the whole work is done.
+/// Nothing is written before the search is done, except to `notes`, a stream for remarks; the
+/// picture takes its place only after the results were printed.
 /// @return kExitFound or kExitNothingFound.
 /// @throws InputError              the input or the options cannot be used.
 /// @throws rxAttention::Interrupted  by Ctrl-C; nothing was written.
-int runMatch(const MatchOptions& options, std::ostream& out);
+int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes);
 
 }  // namespace ptmatch::tool

@@ -33,14 +33,18 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
-std::string inQuotes(std::string_view text) {
+std::string printable(std::string_view text) {
     constexpr std::size_t kLongest = 40;
-    std::string result = "\"";
+    std::string result;
     for (const char c : text.substr(0, kLongest)) {
         const auto code = static_cast<unsigned char>(c);
         result += code < 0x20 || code == 0x7f ? '?' : c;
     }
-    return result + (text.size() > kLongest ? "...\"" : "\"");
+    return result + (text.size() > kLongest ? "..." : "");
+}
+
+std::string inQuotes(std::string_view text) {
+    return '"' + printable(text) + '"';
 }
 
 std::optional<double> parseNumber(std::string_view text) {
@@ -62,6 +66,15 @@ std::string fixedText(double value, int decimals) {
     // A rounded -0.0004 is a plain zero to the reader.
     if (text[0] == '-' && text.find_first_not_of("-0.") == std::string::npos) text.erase(0, 1);
     return text;
+}
+
+std::string aboutText(double value) {
+    constexpr double kLargest = 1e300;
+    if (value > kLargest) return "more than 1e+300";
+    char buffer[32];
+    const auto [end, error] =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific, 0);
+    return error == std::errc{} ? "about " + std::string(buffer, end) : "?";
 }
 
 std::string shortText(double value) {

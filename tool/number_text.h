@@ -10,7 +10,10 @@ namespace ptmatch::tool {
 /// The part of `text` between its leading and trailing blanks, tabs and line ends.
 std::string_view trimmed(std::string_view text);
 
-/// `text` shortened and made printable, in quotes, for error messages.
+/// `text` shortened, control characters replaced, for error messages.
+std::string printable(std::string_view text);
+
+/// As printable(), in quotes.
 std::string inQuotes(std::string_view text);
 
 /// The number that the whole of `text` spells, blanks around it aside; may be NaN or infinite when
@@ -26,5 +29,8 @@ std::string fixedText(double value, int decimals);
 
 /// `value` with as few digits as read back to the same double.
 std::string shortText(double value);
+
+/// A positive `value` in words for people: "about 9e+19", or "more than 1e+300" for the largest.
+std::string aboutText(double value);
 
 }  // namespace ptmatch::tool

@@ -30,7 +30,7 @@ bool writeBytes(const std::string& path, std::string_view text) {
 
 }  // namespace
 
-void writeWholeFile(const std::string& path, std::string_view text) {
+PreparedFile::PreparedFile(const std::string& path, std::string_view text) : path_(path) {
     std::error_code ignored;
     if (fs::is_directory(path, ignored)) failWrite(path, "it is a directory");
     if (fs::exists(path, ignored) && !fs::is_regular_file(path, ignored)) {
@@ -43,12 +43,20 @@ void writeWholeFile(const std::string& path, std::string_view text) {
         fs::remove(unfinished, ignored);
         failWrite(path, reason);
     }
+    unfinished_ = unfinished;
+}
+
+PreparedFile::~PreparedFile() {
+    std::error_code ignored;
+    if (!unfinished_.empty()) fs::remove(unfinished_, ignored);
+}
+
+void PreparedFile::commit() {
+    if (unfinished_.empty()) return;
     std::error_code error;
-    fs::rename(unfinished, path, error);
-    if (error) {
-        fs::remove(unfinished, ignored);
-        failWrite(path, error.message());
-    }
+    fs::rename(unfinished_, path_, error);
+    if (error) failWrite(path_, error.message());
+    unfinished_.clear();
 }
 
 }  // namespace ptmatch::tool

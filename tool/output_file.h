@@ -5,10 +5,25 @@
 
 namespace ptmatch::tool {
 
-/// Puts `text` into the file at `path`, wholly or not at all: it is written beside the target and
-/// renamed onto it once complete, so a reader never sees half of it and an old file survives a
-/// failure. A target that is no regular file (a device, a pipe) is written to directly.
-/// @throws InputError  "path: cannot be written: ...". Nothing is left behind.
-void writeWholeFile(const std::string& path, std::string_view text);
+/// A text that is complete on the disk and not yet in its place: it is written beside the target
+/// and renamed onto it by commit(). A reader never sees half of it, and an old file survives until
+/// then. Without a commit nothing stays. A target that is no regular file (a device, a pipe) is
+/// written to at once, for there is nothing to rename onto.
+class PreparedFile {
+  public:
+    /// @throws InputError  "path: cannot be written: ...". Nothing is left behind.
+    PreparedFile(const std::string& path, std::string_view text);
+    PreparedFile(const PreparedFile&) = delete;
+    PreparedFile& operator=(const PreparedFile&) = delete;
+    ~PreparedFile();
+
+    /// Puts the text into its place; does nothing the second time.
+    /// @throws InputError  as the constructor; the old file stays.
+    void commit();
+
+  private:
+    std::string path_;
+    std::string unfinished_;  // empty: nothing waits to be renamed
+};
 
 }  // namespace ptmatch::tool

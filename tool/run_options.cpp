@@ -64,6 +64,39 @@ rxAngleRange toAngleRange(const Interval& interval) {
     return {rxRadian(rxDegree(interval.low)), rxRadian(rxDegree(interval.high)), false};
 }
 
+// Bounds are checked here, so that messages speak of options and not of the matcher's parameters.
+void require(bool isAllowed, const std::string& option, const std::string& rule, double found) {
+    if (!isAllowed) throw InputError(option + ": " + rule + ", found " + shortText(found));
+}
+
+long parseCount(const std::string& text) {
+    constexpr double kLargest = 2147483647.0;
+    const auto number = finiteNumber(text);
+    if (number && *number < 1.0) throw InputError("must be at least 1, found " + printable(text));
+    if (number && *number > kLargest) {
+        throw InputError("must be at most 2147483647, found " + printable(text));
+    }
+    if (const auto count = parseWholeNumber(text)) return *count;
+    throw InputError("expected a whole number, found " + inQuotes(text));
+}
+
+void checkBounds(const RunOptions& options) {
+    require(options.startScale > 0.0, "--start-scale", "must be greater than 0",
+            options.startScale);
+    require(options.minCoverage >= 0.0 && options.minCoverage <= 1.0, "--min-coverage",
+            "must be from 0 to 1", options.minCoverage);
+    if (options.scale.isFull) throw InputError("--scale: expected LO,HI, found \"full\"");
+    require(options.scale.low >= -0.9, "--scale", "LO must be at least -0.9", options.scale.low);
+    if (options.gridSize) {
+        require(*options.gridSize > 0.0, "--grid-size", "must be greater than 0",
+                *options.gridSize);
+    }
+    if (options.captureRange) {
+        require(*options.captureRange >= 0.0, "--capture-range", "must not be negative",
+                *options.captureRange);
+    }
+}
+
 // Runs one setter; what it refuses is reported under the name of the option.
 template <typename Setter>
 void apply(const std::string& option, Setter set) {
@@ -103,39 +136,37 @@ void addRunOptions(CLI::App& app, RunOptions& options) {
     addInterval(app, "--rotation",
                 "Rotation allowed around the expected pose, degrees (default -15,15)",
                 options.rotationDeg);
-    addText(app, "--scale", "LO,HI",
-            "Change of scale allowed around the expected pose; -0.02,0.02 is 2 percent either way "
-            "(default 0,0)",
-            [&options](const std::string& text) { options.scale = parseInterval(text); });
+    addText(
+        app, "--scale", "LO,HI",
+        "Scales to try, as change against the expected pose; -0.02,0.02 is 2 percent either way. "
+        "The scale fitted to a found pose may lie outside (default 0,0)",
+        [&options](const std::string& text) { options.scale = parseInterval(text); });
     addInterval(app, "--x-translation",
                 "Shift allowed around the expected pose in x, model units (default full)",
                 options.xTranslation);
     addInterval(app, "--y-translation",
                 "Shift allowed around the expected pose in y, model units (default full)",
                 options.yTranslation);
-    addNumber(app, "--grid-size",
-              "Cell size of the search, model units (default: a quarter of the smallest distance "
-              "between model points)",
-              options.gridSize);
+    addNumber(
+        app, "--grid-size",
+        "Cell size of the search, model units; the work grows steeply as it shrinks (default: a "
+        "quarter of the smallest distance between model points)",
+        options.gridSize);
     addNumber(app, "--capture-range",
               "A data point closer than this to a placed model point can be its partner, data "
               "units (default: the grid size)",
               options.captureRange);
     addText(app, "--max-results", "COUNT", "Largest number of poses to report (default 1)",
-            [&options](const std::string& text) {
-                const auto count = parseWholeNumber(text);
-                if (!count) throw InputError("expected a whole number, found " + inQuotes(text));
-                options.maxResults = *count;
-            });
+            [&options](const std::string& text) { options.maxResults = parseCount(text); });
 }
 
 rxPointMatcherRunParams runParams(const RunOptions& options) {
-    if (!(options.startScale > 0.0)) throw InputError("--start-scale: must be greater than 0");
+    checkBounds(options);
     rxPointMatcherRunParams params;
     const rxRadian startRotation{rxDegree(options.startRotationDeg)};
     params.startPose(rxXform<2>(rxVector<2>(options.startX, options.startY), startRotation,
                                 startRotation, options.startScale, options.startScale));
-    apply("--min-coverage", [&] { params.minCoverage(options.minCoverage); });
+    params.minCoverage(options.minCoverage);
     apply("--rotation", [&] { params.rotationUncertainty(toAngleRange(options.rotationDeg)); });
     apply("--scale", [&] { params.scaleUncertainty(toRange(options.scale)); });
     apply("--x-translation",
@@ -145,11 +176,11 @@ rxPointMatcherRunParams runParams(const RunOptions& options) {
     // The automatic switch goes first: the size is only checked, and only used, without it.
     if (options.gridSize) {
         params.autoGridSize(false);
-        apply("--grid-size", [&] { params.gridSize(*options.gridSize); });
+        params.gridSize(*options.gridSize);
     }
     if (options.captureRange) {
         params.autoCaptureRange(false);
-        apply("--capture-range", [&] { params.captureRange(*options.captureRange); });
+        params.captureRange(*options.captureRange);
     }
     apply("--max-results", [&] { params.maxNumResults(options.maxResults); });
     return params;

@@ -94,18 +94,31 @@ TEST(CsvPoints, WeightsAreWholeNumbersOf32Bits) {
 }
 
 TEST(CsvPoints, EveryLineHasTheColumnsOfTheFirst) {
+    const std::string kHint = " (numbers need a decimal point, not a comma)";
+    EXPECT_EQ(
+        refusal("1,5,2,5\n"),
+        "t.csv:1: expected 2 or 3 columns (x, y, weight) separated by commas, found 4" + kHint);
+    EXPECT_EQ(refusal("x,y\n1,5,2,5\n"), "t.csv:2: expected 2 columns, found 4" + kHint);
     EXPECT_EQ(refusal("x,y,flux\n1,2\n"), "t.csv:2: expected 3 columns, found 2");
-    EXPECT_EQ(refusal("1,2\n1,2,3\n"), "t.csv:2: expected 2 columns, found 3");
-    EXPECT_EQ(refusal("1;2\n"),
-              "t.csv:1: expected a number in column 1 (x) or a header that names the columns x and "
-              "y, found \"1;2\"");
+    EXPECT_EQ(refusal("1,2\n1,2,3\n"), "t.csv:2: expected 2 columns, found 3" + kHint);
     EXPECT_EQ(refusal("1\n"),
               "t.csv:1: expected 2 or 3 columns (x, y, weight) separated by commas, found 1");
-    EXPECT_EQ(refusal("1,2,3,4\n"),
-              "t.csv:1: expected 2 or 3 columns (x, y, weight) separated by commas, found 4");
+    EXPECT_EQ(
+        refusal("1,2,3,4\n"),
+        "t.csv:1: expected 2 or 3 columns (x, y, weight) separated by commas, found 4" + kHint);
+}
+
+TEST(CsvPoints, OtherSeparatorsThanCommasAreNamed) {
+    EXPECT_EQ(refusal("1;2\n"), "t.csv:1: columns must be separated by commas, found \"1;2\"");
+    EXPECT_EQ(refusal("x;y\n1;2\n"), "t.csv:1: columns must be separated by commas, found \"x;y\"");
+    EXPECT_EQ(refusal("1,2\n3\t4\n"),
+              "t.csv:2: columns must be separated by commas, found \"3?4\"");
+    EXPECT_EQ(parsePoints("x,y,note\n1,2,a;b\n", "t.csv").points.size(), 1U);
 }
 
 TEST(CsvPoints, HeaderMustNameXAndYOnce) {
+    EXPECT_EQ(refusal("x,z\n1,2\n"), "t.csv:1: the header names no column y (it has: x, z)");
+    EXPECT_EQ(refusal("Y,z\n1,2\n"), "t.csv:1: the header names no column x (it has: Y, z)");
     EXPECT_EQ(refusal("a,b\n1,2\n"),
               "t.csv:1: expected a number in column 1 (x) or a header that names the columns x and "
               "y, found \"a\"");

@@ -62,3 +62,8 @@ TEST(NumberText, InQuotesIsShortAndPrintable) {
     EXPECT_EQ(inQuotes("a\x1b[31m"), "\"a?[31m\"");
     EXPECT_EQ(inQuotes(std::string(100, 'z')), "\"" + std::string(40, 'z') + "...\"");
 }
+
+TEST(NumberText, AboutTextHasOneDigit) {
+    EXPECT_EQ(aboutText(9.4e19), "about 9e+19");
+    EXPECT_EQ(aboutText(std::numeric_limits<double>::infinity()), "more than 1e+300");
+}

@@ -13,7 +13,7 @@
 
 namespace fs = std::filesystem;
 using ptmatch::tool::InputError;
-using ptmatch::tool::writeWholeFile;
+using ptmatch::tool::PreparedFile;
 
 namespace {
 
@@ -34,9 +34,12 @@ class OutputFile : public testing::Test {
     std::ptrdiff_t fileCount() const {
         return std::distance(fs::directory_iterator(folder_), fs::directory_iterator());
     }
+    static void writeFile(const std::string& path, const std::string& text) {
+        PreparedFile(path, text).commit();
+    }
     static std::string refusal(const std::string& path) {
         try {
-            writeWholeFile(path, "text");
+            writeFile(path, "text");
         } catch (const InputError& error) {
             return error.what();
         }
@@ -50,15 +53,36 @@ class OutputFile : public testing::Test {
 }  // namespace
 
 TEST_F(OutputFile, HoldsTheTextAndNothingLiesBesideIt) {
-    writeWholeFile(path("a.svg"), "one");
+    writeFile(path("a.svg"), "one");
     EXPECT_EQ(read("a.svg"), "one");
     EXPECT_EQ(fileCount(), 1);
 }
 
 TEST_F(OutputFile, ReplacesAnOldFile) {
-    writeWholeFile(path("a.svg"), "a long old text");
-    writeWholeFile(path("a.svg"), "new");
+    writeFile(path("a.svg"), "a long old text");
+    writeFile(path("a.svg"), "new");
     EXPECT_EQ(read("a.svg"), "new");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(OutputFile, WithoutACommitTheOldFileStaysAndNothingElse) {
+    writeFile(path("a.svg"), "old");
+    {
+        const PreparedFile never(path("a.svg"), "new");
+        EXPECT_EQ(read("a.svg"), "old");
+        EXPECT_EQ(fileCount(), 2);
+    }
+    EXPECT_EQ(read("a.svg"), "old");
+    EXPECT_EQ(fileCount(), 1);
+}
+
+TEST_F(OutputFile, ACommitThatFailsLeavesNothing) {
+    {
+        PreparedFile file(path("a.svg"), "text");
+        fs::create_directory(path("a.svg"));
+        EXPECT_THROW(file.commit(), InputError);
+    }
+    EXPECT_TRUE(fs::is_directory(path("a.svg")));
     EXPECT_EQ(fileCount(), 1);
 }
 

@@ -81,18 +81,23 @@ TEST(RunOptions, AWholeTurnAllowsEveryRotation) {
     EXPECT_EQ(paramsOf("--rotation 0,359").rotationUncertainty().range(), rxRangeDefs::Normal);
 }
 
-TEST(RunOptions, WhatTheMatcherRefusesIsReportedUnderTheNameOfTheOption) {
-    EXPECT_EQ(refusal("--min-coverage 1.5"), "--min-coverage: minCoverage must be in [0.0, 1.0]");
-    EXPECT_EQ(refusal("--scale full"), "--scale: scaleUncertainty range must not be full");
-    EXPECT_EQ(refusal("--scale -0.95,0"),
-              "--scale: start of scaleUncertainty scale must be >= -0.9");
-    EXPECT_EQ(refusal("--grid-size 0"),
-              "--grid-size: if autoGridSize==false, gridSize must be >= 0.0");
-    EXPECT_EQ(refusal("--capture-range -1"),
-              "--capture-range: if autoCaptureRange==false, captureRange must be >= 0.0");
-    EXPECT_EQ(refusal("--max-results 0"), "--max-results: maxNumResults must be >= 1");
-    EXPECT_EQ(refusal("--start-scale 0"), "--start-scale: must be greater than 0");
-    EXPECT_EQ(refusal("--start-scale -1"), "--start-scale: must be greater than 0");
+TEST(RunOptions, ValuesOutOfBoundsAreRefusedInTheWordsOfTheOptions) {
+    EXPECT_EQ(refusal("--min-coverage 1.5"), "--min-coverage: must be from 0 to 1, found 1.5");
+    EXPECT_EQ(refusal("--min-coverage -1"), "--min-coverage: must be from 0 to 1, found -1");
+    EXPECT_EQ(refusal("--scale full"), "--scale: expected LO,HI, found \"full\"");
+    EXPECT_EQ(refusal("--scale -0.95,0"), "--scale: LO must be at least -0.9, found -0.95");
+    EXPECT_EQ(refusal("--grid-size 0"), "--grid-size: must be greater than 0, found 0");
+    EXPECT_EQ(refusal("--capture-range -1"), "--capture-range: must not be negative, found -1");
+    EXPECT_EQ(refusal("--max-results 0"), "--max-results: must be at least 1, found 0");
+    EXPECT_EQ(refusal("--start-scale 0"), "--start-scale: must be greater than 0, found 0");
+    EXPECT_EQ(refusal("--start-scale -1"), "--start-scale: must be greater than 0, found -1");
+}
+
+TEST(RunOptions, BoundsThemselvesAreAllowed) {
+    EXPECT_EQ(paramsOf("--min-coverage 0").minCoverage(), 0.0);
+    EXPECT_EQ(paramsOf("--min-coverage 1").minCoverage(), 1.0);
+    EXPECT_TRUE(paramsOf("--scale -0.9,0").scaleUncertainty() == rxRange(-0.9, 0.0));
+    EXPECT_EQ(paramsOf("--max-results 2147483647").maxNumResults(), 2147483647);
 }
 
 TEST(RunOptions, ACaptureRangeOfZeroIsAllowed) {
@@ -107,7 +112,11 @@ TEST(RunOptions, TextThatIsNoNumberIsRefusedByName) {
     EXPECT_EQ(refusal("--max-results 1.5"),
               "--max-results: expected a whole number, found \"1.5\"");
     EXPECT_EQ(refusal("--max-results 99999999999"),
-              "--max-results: expected a whole number, found \"99999999999\"");
+              "--max-results: must be at most 2147483647, found 99999999999");
+    EXPECT_EQ(refusal("--max-results 2147483648"),
+              "--max-results: must be at most 2147483647, found 2147483648");
+    EXPECT_EQ(refusal("--max-results -99999999999"),
+              "--max-results: must be at least 1, found -99999999999");
 }
 
 TEST(RunOptions, IntervalsAreTwoNumbersInOrder) {

@@ -219,6 +219,7 @@ TEST_F(Tool, ExhaustiveSearchFindsASmallPattern) {
     const json found = json::parse(outcome.out);
     EXPECT_EQ(found["results"][0]["map"], json({0, 1, 2}));
     EXPECT_EQ(found["results"][0]["coverage"], 1.0);
+    EXPECT_EQ(outcome.err, "");
 }
 
 TEST_F(Tool, WeightsOfTheModelCount) {
@@ -279,11 +280,41 @@ TEST_F(Tool, BadOptionsAreNamedAndCodeTwo) {
         return outcome.err;
     };
     EXPECT_EQ(refusal({"--min-coverage", "2"}),
-              "ptmatch: --min-coverage: minCoverage must be in [0.0, 1.0]\n");
-    EXPECT_THAT(refusal({"--rotation", "5"}), HasSubstr("--rotation: expected LO,HI or full"));
+              "ptmatch: --min-coverage: must be from 0 to 1, found 2\n");
+    EXPECT_THAT(refusal({"--rotation", "5"}),
+                StartsWith("ptmatch: --rotation: expected LO,HI or full"));
+    EXPECT_THAT(refusal({"--svg", ""}), StartsWith("ptmatch: --svg: expected the name of a file"));
     EXPECT_THAT(refusal({"--no-such-option"}), HasSubstr("--no-such-option"));
     EXPECT_THAT(refusal({"--svg", "no/folder/a.svg"}),
                 HasSubstr("no/folder/a.svg: cannot be written: No such file or directory"));
+}
+
+TEST_F(Tool, PictureNeverReplacesATableOfTheRun) {
+    const std::string model = "0,0\n10,0\n0,20\n";
+    const std::string data = "1,1\n11,1\n1,21\n";
+    write("m.csv", model);
+    write("d.csv", data);
+    fs::create_symlink("m.csv", work() / "link.svg");
+    const auto refusal = [&](const std::string& picture) {
+        const Outcome outcome = match({"--model", "m.csv", "--data", "d.csv", "--svg", picture});
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.out, "");
+        return outcome.err;
+    };
+    EXPECT_EQ(refusal("m.csv"),
+              "ptmatch: --svg: m.csv is the table of the model; choose another file\n");
+    EXPECT_EQ(refusal("./d.csv"),
+              "ptmatch: --svg: ./d.csv is the table of the data; choose another file\n");
+    EXPECT_EQ(refusal("link.svg"),
+              "ptmatch: --svg: link.svg is the table of the model; choose another file\n");
+    EXPECT_EQ(readFile(work() / "m.csv"), model);
+    EXPECT_EQ(readFile(work() / "d.csv"), data);
+}
+
+TEST_F(Tool, UnknownOptionsAreNamedEvenWithoutTables) {
+    EXPECT_THAT(match({"--no-such-option"}).err, HasSubstr("--no-such-option"));
+    EXPECT_THAT(match({"--data", "d.csv"}).err, StartsWith("ptmatch: --model is required\n"));
+    EXPECT_THAT(match({"--model", "m.csv"}).err, StartsWith("ptmatch: --data is required\n"));
 }
 
 TEST_F(Tool, MissingArgumentsAreCodeTwoAndHelpIsNot) {
@@ -304,9 +335,22 @@ TEST_F(Tool, FullOutputDeviceIsReported) {
     const Outcome outcome =
         runProgram({"/bin/sh", "-c",
                     std::string(PTMATCH_TOOL) + " match --model " + kNeedleModel + " --data " +
-                        kNeedleData + " >/dev/full"});
+                        kNeedleData + " --svg o.svg >/dev/full"});
     EXPECT_EQ(outcome.exitCode, 2);
     EXPECT_EQ(outcome.err, "ptmatch: the results cannot be written to standard output\n");
+    EXPECT_THAT(filesInWork(), testing::IsEmpty());
+}
+
+TEST_F(Tool, ReaderThatGoesEarlyIsReportedAndLeavesNoPicture) {
+    // The reader ends at once; the program starts only after that.
+    const Outcome outcome =
+        runProgram({"/bin/sh", "-c",
+                    "{ while test ! -e gone; do sleep 0.01; done; rm gone; sleep 0.1; " +
+                        std::string(PTMATCH_TOOL) + " match --model " + kNeedleModel + " --data " +
+                        kNeedleData + " --svg o.svg; echo $? >code; } | : >gone"});
+    EXPECT_EQ(readFile(work() / "code"), "2\n");
+    EXPECT_EQ(outcome.err, "ptmatch: the results cannot be written to standard output\n");
+    EXPECT_THAT(filesInWork(), testing::ElementsAre("code"));
 }
 
 TEST_F(Tool, InterruptEndsALongSearchAndLeavesNoOutput) {
@@ -329,5 +373,8 @@ TEST_F(Tool, InterruptEndsAnExhaustiveSearchThatNeverAsks) {
     const Outcome outcome = interrupt({"--model", "p.csv", "--data", "p.csv", "--exhaustive"});
     EXPECT_EQ(outcome.exitCode, 130);
     EXPECT_EQ(outcome.out, "");
-    EXPECT_EQ(outcome.err, "ptmatch: interrupted\n");
+    // 21 choices for each of 20 points: 2.8e26.
+    EXPECT_EQ(outcome.err,
+              "ptmatch: note: --exhaustive will try about 3e+26 assignments; this may not end\n"
+              "ptmatch: interrupted\n");
 }
