@@ -38,8 +38,9 @@ void checkPictureSparesTables(const MatchOptions& options) {
 // Says so when an exhaustive search is far beyond what ends within minutes.
 void noteLongSearch(const MatchReport& report, std::ostream& notes) {
     constexpr double kManyAssignments = 1e9;
-    const auto [smaller, larger] =
-        std::minmax(report.model.points.size(), report.data.points.size());
+    const std::size_t numModel = report.model.points.size();
+    const std::size_t numData = report.data.points.size();
+    const auto [smaller, larger] = std::minmax(numModel, numData);
     const double assignments =
         std::pow(static_cast<double>(larger) + 1.0, static_cast<double>(smaller));
     if (assignments <= kManyAssignments) return;
