@@ -139,9 +139,12 @@ PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPtToGridMapResult& result)
 ///     result, although the map holds them.
 /// @throws rxPointMatcherDefs::BadParams before any work: a coordinate of a point or a step, or the
 ///     snap size, is not finite; a bound of a tolerance is not a number, or one of `angleTol` is
-///     beyond a million degrees; a step is not null and its length not within 1e-150 to 1e150.
-/// @throws rxLSPointToPointFitter::Errors, rxMathError: the points are so far out that no transform
-///     can be fitted to them; std::bad_alloc. Of the result, only the time is then good.
+///     beyond a million degrees; a step, or a diagonal of a staggered grid, is not null and its
+///     length not within 1e-150 to 1e150.
+/// @throws rxLSPointToPointFitter::Errors, rxMathError: all points that were assigned have one and
+///     the same position, or the points are so far out that no transform can be fitted to them;
+///     std::bad_alloc. The result is then not valid and has the time; its map and its transform are
+///     what they were.
 ///
 /// Limits, all deliberate:
 /// - One affine map has to place every node to within the snap distance: of a plate seen very
