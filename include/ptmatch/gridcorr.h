@@ -14,6 +14,10 @@
 #include "foundation/xform.h"
 #include "ptmatch/score_hashing.h"
 
+namespace ptmatch::detail {
+struct Placement;
+}
+
 /// Scope of the grid corresponder's enumeration and of what it throws.
 class PTMATCH_EXPORT rx_PointToGridCorresponderDefs {
   public:
@@ -230,6 +234,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
     /// @throws rx_PointToGridCorresponderDefs::InsufficientModelPoints: the list is empty.
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory: the bounding rectangle of the
     ///     positions holds more than 2^28 positions.   @throws std::bad_alloc.
+    /// @throws rx_PelBuffer::Errors: a position does not fit 32 bits.
     /// After any of them the tool is as it was, but for its train parameters.
     /// Cost linear in the area of the bounding rectangle.
     void train(const std::vector<rxPair<long>>& gridPoints,
@@ -259,8 +264,11 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
     ///     stands for no probe at all, and `maxNumResults` below 1.
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory: the positions lie too far apart
     ///     (more than 2^28 positions to look at, empty stretches that cannot matter left out).
-    /// @throws std::bad_alloc.   After either the results are empty and the time is 0.
-    /// Cost: translations times positions of the pattern, 64 positions at a time.
+    /// @throws rx_PelBuffer::Errors: a position of the list does not fit 32 bits.
+    /// @throws std::bad_alloc.   After any of them the results are empty and the time is 0.
+    /// A result's position is exact also where it exceeds 32 bits, as it may when pattern and data
+    /// lie at opposite ends of that range; the record of such a result cannot be stored.
+    /// Cost: translations times probes, 64 translations at a time.
     bool run(const std::vector<rxPair<long>>& gridPoints,
              const rx_PointToGridCorresponderRunParams& params,
              rx_PointToGridCorresponderResultSet& results) const;
@@ -279,6 +287,10 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
     friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rx_PointToGridCorresponder& tool);
 
   private:
+    void adopt_(const rxPelBuffer<unsigned char>& pattern, const rxPelRect& bounds);
+    std::vector<rx_PointToGridCorresponderResult> resultsOf_(
+        const std::vector<ptmatch::detail::Placement>& placements) const;
+
     rx_PointToGridCorresponderTrainParams trainParams_;
     rxPelBuffer<unsigned char> pattern_;
     rxPelRect patternRect_;
