@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
 #include "foundation/attention.h"
 #include "ptmatch/ppmatch.h"
+#include "ptmatch/same_bits.h"
 #include "reference/random_problems.h"
 #include "reference/reference_model.h"
 #include "reference/reference_run.h"
@@ -46,25 +46,6 @@ class PollCounter {
   private:
     rxAttention::Handler previous_;
 };
-
-std::uint64_t bitsOf(double value) {
-    return std::bit_cast<std::uint64_t>(value);
-}
-
-void expectSameNumber(double actual, double expected, const char* what) {
-    EXPECT_EQ(bitsOf(actual), bitsOf(expected)) << what << ": " << actual << " and " << expected;
-}
-
-void expectSameXform(const rxXform<2>& actual, const rxXform<2>& expected) {
-    for (long row = 0; row < 2; ++row) {
-        for (long col = 0; col < 2; ++col) {
-            expectSameNumber(actual.matrix().element(row, col), expected.matrix().element(row, col),
-                             "matrix element");
-        }
-    }
-    expectSameNumber(actual.trans().x(), expected.trans().x(), "x translation");
-    expectSameNumber(actual.trans().y(), expected.trans().y(), "y translation");
-}
 
 void expectSameResults(const rxPointMatcherResultSet& actual, const RunReport& expected) {
     ASSERT_EQ(actual.results().size(), expected.results.size());
