@@ -124,6 +124,7 @@ std::vector<Placement> placeIn(const SearchImage& search, const Pattern& pattern
                                                   : keepBest(offered, params.maxNumResults());
     const rxPair<long> shift = search.corner - rxPair<long>(kBorder, kBorder) - pattern.corner;
     std::vector<Placement> placements;
+    placements.reserve(kept.size());
     for (const ScoredPosition& candidate : kept) {
         placements.push_back(
             {static_cast<double>(candidate.score) / static_cast<double>(pattern.probes.size()),
