@@ -197,6 +197,22 @@ GridMatchScene singleColumn(Random& random) {
     return lineOf(random, false);
 }
 
+// A line of a whole plate. What lies beside it has whole positions only where both steps are equal.
+GridMatchScene lineOfAPlate(Random& random) {
+    Board board = someBoard(random);
+    board.modelFromGrid = linear(10.0, 0.0, 0.0, random.pick<double>({10.0, 8.3, 12.4}));
+    const bool isRow = random.chance(0.5);
+    const long length = random.integer(11, 14);
+    board.columns = isRow ? length : 1;
+    board.rows = isRow ? 1 : length;
+    board.positions = block(board.columns, board.rows);
+    for (const rxPair<long>& p : block(isRow ? length : 5, isRow ? 5 : length)) {
+        const rxPair<long> beside = p - (isRow ? rxPair<long>(0, 2) : rxPair<long>(2, 0));
+        if ((isRow ? beside.y() : beside.x()) != 0) board.surrounding.push_back(beside);
+    }
+    return sceneOf(random, board);
+}
+
 // Of a plate, only one row is seen: the pairs of a result lie on a line.
 GridMatchScene oneRowSeen(Random& random) {
     Board board = someBoard(random);
@@ -231,6 +247,17 @@ GridMatchScene withClient(Random& random, Board board, const rxXform<2>& newFrom
 GridMatchScene clientMoved(Random& random) {
     const Board board = someBoard(random);
     return withClient(random, board, turned(0.0, 1.0, someShift(random, 500.0)));
+}
+
+// So far that the steps between its grid positions lose most of their digits.
+GridMatchScene clientFarAway(Random& random) {
+    Board board = someBoard(random);
+    board.modelFromGrid = linear(10.3, 0.0, 0.0, 9.9);
+    const double extent = random.pick<double>({1e13, 1e15, 4e15});
+    GridMatchScene scene = withClient(random, board, turned(0.0, 1.0, someShift(random, extent)));
+    scene.params.autoCaptureRange(false);
+    scene.params.captureRange(std::max(0.5, board.jitter));
+    return scene;
 }
 
 // Moved back before the camera, so that the steps keep their directions and lengths in the data.
@@ -270,7 +297,7 @@ GridMatchScene singularClient(Random& random) {
 
 GridMatchScene captureGiven(Random& random) {
     GridMatchScene scene = random.chance(0.5) ? jitter(random) : clutter(random);
-    scene.params.autoCaptureRange(false);
+    scene.params.autoCaptureRange(random.chance(0.3));
     scene.params.captureRange(random.pick<double>({0.0, 0.5, 1.0, 3.0, 5.0}));
     return scene;
 }
@@ -553,9 +580,11 @@ const std::vector<SceneKind<GridMatchScene>>& densePatternScenes() {
         {"staggered", staggered},
         {"singleRow", singleRow},
         {"singleColumn", singleColumn},
+        {"lineOfAPlate", lineOfAPlate},
         {"oneRowSeen", oneRowSeen},
         {"margins", margins},
         {"clientMoved", clientMoved},
+        {"clientFarAway", clientFarAway, eSomeFind},
         {"clientTurned", clientTurned},
         {"clientScaled", clientScaled},
         {"clientSheared", clientSheared},
