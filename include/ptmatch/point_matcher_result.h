@@ -30,7 +30,8 @@ class PTMATCH_EXPORT rxPointMatcherResult {
     /// The method that found the result: `ePointToPoint`, `ePointToGrid` or `eExhaustiveMode`.
     rxPointMatcherDefs::Mode runMode() const { return runMode_; }
 
-    /// The pose: maps model coordinates to data coordinates. Available in every mode.
+    /// The pose: maps model coordinates to data coordinates. Available in every mode. Of a sparse
+    /// grid pattern it maps positions of the pattern instead.
     const rxXform<2>& modelToDataXform() const { return modelToDataXform_; }
 
     /// For each model point, in the order of training, the index of its data point; negative
@@ -39,17 +40,19 @@ class PTMATCH_EXPORT rxPointMatcherResult {
     const std::vector<long>& modelToDataMap() const;
 
     /// The index of the data point at a position of the trained grid pattern, -1 where none fell.
-    /// @param position  a pixel of the pattern, in its client coordinates.
+    /// @param position  a pixel of `rxPointMatcher::pattern()`, its offset counted in.
     /// @throws rxPointMatcherDefs::NotRun unless the mode is `ePointToGrid`.
     /// @throws rx_PelBuffer::Errors when the position is outside the pattern.
     long gridToDataMap(const rxPair<long>& position) const;
 
     /// The matched share of the model, in [0, 1]: of its weight where it is weighted, else of its
-    /// points.
+    /// points; in grid mode, the share of the pattern's points that have a data point.
     double coverage() const { return coverage_; }
 
     /// Root mean square of the distances, in data units, between the mapped model points and their
     /// data points; 0 when none is matched. Weights play no part, save in the exhaustive search.
+    /// In grid mode, unless the pattern is sparse, it is a mean of squares in the plane of the
+    /// pattern instead, see `rxPointMatcher`.
     double fitError() const { return fitError_; }
 
     /// Stores or loads a result.
@@ -80,11 +83,13 @@ class PTMATCH_EXPORT rxPointMatcherResultSet {
     /// No results, time 0.
     rxPointMatcherResultSet() = default;
 
-    /// The results: highest coverage first, smaller fit error first where the coverage is equal.
+    /// The results: highest coverage first, smaller fit error first where the coverage is equal. Of
+    /// a sparse grid pattern: in the order of the coverage that the search of its points had.
     const std::vector<rxPointMatcherResult>& results() const { return results_; }
 
     /// Seconds that the last run took. A run that could not reach the wanted coverage with so few
-    /// data points, and one that failed, leave the time of the run before.
+    /// data points, and one that failed, leave the time of the run before; one that failed in grid
+    /// mode may leave 0.
     double time() const { return time_; }
 
     /// Stores or loads a result set.

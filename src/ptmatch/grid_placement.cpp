@@ -36,7 +36,7 @@ void GridPlacement::put(const rxPair<long>& position, long dataIndex,
 }
 
 rxXform<2> GridPlacement::dataFromGrid() const {
-    return tryFit(fitter_, collinearity_.holds() ? kSimilarity : kAffine).value_or(rxXform<2>::I);
+    return fitOrIdentity(fitter_, collinearity_.holds() ? kSimilarity : kAffine);
 }
 
 double coverageOf(const GridPlacement& placement, long numGridPoints) {

@@ -1,5 +1,7 @@
+#include <string>
 #include <utility>
 
+#include "ptmatch/gridcorr.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/ppmatch.h"
 
@@ -22,11 +24,13 @@ rxPointMatcher::rxPointMatcher(const rxPointMatcher& other) : rxPointMatcher() {
 rxPointMatcher& rxPointMatcher::operator=(const rxPointMatcher& other) {
     // Everything that can throw comes first; the old parts go when the new ones stand.
     std::unique_ptr<rx_PointMatcherModel> model = deepCopy(other.model_);
+    std::unique_ptr<rx_PointToGridCorresponder> corresponder = deepCopy(other.corresponder_);
     std::unique_ptr<rxPointMatcher> gridMatcher = deepCopy(other.gridMatcher_);
     std::vector<rxPair<long>> gridPositions = other.gridPositions_;
     model_ = std::move(model);
     gridXform_ = other.gridXform_;
     numGridPoints_ = other.numGridPoints_;
+    corresponder_ = std::move(corresponder);
     gridMatcher_ = std::move(gridMatcher);
     gridPositions_ = std::move(gridPositions);
     return *this;  // mode_ is not assigned: deliberate
@@ -39,12 +43,13 @@ const rx_PointMatcherModel* rxPointMatcher::trainedModel_() const {
 }
 
 bool rxPointMatcher::isTrained() const {
-    return trainedModel_() || mode_ == rxPointMatcherDefs::eExhaustiveMode;
+    return trainedModel_() || corresponder_ || mode_ == rxPointMatcherDefs::eExhaustiveMode;
 }
 
 rxPointMatcherDefs::Mode rxPointMatcher::trainMode() const {
     if (mode_ == rxPointMatcherDefs::eExhaustiveMode) return rxPointMatcherDefs::eExhaustiveMode;
     if (trainedModel_()) return rxPointMatcherDefs::ePointToPoint;
+    if (corresponder_) return rxPointMatcherDefs::ePointToGrid;
     throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
 }
 
@@ -66,6 +71,13 @@ std::vector<long> rxPointMatcher::weights() const {
     }
     if (model->isWeighted()) return model->weights();
     return std::vector<long>(model->points().size(), 1);
+}
+
+const rxPelBuffer<unsigned char>& rxPointMatcher::pattern() const {
+    if (!isTrained() || trainMode() != rxPointMatcherDefs::ePointToGrid) {
+        throw rxPointMatcherDefs::NotTrained(std::string());
+    }
+    return corresponder_->pattern();
 }
 
 void rfExtractPointsFromPointMatcherResults(const rxPointMatcher& /*matcher*/,

@@ -1,6 +1,8 @@
+#include <string>
 #include <utility>
 
 #include "foundation/geometry_archive.h"
+#include "ptmatch/gridcorr.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/ppmatch.h"
 
@@ -19,27 +21,11 @@ void passOptional(rxArchive& ar, std::unique_ptr<T>& part) {
     ar || *part;
 }
 
-/// The place of a trained grid pattern, which no matcher of this version has.
-void passAbsentGrid(rxArchive& ar) {
-    long present = 0;
-    ar || present;
-    if (present != 0) {
-        throw rxArchive::Errors("point matcher: this version reads no matcher trained on a grid");
-    }
-}
-
 }  // namespace
-
-void rxPointMatcher::requireConsistent_() const {
-    const rx_PointMatcherModel* grid = gridMatcher_ ? gridMatcher_->trainedModel_() : nullptr;
-    if (grid && grid->points().size() != gridPositions_.size()) {
-        throw rxArchive::Errors(
-            "point matcher: the numbers of grid positions and of grid points differ");
-    }
-}
 
 void rxPointMatcher::adopt_(rxPointMatcher& loaded) noexcept {
     if (loaded.model_) model_ = std::move(loaded.model_);
+    if (loaded.corresponder_) corresponder_ = std::move(loaded.corresponder_);
     if (loaded.gridMatcher_) {
         if (gridMatcher_) {
             gridMatcher_->adopt_(*loaded.gridMatcher_);
@@ -61,11 +47,13 @@ rxArchive& operator||(rxArchive& ar, rxPointMatcher& matcher) {
     rxPointMatcher loaded;  // its parts are taken over only when all were read and fit together
     rxPointMatcher& value = ar.isLoading() ? loaded : matcher;
     passOptional(ar, value.model_);
-    passAbsentGrid(ar);
+    passOptional(ar, value.corresponder_);
     passOptional(ar, value.gridMatcher_);
     ar || value.gridXform_ || value.numGridPoints_ || value.gridPositions_;
     if (ar.isLoading()) {
-        loaded.requireConsistent_();
+        if (const char* contradiction = loaded.gridContradiction_()) {
+            throw rxArchive::Errors(std::string("point matcher: ") + contradiction);
+        }
         matcher.adopt_(loaded);
     }
     return ar;

@@ -86,15 +86,21 @@ void rxPointMatcher::run(const std::vector<rxVector<2>>& data,
                          const rxPointMatcherRunParams& params,
                          rxPointMatcherResultSet& resultSet) const {
     resultSet.getResults_().clear();
-    // An assignment can leave the exhaustive mode behind without a model to search with.
-    if (trainedModel_() == nullptr) {
+    const rxPointMatcherDefs::Mode mode = trainMode();
+    if (mode == rxPointMatcherDefs::ePointToGrid) {
+        requireRunnableGrid_();
+    } else if (trainedModel_() == nullptr) {
+        // An assignment can leave the exhaustive mode behind without a model to search with.
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
-    if (trainMode() == rxPointMatcherDefs::eExhaustiveMode) {
-        runExhaustive_(data, params, resultSet);
-    } else {
-        runPointToPoint_(data, params, resultSet);
+    switch (mode) {
+        case rxPointMatcherDefs::ePointToGrid:
+            return runPtToGrid_(data, params, resultSet);
+        case rxPointMatcherDefs::eExhaustiveMode:
+            return runExhaustive_(data, params, resultSet);
+        default:
+            return runPointToPoint_(data, params, resultSet);
     }
 }
 

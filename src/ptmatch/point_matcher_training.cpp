@@ -3,6 +3,7 @@
 #include <limits>
 #include <utility>
 
+#include "ptmatch/gridcorr.h"
 #include "ptmatch/model_quantities.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/ppmatch.h"
@@ -64,6 +65,7 @@ long requireTotalWeight(const Weights& weights) {
 
 void rxPointMatcher::untrain() {
     model_.reset();
+    corresponder_.reset();
     gridMatcher_.reset();
     gridPositions_.clear();
     mode_ = rxPointMatcherDefs::ePointToPoint;

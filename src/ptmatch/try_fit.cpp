@@ -4,16 +4,28 @@
 
 namespace ptmatch::detail {
 
-std::optional<rxXform<2>> tryFit(const rxLSPointToPointFitter& fitter, int dof) {
+namespace {
+
+std::optional<rxXform<2>> determinedFit(const rxLSPointToPointFitter& fitter, int dof) {
     try {
-        const rxXform<2> fitted = fitter.fit(dof);
-        if (fitted.isSingular()) return std::nullopt;
-        return fitted;
+        return fitter.fit(dof);
     } catch (const rxLSPointToPointFitter::Errors&) {
         return std::nullopt;
     } catch (const rxMathError&) {
         return std::nullopt;
     }
+}
+
+}  // namespace
+
+std::optional<rxXform<2>> tryFit(const rxLSPointToPointFitter& fitter, int dof) {
+    const std::optional<rxXform<2>> fitted = determinedFit(fitter, dof);
+    if (fitted && fitted->isSingular()) return std::nullopt;
+    return fitted;
+}
+
+rxXform<2> fitOrIdentity(const rxLSPointToPointFitter& fitter, int dof) {
+    return determinedFit(fitter, dof).value_or(rxXform<2>::I);
 }
 
 std::optional<rxXform<2>> tryInverse(const rxXform<2>& xform) {

@@ -15,6 +15,9 @@ inline constexpr int kSimilarity = 4;
 /// determine it or it is singular. For candidates, where that is no error.
 std::optional<rxXform<2>> tryFit(const rxLSPointToPointFitter& fitter, int dof);
 
+/// The fitter's transform, singular or not; the identity when the pairs do not determine it.
+rxXform<2> fitOrIdentity(const rxLSPointToPointFitter& fitter, int dof);
+
 /// The inverse; nothing when the transform is singular or its inverse is not finite.
 std::optional<rxXform<2>> tryInverse(const rxXform<2>& xform);
 

@@ -94,8 +94,14 @@ TEST(GridPlacement, PointsThatDetermineNoTransformLeaveTheIdentity) {
     EXPECT_EQ(placed({}).dataFromGrid(), rxXform<2>());
     EXPECT_EQ(placed({{{3, 4}, {50, 60}}}).dataFromGrid(), rxXform<2>());
     EXPECT_EQ(placed({{{3, 4}, {50, 60}}, {{3, 4}, {51, 60}}}).dataFromGrid(), rxXform<2>());
+    EXPECT_EQ(placed({{{3, 4}, {50, 60}}, {{4, 4}, {50, 60}}}).dataFromGrid(), rxXform<2>());
+}
+
+TEST(GridPlacement, SingularTransformThatThePointsDetermineIsTheirs) {
     const rxVector<2> p(50, 60);
-    EXPECT_EQ(placed({{{3, 4}, p}, {{4, 4}, p}, {{3, 5}, p}}).dataFromGrid(), rxXform<2>());
+    const rxXform<2> fit = placed({{{3, 4}, p}, {{4, 4}, p}, {{3, 5}, p}}).dataFromGrid();
+    EXPECT_TRUE(fit.isSingular());
+    EXPECT_LT((fit * rxVector<2>(7, 7) - p).len(), 1e-12);
 }
 
 TEST(GridPlacement, ErrorIsTheMeanSquaredDistanceFromPositionsWithTheirOffset) {
