@@ -1,7 +1,6 @@
 #include "ptmatch/gridcorr/axis_closing.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <iterator>
 
 namespace ptmatch::detail {
@@ -10,20 +9,24 @@ AxisClosing::AxisClosing(const std::vector<std::int64_t>& occupied, std::int64_t
                          std::int64_t window)
     : length_(length) {
     std::int64_t removed = 0;
-    for (std::size_t i = 1; i < occupied.size(); ++i) {
-        const std::int64_t before = occupied[i - 1];
-        const std::int64_t excess = occupied[i] - before - window;
-        if (excess <= 0) continue;
-        cuts_.push_back({before, before - removed, removed + excess});
-        removed += excess;
-    }
+    std::int64_t before = -1;
+    const auto close = [&](std::int64_t next) {
+        const std::int64_t excess = next - before - window;
+        if (excess > 0) {
+            cuts_.push_back({before, before - removed, removed + excess});
+            removed += excess;
+        }
+        before = next;
+    };
+    for (const std::int64_t coordinate : occupied) close(coordinate);
+    close(length);
     length_ -= removed;
 }
 
-std::int64_t AxisClosing::closed(std::int64_t coordinate) const {
+std::int64_t AxisClosing::removedBefore(std::int64_t coordinate) const {
     const auto after = std::partition_point(
         cuts_.begin(), cuts_.end(), [&](const Cut& cut) { return cut.original < coordinate; });
-    return after == cuts_.begin() ? coordinate : coordinate - std::prev(after)->removed;
+    return after == cuts_.begin() ? 0 : std::prev(after)->removed;
 }
 
 std::int64_t AxisClosing::opened(std::int64_t translation) const {

@@ -9,6 +9,7 @@
 #include "foundation/timer.h"
 #include "ptmatch/gridcorr.h"
 #include "ptmatch/gridcorr/axis_closing.h"
+#include "ptmatch/gridcorr/occupied_coordinates.h"
 #include "ptmatch/gridcorr/placement_search.h"
 #include "ptmatch/gridcorr/placement_store.h"
 #include "ptmatch/gridcorr/position_bounds.h"
@@ -106,25 +107,17 @@ struct Axes {
     detail::AxisClosing y;
 };
 
-void sortUnique(std::vector<std::int64_t>& values) {
-    std::sort(values.begin(), values.end());
-    values.erase(std::unique(values.begin(), values.end()), values.end());
-}
-
 template <class Data>
 Axes closedAxes(const Data& data, std::int64_t width, std::int64_t height,
                 const rxPelRect& pattern) {
-    std::vector<std::int64_t> xs;
-    std::vector<std::int64_t> ys;
+    detail::OccupiedCoordinates columns;
+    detail::OccupiedCoordinates rows;
     data.forEach([&](std::int64_t x, std::int64_t y, unsigned char) {
-        // The neighbours of a pixel in its row are most of an image, and need not be sorted.
-        if (ys.empty() || ys.back() != y + kBorder) ys.push_back(y + kBorder);
-        xs.push_back(x + kBorder);
+        columns.add(x + kBorder);
+        rows.add(y + kBorder);
     });
-    sortUnique(xs);
-    sortUnique(ys);
-    return {detail::AxisClosing(xs, width, pattern.width() + 1),
-            detail::AxisClosing(ys, height, pattern.height() + 1)};
+    return {detail::AxisClosing(columns.sorted(), width, pattern.width() + 1),
+            detail::AxisClosing(rows.sorted(), height, pattern.height() + 1)};
 }
 
 /// Whether a translation with no data under the pattern can have enough probes that agree.
