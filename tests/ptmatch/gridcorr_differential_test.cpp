@@ -107,7 +107,8 @@ template <class Data>
 void expectSame(const Tool& tool, const Data& data, const RunParams& params, std::size_t& found) {
     rx_PointToGridCorresponderResultSet results;
     const std::vector<PlainPlacement> expected = plainOf(tool).run(data, params);
-    EXPECT_EQ(tool.run(data, params, results), !expected.empty());
+    const bool isFound = tool.run(data, params, results);
+    EXPECT_EQ(isFound, !expected.empty());
     const std::vector<PlainPlacement> actual = placementsOf(results);
     ASSERT_EQ(actual.size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_TRUE(actual[i] == expected[i]) << i;
