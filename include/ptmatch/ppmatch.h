@@ -189,6 +189,8 @@ class PTMATCH_EXPORT rxPointMatcher {
     ///         uncertainty beyond a million degrees.
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory  the data spread over too large a
     ///         part of their grid (2^28 positions).
+    /// @throws rxLSPointToPointFitter::Errors, rxMathError  in grid mode: the data were mapped, but
+    ///         no transform can be fitted to them (all at one position, or too far out).
     /// @throws rxAttention::Interrupted  an interruption was asked for. Only the search by votes
     ///         looks, for a sparse pattern as well.
     /// @throws std::bad_alloc

@@ -310,6 +310,37 @@ GridMatchScene captureHuge(Random& random) {
     return scene;
 }
 
+// All within half a step: one position has them all, and no transform is determined.
+GridMatchScene oneCellSeen(Random& random) {
+    GridMatchScene scene = board(random);
+    scene.data.clear();
+    const double spacing = random.uniform(1.1, 1.5);
+    for (long k = random.integer(3, 4); k > 0; --k) {
+        scene.data.emplace_back(spacing * static_cast<double>(k), 0.0);
+    }
+    scene.params.scaleUncertainty(rxRange(-0.9, 0.0));
+    scene.params.autoCaptureRange(false);
+    scene.params.captureRange(100.0);
+    return scene;
+}
+
+// Exactly on a line that is none of the grid: positions in two directions, points in one.
+GridMatchScene slantedLineSeen(Random& random) {
+    GridMatchScene scene = board(random);
+    const rxVector<2> step = random.pick<rxVector<2>>({{10.0, 5.0}, {8.0, 4.0}, {10.0, 2.5}});
+    scene.data.clear();
+    for (long k = 0; k < 12; ++k) {
+        scene.data.emplace_back(static_cast<double>(k) * step.x(),
+                                static_cast<double>(k) * step.y());
+    }
+    scene.params.autoCaptureRange(false);
+    scene.params.captureRange(random.pick<double>({6.0, 10.0, 100.0}));
+    scene.params.minCoverage(0.1);
+    const double half = random.uniform(1.0, 30.0);
+    scene.params.rotationUncertainty(degrees(-half, half));
+    return scene;
+}
+
 GridMatchScene scaleRanges(Random& random) {
     Board board = someBoard(random);
     board.dataFromModel = turned(3.0, random.uniform(0.7, 1.5), {5.0, 5.0});
@@ -592,6 +623,8 @@ const std::vector<SceneKind<GridMatchScene>>& densePatternScenes() {
         {"singularClient", singularClient, eNothing},
         {"captureGiven", captureGiven},
         {"captureHuge", captureHuge},
+        {"oneCellSeen", oneCellSeen, eNothing},
+        {"slantedLineSeen", slantedLineSeen},
         {"scaleRanges", scaleRanges, eSomeFind},
         {"rotationRanges", rotationRanges},
         {"poseIsIgnored", poseIsIgnored},

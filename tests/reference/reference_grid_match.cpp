@@ -39,6 +39,16 @@ long mostNeighbours(const Image<int>& marks, const Positions& places, const Posi
     return most;
 }
 
+/// Nothing for a transform that cannot be inverted.
+std::optional<rxXform<2>> inverseOf(const rxXform<2>& xform) {
+    if (xform.isSingular()) return std::nullopt;
+    try {
+        return xform.inverse();
+    } catch (const rxMathError&) {
+        return std::nullopt;
+    }
+}
+
 /// One placement while its points are collected.
 class Collected {
   public:
@@ -132,6 +142,11 @@ GridResult resultAt(const rxPair<long>& shift, const GridMatcher& matcher, const
     }
     GridResult result;
     result.modelToDataXform = collected.fit(result.dof) * gridFromModel;
+    if (!inverseOf(result.modelToDataXform)) {
+        // Points on a line at positions that are not: as good as no fit.
+        result.dof = 0;
+        result.modelToDataXform = gridFromModel;
+    }
     result.gridToData = collected.map();
     result.coverage = coverageOf(collected, matcher);
     result.fitError =
@@ -209,16 +224,6 @@ std::vector<GridResult> matchPointsToPoints(const GridMatcher& matcher, const Po
     return results;
 }
 
-/// Nothing for a transform that cannot be inverted.
-std::optional<rxXform<2>> inverseOf(const rxXform<2>& xform) {
-    if (xform.isSingular()) return std::nullopt;
-    try {
-        return xform.inverse();
-    } catch (const rxMathError&) {
-        return std::nullopt;
-    }
-}
-
 }  // namespace
 
 std::optional<GridMatcher> trainOnImage(const rxPelBuffer_const<unsigned char>& image) {
@@ -246,7 +251,8 @@ std::optional<GridMatcher> trainOnImage(const rxPelBuffer_const<unsigned char>& 
 std::vector<GridResult> runOnGrid(const GridMatcher& matcher, const Points& data,
                                   const rxPointMatcherRunParams& params) {
     const std::optional<rxXform<2>> gridFromModel = inverseOf(matcher.modelFromGrid);
-    if (!gridFromModel) return {};
+    // Where no fit stands, this inverse is the pose of a result, and taken back itself.
+    if (!gridFromModel || !inverseOf(*gridFromModel)) return {};
     return matcher.isSparse ? matchPointsToPoints(matcher, data, params)
                             : matchPointsToGrid(matcher, data, params, *gridFromModel);
 }
