@@ -18,9 +18,11 @@ BandSearch::BandSearch(const PointBuckets& points, const DistanceBands& bands)
     for (std::size_t b = 0; b < roots_.size(); ++b) {
         const Bucket& bucket = points.buckets()[b];
         if (bucket.end - bucket.begin <= kFewNodes) continue;
-        const auto begin = static_cast<std::int32_t>(order_.size());
-        for (std::int32_t node = bucket.begin; node < bucket.end; ++node) order_.push_back(node);
-        roots_[b] = grow(begin, static_cast<std::int32_t>(order_.size()));
+        const auto begin = static_cast<std::int32_t>(places_.size());
+        for (std::int32_t node = bucket.begin; node < bucket.end; ++node) {
+            places_.push_back({points.nodes()[static_cast<std::size_t>(node)].point, node});
+        }
+        roots_[b] = grow(begin, static_cast<std::int32_t>(places_.size()));
     }
 }
 
@@ -33,21 +35,21 @@ FirstNodes BandSearch::first(std::int32_t bucket, const rxVector<2>& from, int w
     }
     const Bucket& range = points_.buckets()[b];
     for (std::int32_t node = range.begin; node < range.end && !found.isFull(); ++node) {
-        offerIfNear(node, from, found);
+        offerIfNear(points_.nodes()[static_cast<std::size_t>(node)].point, node, from, found);
     }
     return found;
 }
 
-/// The tree over a part of `order_`; the recursion is as deep as the number of halvings.
+/// The tree over a part of `places_`; the recursion is as deep as the number of halvings.
 std::int32_t BandSearch::grow(std::int32_t begin, std::int32_t end) {
     Tree tree;
     tree.begin = begin;
     tree.end = end;
-    tree.firstNode = order_[static_cast<std::size_t>(begin)];
+    tree.firstNode = places_[static_cast<std::size_t>(begin)].node;
     for (std::int32_t k = begin; k < end; ++k) {
-        const std::int32_t node = order_[static_cast<std::size_t>(k)];
-        tree.firstNode = std::min(tree.firstNode, node);
-        tree.box.add(points_.nodes()[static_cast<std::size_t>(node)].point);
+        const Place& place = places_[static_cast<std::size_t>(k)];
+        tree.firstNode = std::min(tree.firstNode, place.node);
+        tree.box.add(place.point);
     }
     if (end - begin > kLeafSize) {
         const std::int32_t middle = begin + (end - begin) / 2;
@@ -65,13 +67,12 @@ std::int32_t BandSearch::grow(std::int32_t begin, std::int32_t end) {
 }
 
 void BandSearch::splitInHalf(std::int32_t begin, std::int32_t middle, std::int32_t end, bool byX) {
-    const auto key = [&](std::int32_t node) {
-        const rxVector<2>& p = points_.nodes()[static_cast<std::size_t>(node)].point;
+    const auto key = [&](const Place& place) {
         // Points in one place are halved by their order, so that one half has the earlier ones.
-        return std::pair(byX ? p.x() : p.y(), node);
+        return std::pair(byX ? place.point.x() : place.point.y(), place.node);
     };
-    std::nth_element(order_.begin() + begin, order_.begin() + middle, order_.begin() + end,
-                     [&](std::int32_t a, std::int32_t b) { return key(a) < key(b); });
+    std::nth_element(places_.begin() + begin, places_.begin() + middle, places_.begin() + end,
+                     [&](const Place& a, const Place& b) { return key(a) < key(b); });
 }
 
 void BandSearch::searchTree(std::int32_t tree, const rxVector<2>& from, FirstNodes& found) {
@@ -81,7 +82,8 @@ void BandSearch::searchTree(std::int32_t tree, const rxVector<2>& from, FirstNod
     if (!bands_.mayHold(from, t.box)) return;
     if (t.earlier == kNone) {
         for (std::int32_t k = t.begin; k < t.end; ++k) {
-            offerIfNear(order_[static_cast<std::size_t>(k)], from, found);
+            const Place& place = places_[static_cast<std::size_t>(k)];
+            offerIfNear(place.point, place.node, from, found);
         }
         return;
     }
@@ -89,9 +91,9 @@ void BandSearch::searchTree(std::int32_t tree, const rxVector<2>& from, FirstNod
     searchTree(t.later, from, found);
 }
 
-void BandSearch::offerIfNear(std::int32_t node, const rxVector<2>& from, FirstNodes& found) {
+void BandSearch::offerIfNear(const rxVector<2>& point, std::int32_t node, const rxVector<2>& from,
+                             FirstNodes& found) {
     ++work_;
-    const rxVector<2>& point = points_.nodes()[static_cast<std::size_t>(node)].point;
     if (bands_.holds(squaredLength(point - from))) found.offer(node);
 }
 

@@ -61,10 +61,15 @@ class BandSearch {
     static constexpr std::int32_t kLeafSize = 8;
     static constexpr std::int32_t kNone = -1;
 
+    struct Place {
+        rxVector<2> point;
+        std::int32_t node;
+    };
+
     struct Tree {
         PointBox box;
         std::int32_t firstNode = 0;
-        std::int32_t begin = 0;  // of `order_`; leaves only
+        std::int32_t begin = 0;  // of its part of `places_`
         std::int32_t end = 0;
         std::int32_t earlier = kNone;  // the half with the earlier first node; kNone in a leaf
         std::int32_t later = kNone;
@@ -73,13 +78,14 @@ class BandSearch {
     std::int32_t grow(std::int32_t begin, std::int32_t end);
     void splitInHalf(std::int32_t begin, std::int32_t middle, std::int32_t end, bool byX);
     void searchTree(std::int32_t tree, const rxVector<2>& from, FirstNodes& found);
-    void offerIfNear(std::int32_t node, const rxVector<2>& from, FirstNodes& found);
+    void offerIfNear(const rxVector<2>& point, std::int32_t node, const rxVector<2>& from,
+                     FirstNodes& found);
 
     const PointBuckets& points_;
     DistanceBands bands_;
     std::vector<std::int32_t> roots_;  // of each bucket, kNone without a tree
     std::vector<Tree> trees_;
-    std::vector<std::int32_t> order_;  // the nodes of buckets with trees, leaf by leaf
+    std::vector<Place> places_;  // the nodes of buckets with trees, leaf by leaf
     std::int64_t work_ = 0;
 };
 
