@@ -155,6 +155,8 @@ PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPtToGridMapResult& result)
 ///   the first and the last two are never chosen. A range too narrow for that is widened
 ///   evenly to three whole degrees.
 /// - A node farther than 2^30 - 1 steps from (0, 0) is not assigned.
+/// - Points more than 2^31 steps beyond the smallest coordinates are not told apart well enough to
+///   be mapped: one stray point so far to the lower side leaves a whole grid without positions.
 ///
 /// Cost and memory are linear in the number of points on a grid. Neither points in one place, nor
 /// steps of very different length, nor far-flung points make it quadratic. Nothing is kept between

@@ -11,28 +11,31 @@
 namespace ptmatch::detail {
 namespace {
 
-void require(bool accepted, const std::string& message) {
-    if (!accepted) throw rxPointMatcherDefs::BadParams("grid mapping: " + message + "\n");
+[[noreturn]] void refuse(const std::string& message) {
+    throw rxPointMatcherDefs::BadParams("grid mapping: " + message + "\n");
 }
 
 void checkStep(const rxVector<2>& step, const char* name) {
-    require(step.isFinite(), std::string(name) + " must be finite");
+    if (!step.isFinite()) refuse(std::string(name) + " must be finite");
     if (step.isNull()) return;
     const double length = step.len();
-    require(length >= kShortestStep && length <= kLongestStep,
-            std::string(name) + " must be null or between 1e-150 and 1e150 long");
+    if (length < kShortestStep || length > kLongestStep) {
+        refuse(std::string(name) + " must be null or between 1e-150 and 1e150 long");
+    }
 }
 
 void checkSizeTol(const rxRange& sizeTol) {
-    require(!std::isnan(sizeTol.start()) && !std::isnan(sizeTol.end()),
-            "sizeTol bounds must be numbers");
+    if (std::isnan(sizeTol.start()) || std::isnan(sizeTol.end())) {
+        refuse("sizeTol bounds must be numbers");
+    }
 }
 
 void checkAngleTol(const rxAngleRange& angleTol) {
     for (const rxRadian bound : {angleTol.start(), angleTol.end()}) {
-        // False for a not-a-number, too.
-        require(std::abs(rxDegree(bound).toDouble()) <= kMostDegrees,
-                "angleTol bounds must be within a million degrees");
+        // Refuses a not-a-number, too.
+        if (!(std::abs(rxDegree(bound).toDouble()) <= kMostDegrees)) {
+            refuse("angleTol bounds must be within a million degrees");
+        }
     }
 }
 
@@ -46,13 +49,14 @@ void checkMapArguments(std::span<const rxVector<2>> points, const rxPtToGridMapR
         checkStep(diagonals.xv, "xv + yv of a staggered grid");
         checkStep(diagonals.yv, "yv - xv of a staggered grid");
     }
-    require(std::isfinite(params.snapSize()), "snapSize must be finite");
+    if (!std::isfinite(params.snapSize())) refuse("snapSize must be finite");
     checkSizeTol(params.sizeTol());
     checkAngleTol(params.angleTol());
-    require(points.size() <= std::numeric_limits<std::int32_t>::max(),
-            "no more than 2147483647 points");
+    if (points.size() > std::numeric_limits<std::int32_t>::max()) {
+        refuse("no more than 2147483647 points");
+    }
     for (std::size_t k = 0; k < points.size(); ++k) {
-        if (!points[k].isFinite()) require(false, "point " + std::to_string(k) + " is not finite");
+        if (!points[k].isFinite()) refuse("point " + std::to_string(k) + " is not finite");
     }
 }
 
