@@ -4,10 +4,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <filesystem>
 #include <optional>
 #include <ostream>
-#include <system_error>
 
 #include "csv_points.h"
 #include "input_error.h"
@@ -15,25 +13,14 @@
 #include "match_picture.h"
 #include "match_report.h"
 #include "number_text.h"
+#include "option_text.h"
 #include "output_file.h"
+#include "output_targets.h"
 #include "result_json.h"
 #include "result_table.h"
 
 namespace ptmatch::tool {
 namespace {
-
-// A picture in the place of a table would destroy what the user measured.
-void checkPictureSparesTables(const MatchOptions& options) {
-    const auto check = [&](const std::string& table, const char* role) {
-        std::error_code ignored;  // a file that does not exist is the same as no other
-        if (!std::filesystem::equivalent(options.svgFile, table, ignored)) return;
-        throw InputError("--svg: " + options.svgFile + " is the table of the " + role +
-                         "; choose another file");
-    };
-    if (options.svgFile.empty()) return;
-    check(options.modelFile, "model");
-    check(options.dataFile, "data");
-}
 
 // Says so when an exhaustive search is far beyond what ends within minutes.
 void noteLongSearch(const MatchReport& report, std::ostream& notes) {
@@ -90,11 +77,7 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
     command->add_option("--data", options.dataFile, "Table of the points to search: x,y (required)")
         ->type_name("FILE");
     command->add_flag("--json", options.json, "Print the results as JSON");
-    command->add_option("--svg", options.svgFile, "Draw the best pose into this file")
-        ->type_name("FILE")
-        ->check([](const std::string& path) {
-            return std::string(path.empty() ? "expected the name of a file, found nothing" : "");
-        });
+    addFile(*command, "--svg", "Draw the best pose into this file", options.svgFile);
     command->add_flag_callback(
         "--y-up", [&options] { options.yAxis = YAxis::kUp; },
         "Let y run upwards in the picture (default: downwards, as in camera images)");
@@ -112,7 +95,9 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
 }
 
 int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
-    checkPictureSparesTables(options);
+    requireSparedInputs({{options.svgFile, "--svg"}},
+                        {{options.modelFile, "the table of the model"},
+                         {options.dataFile, "the table of the data"}});
     MatchReport report;
     report.params = runParams(options.run);
     report.exhaustive = options.exhaustive;

@@ -3,14 +3,11 @@
 #include <iosfwd>
 #include <string>
 
+#include "exit_code.h"
 #include "picture_frame.h"
 #include "run_options.h"
 
 namespace ptmatch::tool {
-
-constexpr int kExitFound = 0;
-constexpr int kExitNothingFound = 1;
-constexpr int kExitBadInput = 2;
 
 /// What `ptmatch match` was asked to do.
 struct MatchOptions {

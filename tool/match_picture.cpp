@@ -2,14 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
-#include <filesystem>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "number_text.h"
+#include "picture_page.h"
 #include "result_table.h"
 #include "svg_canvas.h"
 
@@ -19,22 +17,12 @@ namespace {
 using Points = std::vector<rxVector<2>>;
 using Attributes = SvgCanvas::Attributes;
 
-// Colours that stay apart for colour-blind eyes (Okabe and Ito) on quiet greys.
-constexpr auto kInk = "#1f2937";
-constexpr auto kFaintInk = "#6b7280";
-constexpr auto kGridLine = "#eef1f4";
-constexpr auto kFrameLine = "#cbd2d9";
-constexpr auto kDataFree = "#b6bec8";
-constexpr auto kDataMatched = "#0072b2";
-constexpr auto kModelPlaced = "#e6550d";
-constexpr auto kModelFree = "#b3127d";
-constexpr auto kErrorLine = "#111827";
+constexpr auto kDataFree = kQuietGrey;
+constexpr auto kDataMatched = kBlue;
+constexpr auto kModelPlaced = kOrange;
+constexpr auto kModelFree = kMagenta;
+constexpr auto kErrorLine = kBlack;
 
-// The page: margins, a plot of at most kPlotSide each way, a panel beside it.
-constexpr double kEdge = 28.0;
-constexpr double kTickRoom = 44.0;
-constexpr double kPlotSide = 900.0;
-constexpr double kPanelWidth = 300.0;
 constexpr double kPanelHeight = 740.0;
 
 // The size of markers of points without a partner where the page is crowded.
@@ -86,60 +74,6 @@ double errorFactor(double errorOnPage) {
         if (factor * errorOnPage <= kWanted) return factor;
     }
     return 1.0;
-}
-
-// Markers shrink with the mean distance between points, so that dense scenes stay readable.
-double markerRadius(const PageBox& box, std::size_t points) {
-    const double spacing = std::sqrt(box.width * box.height / static_cast<double>(points));
-    return std::clamp(0.1 * spacing, 1.6, 4.5);
-}
-
-std::string pixels(double value) {
-    return shortText(value);
-}
-
-std::string hintOf(const char* kind, std::size_t index, const rxVector<2>& p) {
-    return std::string(kind) + " " + std::to_string(index) + " (" + shortText(p.x()) + ", " +
-           shortText(p.y()) + ")";
-}
-
-Attributes filled(const char* id, const char* colour) {
-    return {{"id", id}, {"fill", colour}};
-}
-
-Attributes stroked(const char* id, const char* colour, double width) {
-    return {{"id", id},
-            {"fill", "none"},
-            {"stroke", colour},
-            {"stroke-width", pixels(width)},
-            {"stroke-linecap", "round"}};
-}
-
-int decimalsOf(double step) {
-    return std::clamp(static_cast<int>(-std::floor(std::log10(step))), 0, 12);
-}
-
-void drawAxes(SvgCanvas& canvas, const PictureFrame& frame) {
-    const PageBox& box = frame.box();
-    const auto group = canvas.group(
-        {{"id", "axes"}, {"font-size", "12"}, {"fill", kFaintInk}, {"stroke", "none"}});
-    canvas.rectangle({box.x, box.y}, box.width, box.height, {{"fill", "#ffffff"}});
-    const Attributes gridLine = {{"stroke", kGridLine}};
-    double step = 1.0;
-    for (const double tick : frame.xTicks(8, step)) {
-        const double x = frame.toPage({tick, 0.0}).x();
-        canvas.line({x, box.y}, {x, box.y + box.height}, gridLine);
-        canvas.text({x, box.y + box.height + 20}, fixedText(tick, decimalsOf(step)),
-                    {{"text-anchor", "middle"}});
-    }
-    for (const double tick : frame.yTicks(8, step)) {
-        const double y = frame.toPage({0.0, tick}).y();
-        canvas.line({box.x, y}, {box.x + box.width, y}, gridLine);
-        canvas.text({box.x - 9, y + 4}, fixedText(tick, decimalsOf(step)),
-                    {{"text-anchor", "end"}});
-    }
-    canvas.rectangle({box.x, box.y}, box.width, box.height,
-                     {{"fill", "none"}, {"stroke", kFrameLine}});
 }
 
 void drawOutline(SvgCanvas& canvas, const PictureFrame& frame, const Points& points) {
@@ -214,58 +148,6 @@ void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene, 
     drawErrors(canvas, frame, scene);
 }
 
-// Writes the panel from top to bottom; `y` is the base line of what comes next.
-class Panel {
-  public:
-    Panel(SvgCanvas& canvas, double x, double y) : canvas_(canvas), x_(x), y_(y) {}
-
-    double x() const { return x_; }
-    double y() const { return y_; }
-    void skip(double height) { y_ += height; }
-
-    void write(std::string_view text, double size, const char* colour, const char* weight) {
-        y_ += size;
-        canvas_.text({x_, y_}, text,
-                     {{"font-size", pixels(size)}, {"fill", colour}, {"font-weight", weight}});
-        y_ += 0.45 * size;
-    }
-    void heading(std::string_view text) {
-        write(text, 12, kFaintInk, "bold");
-        canvas_.line({x_, y_ + 1}, {x_ + kPanelWidth, y_ + 1}, {{"stroke", kFrameLine}});
-        y_ += 8;
-    }
-    void figure(std::string_view name, std::string_view value, double size = 14.0) {
-        y_ += size + 2;
-        canvas_.text({x_, y_}, name, {{"font-size", pixels(size)}, {"fill", kFaintInk}});
-        canvas_.text({x_ + kPanelWidth, y_}, value,
-                     {{"font-size", pixels(size)}, {"fill", kInk}, {"text-anchor", "end"}});
-        y_ += size / 2;
-    }
-    // A line of the legend; `draw` puts the symbol at the place it is given.
-    template <typename Draw>
-    void legend(std::string_view name, const std::string& value, Draw draw) {
-        y_ += 16;
-        draw(rxVector<2>(x_ + 11, y_ - 5));
-        canvas_.text({x_ + 32, y_}, name, {{"font-size", "14"}, {"fill", kInk}});
-        canvas_.text({x_ + kPanelWidth, y_}, value,
-                     {{"font-size", "14"}, {"fill", kInk}, {"text-anchor", "end"}});
-        y_ += 7;
-    }
-
-  private:
-    SvgCanvas& canvas_;
-    double x_;
-    double y_;
-};
-
-std::string fileName(const std::string& path) {
-    constexpr std::size_t kLongest = 34;
-    // The folder tells more than a file that is called model.csv, so one level of it stays.
-    const std::filesystem::path whole(path);
-    const std::string name = (whole.parent_path().filename() / whole.filename()).generic_string();
-    return name.size() <= kLongest ? name : "..." + name.substr(name.size() - kLongest);
-}
-
 void writeFigures(Panel& panel, const Scene& scene) {
     const FoundPose& pose = *scene.pose;
     const rxVector<2> t = pose.dataFromModel.trans();
@@ -330,8 +212,8 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, double x, double bottom, Y
     Panel panel(canvas, x, kEdge - 6);
     panel.write(scene.pose ? matchedText(*scene.pose, " of ") + " points found" : "Nothing found",
                 21, kInk, "bold");
-    panel.figure("model", fileName(scene.report.modelFile), 12);
-    panel.figure("data", fileName(scene.report.dataFile), 12);
+    panel.figure("model", shortFileName(scene.report.modelFile), 12);
+    panel.figure("data", shortFileName(scene.report.dataFile), 12);
     panel.skip(14);
     if (scene.pose) {
         writeFigures(panel, scene);
@@ -348,24 +230,16 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, double x, double bottom, Y
 std::string matchPicture(const MatchReport& report, YAxis yAxis) {
     Scene scene = sceneOf(report);
     const Points all = everythingIn(scene);
-    // A wide scene gets room above and below, so that plot and panel end on one line.
-    const double aspect = aspectOf(all, (kPanelHeight - kEdge) / kPlotSide, 3.0);
-    const PageBox plot{kEdge + kTickRoom, kEdge, kPlotSide * std::min(1.0, 1.0 / aspect),
-                       kPlotSide * std::min(1.0, aspect)};
-    const PictureFrame frame(all, plot, yAxis);
+    const PageLayout page = layoutFor(all, kPanelHeight);
+    const PictureFrame frame(all, page.plot, yAxis);
     if (scene.pose) scene.errorFactor = errorFactor(scene.pose->fitError * frame.scale());
 
-    const double panelX = plot.x + plot.width + kEdge;
-    const double bottom = std::max(plot.y + plot.height, kPanelHeight);
-    const double width = panelX + kPanelWidth + kEdge;
-    const double height = bottom + kEdge + 12;
-    SvgCanvas canvas(width, height);
-    canvas.rectangle({0.0, 0.0}, width, height, {{"fill", "#fafbfc"}});
+    SvgCanvas canvas(page.width, page.height);
+    canvas.rectangle({0.0, 0.0}, page.width, page.height, {{"fill", "#fafbfc"}});
     {
-        const auto page =
-            canvas.group({{"font-family", "DejaVu Sans, Helvetica, Arial, sans-serif"}});
-        drawPlot(canvas, frame, scene, markerRadius(plot, report.data.points.size()));
-        drawPanel(canvas, scene, panelX, bottom, yAxis);
+        const auto group = canvas.group({{"font-family", kFontFamily}});
+        drawPlot(canvas, frame, scene, markerRadius(page.plot, report.data.points.size()));
+        drawPanel(canvas, scene, page.panelX, page.bottom, yAxis);
     }
     return canvas.finished();
 }

@@ -1,35 +1,9 @@
 #include "result_json.h"
 
-#include <nlohmann/json.hpp>
-
-#include "foundation/angle.h"
-#include "foundation/range.h"
+#include "json_parts.h"
 
 namespace ptmatch::tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-double degrees(const rxRadian& angle) {
-    return rxDegree(angle).toDouble();
-}
-
-Json rangeJson(const rxRange& range) {
-    if (range.range() == rxRangeDefs::Full) return "full";
-    return {range.start(), range.end()};
-}
-
-Json rangeJson(const rxAngleRange& range) {
-    if (range.range() == rxRangeDefs::Full) return "full";
-    return {degrees(range.start()), degrees(range.end())};
-}
-
-// [m00, m01, m10, m11, tx, ty]
-Json xformJson(const rxXform<2>& xform) {
-    const rxMatrix<2> m = xform.matrix();
-    return {m.element(0, 0), m.element(0, 1),   m.element(1, 0),
-            m.element(1, 1), xform.trans().x(), xform.trans().y()};
-}
 
 Json sizeJson(bool isAuto, double size) {
     if (isAuto) return "auto";
@@ -53,7 +27,7 @@ Json paramsJson(const MatchReport& report) {
 Json poseJson(const FoundPose& pose) {
     return {{"rotation_deg", pose.rotationDeg()},
             {"scale", pose.scale()},
-            {"translation", {pose.dataFromModel.trans().x(), pose.dataFromModel.trans().y()}},
+            {"translation", vectorJson(pose.dataFromModel.trans())},
             {"xform", xformJson(pose.dataFromModel)},
             {"coverage", pose.coverage},
             {"fit_error", pose.fitError},
@@ -75,7 +49,7 @@ std::string resultJson(const MatchReport& report) {
                        {"parameters", paramsJson(report)},
                        {"time_s", report.seconds},
                        {"results", results}};
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return jsonText(json);
 }
 
 }  // namespace ptmatch::tool

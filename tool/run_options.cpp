@@ -1,8 +1,5 @@
 #include "run_options.h"
 
-#include <CLI/CLI.hpp>
-#include <cmath>
-#include <functional>
 #include <string_view>
 
 #include "foundation/angle.h"
@@ -13,46 +10,6 @@
 
 namespace ptmatch::tool {
 namespace {
-
-std::optional<double> finiteNumber(std::string_view text) {
-    const auto value = parseNumber(text);
-    return value && std::isfinite(*value) ? value : std::nullopt;
-}
-
-// Adds an option whose text `store` reads. CLI11's own conversion of numbers follows the locale
-// and lets NaN through, so texts are converted here.
-void addText(CLI::App& app, const std::string& name, const std::string& typeName,
-             const std::string& help, const std::function<void(const std::string&)>& store) {
-    app.add_option_function<std::string>(
-           name,
-           [name, store](const std::string& text) {
-               try {
-                   store(text);
-               } catch (const InputError& error) {
-                   throw CLI::ValidationError(name, error.what());
-               }
-           },
-           help)
-        ->type_name(typeName)
-        ->group("Run parameters");
-}
-
-double numberOrFail(const std::string& text) {
-    if (const auto value = finiteNumber(text)) return *value;
-    throw InputError("expected a finite number, found " + inQuotes(text));
-}
-
-template <typename Target>
-void addNumber(CLI::App& app, const std::string& name, const std::string& help, Target& target) {
-    addText(app, name, "NUMBER", help,
-            [&target](const std::string& text) { target = numberOrFail(text); });
-}
-
-void addInterval(CLI::App& app, const std::string& name, const std::string& help,
-                 Interval& target) {
-    addText(app, name, "LO,HI|full", help,
-            [&target](const std::string& text) { target = parseInterval(text); });
-}
 
 rxRange toRange(const Interval& interval) {
     return interval.isFull ? rxRange::FullRange() : rxRange(interval.low, interval.high);
@@ -67,17 +24,6 @@ rxAngleRange toAngleRange(const Interval& interval) {
 // Bounds are checked here, so that messages speak of options and not of the matcher's parameters.
 void require(bool isAllowed, const std::string& option, const std::string& rule, double found) {
     if (!isAllowed) throw InputError(option + ": " + rule + ", found " + shortText(found));
-}
-
-long parseCount(const std::string& text) {
-    constexpr double kLargest = 2147483647.0;
-    const auto number = finiteNumber(text);
-    if (number && *number < 1.0) throw InputError("must be at least 1, found " + printable(text));
-    if (number && *number > kLargest) {
-        throw InputError("must be at most 2147483647, found " + printable(text));
-    }
-    if (const auto count = parseWholeNumber(text)) return *count;
-    throw InputError("expected a whole number, found " + inQuotes(text));
 }
 
 void checkBounds(const RunOptions& options) {
@@ -108,20 +54,6 @@ void apply(const std::string& option, Setter set) {
 }
 
 }  // namespace
-
-Interval parseInterval(const std::string& text) {
-    if (trimmed(text) == "full") return Interval::full();
-    const std::string_view pair = text;
-    const auto comma = pair.find(',');
-    const auto low = finiteNumber(pair.substr(0, comma));
-    const auto high =
-        comma == std::string_view::npos ? std::nullopt : finiteNumber(pair.substr(comma + 1));
-    if (!low || !high) throw InputError("expected LO,HI or full, found " + inQuotes(text));
-    if (*low > *high) {
-        throw InputError("expected LO,HI with LO not above HI, found " + inQuotes(text));
-    }
-    return {*low, *high};
-}
 
 void addRunOptions(CLI::App& app, RunOptions& options) {
     addNumber(app, "--min-coverage",
@@ -156,8 +88,8 @@ void addRunOptions(CLI::App& app, RunOptions& options) {
               "A data point closer than this to a placed model point can be its partner, data "
               "units (default: the grid size)",
               options.captureRange);
-    addText(app, "--max-results", "COUNT", "Largest number of poses to report (default 1)",
-            [&options](const std::string& text) { options.maxResults = parseCount(text); });
+    addCount(app, "--max-results", "Largest number of poses to report (default 1)",
+             options.maxResults);
 }
 
 rxPointMatcherRunParams runParams(const RunOptions& options) {

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <optional>
-#include <string>
 
+#include "option_text.h"
 #include "ptmatch/ppmatch.h"
 
 namespace CLI {
@@ -10,15 +10,6 @@ class App;
 }
 
 namespace ptmatch::tool {
-
-/// A range of numbers as written on the command line: "LO,HI", or "full" for every number.
-struct Interval {
-    double low = 0.0;
-    double high = 0.0;
-    bool isFull = false;
-
-    static Interval full() { return {0.0, 0.0, true}; }
-};
 
 /// Where the options of a run stand after parsing: angles in degrees, plain pairs, and the
 /// defaults of rxPointMatcherRunParams.
@@ -38,10 +29,6 @@ struct RunOptions {
     std::optional<double> captureRange;
     long maxResults = 1;
 };
-
-/// The interval that `text` spells.
-/// @throws InputError  when it is neither "full" nor two finite numbers in ascending order.
-Interval parseInterval(const std::string& text);
 
 /// Gives `app` one option for every run parameter; parsing then writes to `options`, which must
 /// outlive `app`. A value that is no finite number, or no pair of them, is an error of parsing.
