@@ -2,15 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cmath>
 #include <cstddef>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <optional>
 
 #include "input_error.h"
+#include "input_file.h"
 #include "number_text.h"
 
 namespace ptmatch::tool {
@@ -155,20 +152,6 @@ void appendPoint(PointTable& table, const Fields& fields, const Columns& columns
     table.points.emplace_back(x, y);
 }
 
-// Everything in `file`, up to a bound: a device that never ends must not eat the memory.
-std::string readAll(std::istream& file, const std::string& path) {
-    constexpr std::size_t kLargestFile = std::size_t{256} << 20;
-    std::string text;
-    std::vector<char> block(std::size_t{1} << 16);
-    while (file.read(block.data(), static_cast<std::streamsize>(block.size())) ||
-           file.gcount() > 0) {
-        text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-        if (text.size() > kLargestFile) throw InputError(path + ": is larger than 256 MiB");
-    }
-    if (file.bad()) throw InputError(path + ": cannot be read to its end");
-    return text;
-}
-
 }  // namespace
 
 PointTable parsePoints(std::string_view text, const std::string& name) {
@@ -200,14 +183,7 @@ PointTable parsePoints(std::string_view text, const std::string& name) {
 }
 
 PointTable readPoints(const std::string& path) {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
-        throw InputError(path + ": is a directory, expected a table of points");
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw InputError(path + ": cannot be opened: " + std::strerror(errno));
-    return parsePoints(readAll(file, path), path);
+    return parsePoints(readInputFile(path, "a table of points"), path);
 }
 
 }  // namespace ptmatch::tool

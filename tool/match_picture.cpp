@@ -1,7 +1,6 @@
 #include "match_picture.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -24,6 +23,9 @@ constexpr auto kModelFree = kMagenta;
 constexpr auto kErrorLine = kBlack;
 
 constexpr double kPanelHeight = 740.0;
+
+// How long the lines of a typical error may be on the page: about the size of a marker.
+constexpr double kTypicalError = 12.0;
 
 // The size of markers of points without a partner where the page is crowded.
 constexpr double kCrowdedShare = 0.7;
@@ -63,17 +65,6 @@ Points everythingIn(const Scene& scene) {
     Points points = scene.report.data.points;
     points.insert(points.end(), scene.placed.begin(), scene.placed.end());
     return points;
-}
-
-// The largest round factor that keeps a typical error at about the size of a marker.
-double errorFactor(double errorOnPage) {
-    constexpr double kWanted = 12.0;
-    constexpr std::array kFactors = {100.0, 50.0, 20.0, 10.0, 5.0, 2.0};
-    if (!(errorOnPage > 0.0)) return 1.0;
-    for (const double factor : kFactors) {
-        if (factor * errorOnPage <= kWanted) return factor;
-    }
-    return 1.0;
 }
 
 void drawOutline(SvgCanvas& canvas, const PictureFrame& frame, const Points& points) {
@@ -184,9 +175,7 @@ void writeLegend(SvgCanvas& canvas, Panel& panel, const Scene& scene) {
                  [&](const rxVector<2>& at) {
                      canvas.cross(at, kRadius, {{"stroke", kModelFree}, {"stroke-width", "1.8"}});
                  });
-    const std::string factor =
-        scene.errorFactor == 1.0 ? "" : ", drawn " + fixedText(scene.errorFactor, 0) + "\u00d7";
-    panel.legend("error" + factor, "", [&](const rxVector<2>& at) {
+    panel.legend("error" + factorText(scene.errorFactor), "", [&](const rxVector<2>& at) {
         canvas.line({at.x() - 9, at.y()}, {at.x() + 9, at.y()},
                     {{"stroke", kErrorLine}, {"stroke-width", "1.4"}});
     });
@@ -232,7 +221,8 @@ std::string matchPicture(const MatchReport& report, YAxis yAxis) {
     const Points all = everythingIn(scene);
     const PageLayout page = layoutFor(all, kPanelHeight);
     const PictureFrame frame(all, page.plot, yAxis);
-    if (scene.pose) scene.errorFactor = errorFactor(scene.pose->fitError * frame.scale());
+    if (scene.pose)
+        scene.errorFactor = errorFactor(scene.pose->fitError * frame.scale(), kTypicalError);
 
     SvgCanvas canvas(page.width, page.height);
     canvas.rectangle({0.0, 0.0}, page.width, page.height, {{"fill", "#fafbfc"}});

@@ -1,6 +1,7 @@
 #include "picture_page.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <filesystem>
 
@@ -30,6 +31,19 @@ PageLayout layoutFor(const std::vector<rxVector<2>>& points, double panelHeight)
 double markerRadius(const PageBox& box, std::size_t points) {
     const double spacing = std::sqrt(box.width * box.height / static_cast<double>(points));
     return std::clamp(0.1 * spacing, 1.6, 4.5);
+}
+
+double errorFactor(double errorOnPage, double wanted) {
+    constexpr std::array kFactors = {100.0, 50.0, 20.0, 10.0, 5.0, 2.0};
+    if (!(errorOnPage > 0.0)) return 1.0;
+    for (const double factor : kFactors) {
+        if (factor * errorOnPage <= wanted) return factor;
+    }
+    return 1.0;
+}
+
+std::string factorText(double factor) {
+    return factor == 1.0 ? "" : ", drawn " + fixedText(factor, 0) + "\u00d7";
 }
 
 std::string hintOf(const char* kind, std::size_t index, const rxVector<2>& p) {

@@ -49,6 +49,13 @@ PageLayout layoutFor(const std::vector<rxVector<2>>& points, double panelHeight)
 /// Markers shrink with the mean distance between points, so that dense scenes stay readable.
 double markerRadius(const PageBox& box, std::size_t points);
 
+/// The largest round factor, at most 100, that keeps an error of this size on the page within
+/// `wanted`; 1 when it is larger anyway. Errors are usually too small to be seen.
+double errorFactor(double errorOnPage, double wanted);
+
+/// What the legend says of that factor: ", drawn 20x", or nothing for 1.
+std::string factorText(double factor);
+
 /// "kind 7 (1.5, 2)", the hint of a point.
 std::string hintOf(const char* kind, std::size_t index, const rxVector<2>& p);
 

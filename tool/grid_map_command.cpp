@@ -1,0 +1,113 @@
+#include "grid_map_command.h"
+
+#include <CLI/CLI.hpp>
+#include <cmath>
+#include <ostream>
+
+#include "csv_points.h"
+#include "grid_map_json.h"
+#include "grid_map_picture.h"
+#include "grid_map_report.h"
+#include "grid_map_table.h"
+#include "grid_mapping.h"
+#include "input_error.h"
+#include "interrupt_guard.h"
+#include "number_text.h"
+#include "option_text.h"
+#include "output_file.h"
+#include "output_targets.h"
+
+namespace ptmatch::tool {
+namespace {
+
+void checkBounds(const GridMapOptions& options) {
+    constexpr double kMostDegrees = 1000.0;
+    if (options.snap && *options.snap < 0.0) {
+        throw InputError("--snap: must not be negative, found " + shortText(*options.snap));
+    }
+    if (!options.sizeTolerance.isFull && options.sizeTolerance.low < 0.0) {
+        throw InputError("--size-tol: LO must not be negative, found " +
+                         shortText(options.sizeTolerance.low));
+    }
+    const Interval& angles = options.angleToleranceDeg;
+    if (!angles.isFull && std::max(std::abs(angles.low), std::abs(angles.high)) > kMostDegrees) {
+        throw InputError("--angle-tol: must be within -1000 to 1000 degrees");
+    }
+}
+
+GridMapReport reportFor(const GridMapOptions& options) {
+    GridMapReport report;
+    report.dataFile = options.dataFile;
+    report.staggered = options.staggered;
+    if (options.snap && *options.snap > 0.0) report.snap = options.snap;
+    report.sizeTolerance = options.sizeTolerance;
+    report.angleToleranceDeg = options.angleToleranceDeg;
+    report.data = readPoints(options.dataFile);
+    return report;
+}
+
+void search(const GridMapOptions& options, GridMapReport& report) {
+    const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
+    report.choice =
+        chooseSteps(options.steps, report.data.points, options.staggered, options.dataFile);
+    mapToGrid(report);
+}
+
+}  // namespace
+
+CLI::App* addGridMapCommand(CLI::App& app, GridMapOptions& options) {
+    CLI::App* const command =
+        app.add_subcommand("grid-map", "Place points on the grid that they lie on");
+    command->add_option("--data", options.dataFile, "Table of the points: x,y (required)")
+        ->type_name("FILE");
+    command->add_flag("--json", options.json, "Print the result as JSON");
+    addFile(*command, "--csv", "Write x,y,i,j of every point into this file", options.csvFile);
+    addFile(*command, "--svg", "Draw points and grid into this file", options.svgFile);
+    command->add_flag_callback(
+        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
+        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addStepOptions(*command, options.steps);
+    command
+        ->add_flag("--staggered", options.staggered,
+                   "Only positions with an even sum carry a point, as on a checkerboard")
+        ->group("Run parameters");
+    addNumber(*command, "--snap",
+              "Largest distance of a point from its node, data units (default: a fifth of the "
+              "shorter distance of neighbours)",
+              options.snap);
+    addInterval(*command, "--size-tol",
+                "Distance of neighbours against the steps, as ratio (default 0.8,1.2)",
+                options.sizeTolerance);
+    addInterval(*command, "--angle-tol",
+                "Rotation of the grid against the steps, degrees (default -20,20)",
+                options.angleToleranceDeg);
+    // Looked at last, so that a misspelt option is what the message is about.
+    command->callback([&options] {
+        if (options.dataFile.empty()) throw CLI::RequiredError("--data");
+    });
+    return command;
+}
+
+int runGridMap(const GridMapOptions& options, std::ostream& out, std::ostream& notes) {
+    checkBounds(options);
+    requireSparedInputs({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
+                        {{options.dataFile, "the table of the data"}});
+    GridMapReport report = reportFor(options);
+    search(options, report);
+    if (!report.dataFromGrid) {
+        notes << "ptmatch: note: " << whyNothingPlaced(report) << std::endl;
+    }
+    std::optional<PreparedFile> csv;
+    std::optional<PreparedFile> picture;
+    if (!options.csvFile.empty()) csv.emplace(options.csvFile, gridMapCsv(report));
+    if (!options.svgFile.empty()) {
+        picture.emplace(options.svgFile, gridMapPicture(report, options.yAxis));
+    }
+    out << (options.json ? gridMapJson(report) : gridMapTable(report)) << std::flush;
+    if (!out) throw InputError("the results cannot be written to standard output");
+    if (csv) csv->commit();
+    if (picture) picture->commit();
+    return report.dataFromGrid ? kExitFound : kExitNothingFound;
+}
+
+}  // namespace ptmatch::tool

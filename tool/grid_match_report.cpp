@@ -1,0 +1,77 @@
+#include "grid_match_report.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "foundation/fitter.h"
+#include "number_text.h"
+
+namespace ptmatch::tool {
+namespace {
+
+// The fit with the most freedom that the pairs determine.
+std::optional<rxXform<2>> fitted(const rxLSPointToPointFitter& fitter) {
+    for (const int freedom : {6, 4}) {
+        try {
+            return fitter.fit(freedom);
+        } catch (const rxLSPointToPointFitter::Errors&) {
+            continue;
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::size_t GridPlacement::matched() const {
+    return static_cast<std::size_t>(
+        std::count_if(map.begin(), map.end(), [](long index) { return index >= 0; }));
+}
+
+void fitToMap(GridPlacement& placement, const GridPattern& pattern,
+              const std::vector<rxVector<2>>& data) {
+    rxLSPointToPointFitter fitter;
+    const auto forEachPair = [&](auto use) {
+        for (std::size_t k = 0; k < placement.map.size(); ++k) {
+            if (placement.map[k] < 0) continue;
+            use(data[static_cast<std::size_t>(placement.map[k])], pattern.positions[k]);
+        }
+    };
+    forEachPair([&](const rxVector<2>& point, const rxPair<long>& position) {
+        fitter.update(point, position);
+    });
+    placement.dataFromPattern = fitted(fitter);
+    placement.rmsError = 0.0;
+    if (!placement.dataFromPattern) return;
+    double sum = 0.0;
+    forEachPair([&](const rxVector<2>& point, const rxPair<long>& position) {
+        const rxVector<2> off = *placement.dataFromPattern * rxVector<2>(position) - point;
+        sum += off.x() * off.x() + off.y() * off.y();
+    });
+    placement.rmsError = std::sqrt(sum / static_cast<double>(placement.matched()));
+}
+
+std::string matchedText(const GridPlacement& placement, const std::string& separator) {
+    return std::to_string(placement.matched()) + separator + std::to_string(placement.map.size());
+}
+
+std::string gridMatchCsv(const GridMatchReport& report) {
+    std::string text = "column,row,data,x,y\n";
+    if (report.placements.empty()) return text;
+    const std::vector<long>& map = report.placements.front().map;
+    for (std::size_t k = 0; k < map.size(); ++k) {
+        const rxPair<long>& position = report.pattern.positions[k];
+        text += std::to_string(position.x()) + ',' + std::to_string(position.y()) + ',';
+        if (map[k] < 0) {
+            text += ",,\n";
+            continue;
+        }
+        const rxVector<2>& point = report.data.points[static_cast<std::size_t>(map[k])];
+        text += std::to_string(map[k]) + ',' + shortText(point.x()) + ',';
+        text += shortText(point.y());
+        text += '\n';
+    }
+    return text;
+}
+
+}  // namespace ptmatch::tool

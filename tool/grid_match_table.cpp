@@ -1,0 +1,52 @@
+#include "grid_match_table.h"
+
+#include "foundation/angle.h"
+#include "grid_map_table.h"
+#include "number_text.h"
+#include "text_table.h"
+
+namespace ptmatch::tool {
+namespace {
+
+TableRow rowOf(std::size_t rank, const GridPlacement& placement) {
+    TableRow row = {std::to_string(rank)};
+    if (placement.dataFromPattern) {
+        const rxXform<2>& xform = *placement.dataFromPattern;
+        const rxMatrix<2> m = xform.matrix();
+        const rxVector<2> down(m.element(0, 1), m.element(1, 1));
+        row.insert(row.end(), {fixedText(xform.trans().x(), 3), fixedText(xform.trans().y(), 3),
+                               fixedText(rxDegree(xform.rotation()).toDouble(), 3),
+                               fixedText(xform.xScale(), 3), fixedText(down.len(), 3)});
+    } else {
+        row.insert(row.end(), {"?", "?", "?", "?", "?"});
+    }
+    row.insert(row.end(), {fixedText(100.0 * placement.coverage, 1) + " %",
+                           fixedText(placement.rmsError, 3), matchedText(placement, "/")});
+    return row;
+}
+
+}  // namespace
+
+std::string gridMatchTable(const GridMatchReport& report) {
+    const GridPattern& pattern = report.pattern;
+    std::string text = "pattern of " + std::to_string(pattern.width) + " x " +
+                       std::to_string(pattern.height) + " positions, " +
+                       std::to_string(pattern.positions.size()) + " set, " +
+                       (pattern.isStaggered() ? "staggered, " : "") +
+                       countedText(report.data.points.size(), "data point") + ": ";
+    const std::string seconds = fixedText(report.seconds, 3) + " s";
+    if (report.placements.empty()) {
+        return text + "nothing found (" + seconds + ")\n" + stepsLine(report.choice);
+    }
+    text += countedText(report.placements.size(), "placement") + " found in " + seconds + "\n" +
+            stepsLine(report.choice) + "\n";
+    std::vector<TableRow> rows = {{"rank", "position 0, 0: x", "y", "direction [deg]",
+                                   "column step", "row step", "coverage", "error (RMS)",
+                                   "matched"}};
+    for (std::size_t k = 0; k < report.placements.size(); ++k) {
+        rows.push_back(rowOf(k + 1, report.placements[k]));
+    }
+    return text + alignedText(rows);
+}
+
+}  // namespace ptmatch::tool
