@@ -39,7 +39,7 @@ GridMapReport reportFor(const GridMapOptions& options) {
     GridMapReport report;
     report.dataFile = options.dataFile;
     report.staggered = options.staggered;
-    if (options.snap && *options.snap > 0.0) report.snap = options.snap;
+    report.keepsAll = options.keepAll;
     report.sizeTolerance = options.sizeTolerance;
     report.angleToleranceDeg = options.angleToleranceDeg;
     report.data = readPoints(options.dataFile);
@@ -50,7 +50,20 @@ void search(const GridMapOptions& options, GridMapReport& report) {
     const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
     report.choice =
         chooseSteps(options.steps, report.data.points, options.staggered, options.dataFile);
+    report.snap = options.snap.value_or(defaultSnap(report.choice.steps, report.staggered));
     mapToGrid(report);
+}
+
+// Says so when a part of the plate was left out.
+void notePartialGrid(const GridMapReport& report, std::ostream& notes) {
+    constexpr std::size_t kFewByChance = 3;
+    const GridMapFigures figures = figuresOf(report);
+    if (figures.goesOn < std::max(kFewByChance, figures.placed / 20)) return;
+    notes << "ptmatch: note: the grid seems to go on at " << figures.goesOn
+          << " points that were not placed: perspective or distortion carries them farther than "
+             "--snap "
+          << fixedText(report.snap, 3) << " from an even grid; a larger --snap may place them"
+          << std::endl;
 }
 
 }  // namespace
@@ -72,8 +85,8 @@ CLI::App* addGridMapCommand(CLI::App& app, GridMapOptions& options) {
                    "Only positions with an even sum carry a point, as on a checkerboard")
         ->group("Run parameters");
     addNumber(*command, "--snap",
-              "Largest distance of a point from its node, data units (default: a fifth of the "
-              "shorter distance of neighbours)",
+              "Largest distance of a point from its node, data units (default: three tenths of the "
+              "shortest distance of neighbours; 0: two tenths)",
               options.snap);
     addInterval(*command, "--size-tol",
                 "Distance of neighbours against the steps, as ratio (default 0.8,1.2)",
@@ -81,6 +94,11 @@ CLI::App* addGridMapCommand(CLI::App& app, GridMapOptions& options) {
     addInterval(*command, "--angle-tol",
                 "Rotation of the grid against the steps, degrees (default -20,20)",
                 options.angleToleranceDeg);
+    command
+        ->add_flag("--keep-all", options.keepAll,
+                   "Keep points at positions that are not connected with the largest part of the "
+                   "grid, and all points at one position")
+        ->group("Run parameters");
     // Looked at last, so that a misspelt option is what the message is about.
     command->callback([&options] {
         if (options.dataFile.empty()) throw CLI::RequiredError("--data");
@@ -94,7 +112,9 @@ int runGridMap(const GridMapOptions& options, std::ostream& out, std::ostream& n
                         {{options.dataFile, "the table of the data"}});
     GridMapReport report = reportFor(options);
     search(options, report);
-    if (!report.dataFromGrid) {
+    if (report.dataFromGrid) {
+        notePartialGrid(report, notes);
+    } else {
         notes << "ptmatch: note: " << whyNothingPlaced(report) << std::endl;
     }
     std::optional<PreparedFile> csv;

@@ -15,10 +15,12 @@ struct GridMapOptions {
     std::string dataFile;
     StepOptions steps;
     bool staggered = false;
-    /// Absent or 0: chosen by the mapping.
+    /// Absent: three tenths of the shortest distance of neighbours. 0: chosen by the mapping.
     std::optional<double> snap;
     Interval sizeTolerance{0.8, 1.2};
     Interval angleToleranceDeg{-20.0, 20.0};
+    /// Keep positions that are not connected with the grid, and several points at one.
+    bool keepAll = false;
     bool json = false;
     /// Empty: no such file.
     std::string csvFile;

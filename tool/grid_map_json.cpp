@@ -10,9 +10,10 @@ namespace {
 Json parametersJson(const GridMapReport& report) {
     return {{"steps", stepsJson(report.choice)},
             {"staggered", report.staggered},
-            {"snap", orAutoJson(report.snap)},
+            {"snap", report.snap},
             {"size_tol", intervalJson(report.sizeTolerance)},
-            {"angle_tol_deg", intervalJson(report.angleToleranceDeg)}};
+            {"angle_tol_deg", intervalJson(report.angleToleranceDeg)},
+            {"keep_all", report.keepsAll}};
 }
 
 Json missingJson(const std::vector<rxPair<long>>& missing) {
@@ -27,7 +28,9 @@ Json gridJson(const GridMapReport& report, const GridMapFigures& figures) {
             {"xform", orNullJson(report.dataFromGrid, xformJson)},
             {"placed", figures.placed},
             {"nodes", figures.nodes},
-            {"doubled", figures.doubled},
+            {"strays", report.strays},
+            {"doubles", report.doubles},
+            {"goes_on", figures.goesOn},
             {"low", figures.bounds ? positionJson(figures.bounds->low) : Json()},
             {"high", figures.bounds ? positionJson(figures.bounds->high) : Json()},
             {"missing", orNullJson(figures.missing, missingJson)},

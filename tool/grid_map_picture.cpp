@@ -19,7 +19,7 @@ constexpr auto kPlaced = kBlue;
 constexpr auto kUnplaced = kQuietGrey;
 constexpr auto kMissing = kMagenta;
 constexpr auto kErrorLine = kBlack;
-constexpr double kPanelHeight = 640.0;
+constexpr double kPanelHeight = 780.0;
 
 // What the picture shows, worked out once.
 struct Scene {
@@ -32,16 +32,6 @@ struct Scene {
 
 std::string positionText(const rxPair<long>& position) {
     return std::to_string(position.x()) + ", " + std::to_string(position.y());
-}
-
-// The shorter of the distances on the page between neighbours with a point.
-double spacingOnPage(const Scene& scene, const PictureFrame& frame) {
-    const auto& m = scene.lattice->dataFromGrid.matrix();
-    const rxVector<2> x(m.element(0, 0), m.element(1, 0));
-    const rxVector<2> y(m.element(0, 1), m.element(1, 1));
-    const double shorter = scene.report.staggered ? std::min((x + y).len(), (x - y).len())
-                                                  : std::min(x.len(), y.len());
-    return frame.scale() * shorter;
 }
 
 void drawErrors(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene) {
@@ -69,12 +59,14 @@ void drawPoints(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene
     }
 }
 
-void drawMissing(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene) {
+std::size_t missingToDraw(const Scene& scene) {
     constexpr std::size_t kMostDrawn = 20000;
+    return scene.figures.missing ? std::min(scene.figures.missing->size(), kMostDrawn) : 0;
+}
+
+void drawMissing(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene) {
     const auto group = canvas.group(stroked("missing", kMissing, 1.3));
-    if (!scene.figures.missing) return;
-    const std::size_t count = std::min(scene.figures.missing->size(), kMostDrawn);
-    for (std::size_t k = 0; k < count; ++k) {
+    for (std::size_t k = 0; k < missingToDraw(scene); ++k) {
         const rxPair<long>& position = (*scene.figures.missing)[k];
         canvas.circle(frame.toPage(scene.lattice->dataFromGrid * rxVector<2>(position)),
                       scene.radius, {}, "no point: position " + positionText(position));
@@ -108,6 +100,8 @@ void writeFigures(Panel& panel, const Scene& scene) {
     panel.figure("rows j", std::to_string(low.y()) + " to " + std::to_string(high.y()));
     panel.figure("step i", stepText(scene.lattice->dataFromGrid, 0));
     panel.figure("step j", stepText(scene.lattice->dataFromGrid, 1));
+    panel.figure("strays, doubles",
+                 std::to_string(scene.report.strays) + ", " + std::to_string(scene.report.doubles));
     panel.figure("error (RMS)", fixedText(*figures.rmsError, 3));
     panel.figure("largest error", fixedText(*figures.largestError, 3));
     panel.figure("time", fixedText(scene.report.seconds, 3) + " s");
@@ -144,13 +138,39 @@ void writeLegend(SvgCanvas& canvas, Panel& panel, const Scene& scene) {
     panel.legend("error" + factorText(scene.errorFactor), "", stroke(kErrorLine, "1.1"));
 }
 
+// The placed points taken back onto an even grid, as large as there is room.
+void drawInset(SvgCanvas& canvas, Panel& panel, const Scene& scene, double bottom) {
+    if (scene.lattice->dataFromGrid.isSingular()) return;
+    const rxXform<2> gridFromData = scene.lattice->dataFromGrid.inverse();
+    const Lattice even{rxXform<2>(), scene.lattice->low, scene.lattice->high};
+    panel.heading("TAKEN BACK ONTO AN EVEN GRID");
+    const PageBox box{panel.x(), panel.y(), kPanelWidth, bottom - panel.y()};
+    const PictureFrame frame(surroundings(even), box, YAxis::kDown);
+    const double radius = std::clamp(0.17 * frame.scale(), 0.7, 3.5);
+    canvas.rectangle({box.x, box.y}, box.width, box.height,
+                     {{"fill", "#ffffff"}, {"stroke", kFrameLine}});
+    drawLatticeLines(canvas, frame, even, "even-lattice");
+    {
+        const auto group = canvas.group(filled("even-placed", kPlaced));
+        for (std::size_t k = 0; k < scene.report.positions.size(); ++k) {
+            if (!scene.report.positions[k]) continue;
+            canvas.circle(frame.toPage(gridFromData * scene.report.data.points[k]), radius);
+        }
+    }
+    const auto group = canvas.group(stroked("even-missing", kMissing, 1.1));
+    for (std::size_t k = 0; k < missingToDraw(scene); ++k) {
+        canvas.circle(frame.toPage((*scene.figures.missing)[k]), radius);
+    }
+}
+
 void drawPanel(SvgCanvas& canvas, const Scene& scene, const PageLayout& page) {
     const GridMapReport& report = scene.report;
     Panel panel(canvas, page.panelX, kEdge - 6);
-    panel.write(scene.lattice ? std::to_string(scene.figures.placed) + " of " +
-                                    std::to_string(report.positions.size()) + " points placed"
-                              : "No grid found",
-                21, kInk, "bold");
+    const std::string title = scene.lattice
+                                  ? std::to_string(scene.figures.placed) + " of " +
+                                        std::to_string(report.positions.size()) + " points placed"
+                                  : "No grid found";
+    panel.write(title, titleSize(title), kInk, "bold");
     panel.figure("data", shortFileName(report.dataFile), 12);
     panel.skip(14);
     if (scene.lattice) {
@@ -158,6 +178,9 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, const PageLayout& page) {
         panel.skip(16);
     }
     writeLegend(canvas, panel, scene);
+    if (!scene.lattice) return;
+    panel.skip(16);
+    drawInset(canvas, panel, scene, std::min(page.bottom, panel.y() + 20 + kPanelWidth));
 }
 
 }  // namespace
@@ -175,7 +198,8 @@ std::string gridMapPicture(const GridMapReport& report, YAxis yAxis) {
     const PictureFrame frame(all, page.plot, yAxis);
     scene.radius = markerRadius(page.plot, report.data.points.size());
     if (scene.lattice) {
-        const double spacing = spacingOnPage(scene, frame);
+        const double spacing =
+            frame.scale() * shortestLinkOf(stepsOf(*report.dataFromGrid), report.staggered);
         scene.radius = std::clamp(0.17 * spacing, 0.8, scene.radius);
         // No line of an error reaches the next node.
         scene.errorFactor =

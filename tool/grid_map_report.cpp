@@ -123,9 +123,9 @@ GridMapFigures figuresOf(const GridMapReport& report) {
     if (figures.placed == 0) return figures;
     const Positions nodes = occupied(report);
     figures.nodes = nodes.size();
-    figures.doubled = figures.placed - figures.nodes;
     figures.bounds = boundsOf(nodes);
     figures.missing = missingNodes(nodes, report.staggered);
+    figures.goesOn = pointsThatGoOn(report.data.points, report.positions, report.staggered);
     if (report.dataFromGrid) measureErrors(report, figures);
     return figures;
 }

@@ -9,11 +9,9 @@
 #include "foundation/vector.h"
 #include "foundation/xform.h"
 #include "grid_options.h"
+#include "grid_parts.h"
 
 namespace ptmatch::tool {
-
-/// The position of a point on a grid, or none.
-using GridPosition = std::optional<rxPair<long>>;
 
 /// The smallest range of positions that holds all that are placed.
 struct GridBounds {
@@ -28,23 +26,28 @@ struct GridMapReport {
     PointTable data;
     StepChoice choice;
     bool staggered = false;
-    /// Absent: chosen by the mapping.
-    std::optional<double> snap;
+    /// Largest distance of a point from its node, data units; 0: chosen by the mapping.
+    double snap = 0.0;
     Interval sizeTolerance;
     Interval angleToleranceDeg;
     double seconds = 0.0;
     /// For each data point; the smallest column and row are 0 (of a staggered grid one may be 1).
     std::vector<GridPosition> positions;
-    /// From positions to points; there when at least 3 points are placed.
+    /// From positions to points, fitted to all that are placed; there when these are 3 or more.
     std::optional<rxXform<2>> dataFromGrid;
+    /// Points that the mapping placed, without a connection to the largest part of the grid; and
+    /// points beyond the nearest at one position of that part.
+    std::size_t strays = 0;
+    std::size_t doubles = 0;
+    /// Whether these kept their positions.
+    bool keepsAll = false;
 };
 
 /// What can be counted and measured on the positions.
 struct GridMapFigures {
     std::size_t placed = 0;
-    /// Positions with at least one point, and points beyond the first of their position.
+    /// Positions with at least one point.
     std::size_t nodes = 0;
-    std::size_t doubled = 0;
     /// There when a point is placed.
     std::optional<GridBounds> bounds;
     /// Positions within the convex hull of the placed ones that have no point, row by row; nothing
@@ -54,6 +57,9 @@ struct GridMapFigures {
     /// with dataFromGrid.
     std::optional<double> rmsError;
     std::optional<double> largestError;
+    /// Points without a position that lie where the rows and columns of placed points would go on.
+    /// One affine map does not reach them.
+    std::size_t goesOn = 0;
 };
 
 GridMapFigures figuresOf(const GridMapReport& report);

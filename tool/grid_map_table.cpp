@@ -34,15 +34,15 @@ std::string rangeText(long low, long high) {
     return std::to_string(low) + " to " + std::to_string(high);
 }
 
-std::string countsTable(const GridMapFigures& figures) {
+std::string countsTable(const GridMapReport& report, const GridMapFigures& figures) {
     const auto [low, high] = *figures.bounds;
-    return alignedText({{"columns i", "rows j", "placed", "nodes", "missing", "doubled",
+    return alignedText({{"columns i", "rows j", "placed", "missing", "strays", "doubles",
                          "error (RMS)", "largest error"},
                         {rangeText(low.x(), high.x()), rangeText(low.y(), high.y()),
-                         std::to_string(figures.placed), std::to_string(figures.nodes),
+                         std::to_string(figures.placed),
                          figures.missing ? std::to_string(figures.missing->size()) : "?",
-                         std::to_string(figures.doubled), fixedText(*figures.rmsError, 3),
-                         fixedText(*figures.largestError, 3)}});
+                         std::to_string(report.strays), std::to_string(report.doubles),
+                         fixedText(*figures.rmsError, 3), fixedText(*figures.largestError, 3)}});
 }
 
 }  // namespace
@@ -65,7 +65,7 @@ std::string gridMapTable(const GridMapReport& report) {
     }
     return text + std::to_string(figures.placed) + " placed in " + fixedText(report.seconds, 3) +
            " s\n" + stepsLine(report.choice) + "\n" + stepsTable(*report.dataFromGrid) + "\n" +
-           countsTable(figures);
+           countsTable(report, figures);
 }
 
 }  // namespace ptmatch::tool

@@ -19,8 +19,8 @@ rxPtToGridMapRunParams paramsOf(const GridMapReport& report, const GridView& vie
                               ? rxRange::FullRange()
                               : rxRange(report.sizeTolerance.low, report.sizeTolerance.high);
     const rxAngleRange angles(rxRadian(rxDegree(view.lowDeg)), rxRadian(rxDegree(view.highDeg)));
-    return rxPtToGridMapRunParams(view.steps.xv, view.steps.yv, report.staggered,
-                                  report.snap.value_or(0.0), sizes, angles);
+    return rxPtToGridMapRunParams(view.steps.xv, view.steps.yv, report.staggered, report.snap,
+                                  sizes, angles);
 }
 
 bool isPlaced(const rxPair<long>& position) {
@@ -28,30 +28,49 @@ bool isPlaced(const rxPair<long>& position) {
     return position != rxPair<long>(kUnassigned, kUnassigned);
 }
 
-long placedIn(const rxPtToGridMapResult& result) {
-    return std::count_if(result.map().begin(), result.map().end(), isPlaced);
-}
-
-// The result on the steps as they were given, in the report.
-void adopt(const rxPtToGridMapResult& result, const GridView& view, GridMapReport& report) {
-    report.positions.assign(report.data.points.size(), std::nullopt);
-    for (std::size_t k = 0; k < result.map().size(); ++k) {
-        if (isPlaced(result.map()[k])) report.positions[k] = view.turned(result.map()[k]);
+// The positions of a result on the steps as they were given.
+std::vector<GridPosition> turnedPositions(const rxPtToGridMapResult& result, const GridView& view) {
+    std::vector<GridPosition> positions(result.map().size());
+    for (std::size_t k = 0; k < positions.size(); ++k) {
+        if (isPlaced(result.map()[k])) positions[k] = view.turned(result.map()[k]);
     }
-    const rxMatrix<2> turn(view.turnsX ? -1 : 1, 0, 0, view.turnsY ? -1 : 1);
-    report.dataFromGrid = result.grid2point() * rxXform<2>(turn, {0, 0});
+    return positions;
 }
 
-// Asks in each of the views; the most points placed wins.
+// Puts a result into the report. The transform is fitted anew without what is set aside; where
+// nothing is, it is the one of the mapping.
+void adopt(const rxPtToGridMapResult& result, const GridView& view,
+           const std::vector<PlacedAs>& parts, GridMapReport& report) {
+    report.positions = turnedPositions(result, view);
+    report.strays = 0;
+    report.doubles = 0;
+    for (std::size_t k = 0; k < parts.size(); ++k) {
+        if (parts[k] == PlacedAs::kStray) ++report.strays;
+        if (parts[k] == PlacedAs::kDouble) ++report.doubles;
+        if (parts[k] != PlacedAs::kNode && !report.keepsAll) report.positions[k].reset();
+    }
+    if (report.keepsAll || report.strays + report.doubles == 0) {
+        const rxMatrix<2> turn(view.turnsX ? -1 : 1, 0, 0, view.turnsY ? -1 : 1);
+        report.dataFromGrid = result.grid2point() * rxXform<2>(turn, {0, 0});
+    } else {
+        report.dataFromGrid = fitToPositions(report.data.points, report.positions);
+    }
+}
+
+// Asks in each of the views; the most connected points win.
 void ask(const std::vector<GridView>& views, GridMapReport& report) {
-    long most = 0;
+    constexpr std::ptrdiff_t kFewest = 3;  // fewer are no grid
+    std::ptrdiff_t most = kFewest - 1;
     for (const GridView& view : views) {
         const rxPtToGridMapResult result = mappedInView(report, view);
-        const long placed = placedIn(result);
         report.seconds += result.time();
-        if (!result.valid() || placed <= most) continue;
-        most = placed;
-        adopt(result, view, report);
+        if (!result.valid()) continue;
+        const std::vector<PlacedAs> parts =
+            partsOf(report.data.points, turnedPositions(result, view), report.staggered);
+        const auto nodes = std::count(parts.begin(), parts.end(), PlacedAs::kNode);
+        if (nodes <= most) continue;
+        most = nodes;
+        adopt(result, view, parts, report);
     }
 }
 
@@ -81,14 +100,7 @@ bool isAllowedDirection(const GridMapReport& report, const rxVector<2>& link,
 NeighboursSeen lookForNeighbours(const GridMapReport& report) {
     constexpr std::size_t kMostLookedAt = 2000;
     constexpr std::size_t kNeighbours = 16;
-    std::vector<rxVector<2>> steps;
-    const GridSteps& given = report.choice.steps;
-    if (report.staggered) {
-        steps = {given.xv + given.yv, given.yv - given.xv};
-    } else {
-        if (!given.xv.isNull()) steps.push_back(given.xv);
-        if (!given.yv.isNull()) steps.push_back(given.yv);
-    }
+    const std::vector<rxVector<2>> steps = linksOf(report.choice.steps, report.staggered);
     const std::vector<rxVector<2>>& points = report.data.points;
     const PointTree tree(points);
     const std::size_t looks = std::min(points.size(), kMostLookedAt);
@@ -134,7 +146,13 @@ void mapToGrid(GridMapReport& report) {
     const std::vector<GridView> views = gridViews(report.choice.steps, report.angleToleranceDeg);
     ask(views, report);
     if (!report.dataFromGrid) ask(withOtherSigns(views), report);
+    if (!report.dataFromGrid) report.positions.assign(report.data.points.size(), std::nullopt);
     countFromZero(report);
+}
+
+double defaultSnap(const GridSteps& steps, bool staggered) {
+    constexpr double kShare = 0.3;
+    return kShare * shortestLinkOf(steps, staggered);
 }
 
 std::string whyNothingPlaced(const GridMapReport& report) {

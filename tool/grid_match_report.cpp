@@ -3,26 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "foundation/fitter.h"
+#include "grid_parts.h"
 #include "number_text.h"
 
 namespace ptmatch::tool {
-namespace {
-
-// The fit with the most freedom that the pairs determine.
-std::optional<rxXform<2>> fitted(const rxLSPointToPointFitter& fitter) {
-    for (const int freedom : {6, 4}) {
-        try {
-            return fitter.fit(freedom);
-        } catch (const rxLSPointToPointFitter::Errors&) {
-            continue;
-        }
-    }
-    return std::nullopt;
-}
-
-}  // namespace
-
 std::size_t GridPlacement::matched() const {
     return static_cast<std::size_t>(
         std::count_if(map.begin(), map.end(), [](long index) { return index >= 0; }));
@@ -30,25 +14,22 @@ std::size_t GridPlacement::matched() const {
 
 void fitToMap(GridPlacement& placement, const GridPattern& pattern,
               const std::vector<rxVector<2>>& data) {
-    rxLSPointToPointFitter fitter;
-    const auto forEachPair = [&](auto use) {
-        for (std::size_t k = 0; k < placement.map.size(); ++k) {
-            if (placement.map[k] < 0) continue;
-            use(data[static_cast<std::size_t>(placement.map[k])], pattern.positions[k]);
-        }
-    };
-    forEachPair([&](const rxVector<2>& point, const rxPair<long>& position) {
-        fitter.update(point, position);
-    });
-    placement.dataFromPattern = fitted(fitter);
+    std::vector<rxVector<2>> points;
+    std::vector<GridPosition> positions;
+    for (std::size_t k = 0; k < placement.map.size(); ++k) {
+        if (placement.map[k] < 0) continue;
+        points.push_back(data[static_cast<std::size_t>(placement.map[k])]);
+        positions.emplace_back(pattern.positions[k]);
+    }
+    placement.dataFromPattern = fitToPositions(points, positions);
     placement.rmsError = 0.0;
     if (!placement.dataFromPattern) return;
     double sum = 0.0;
-    forEachPair([&](const rxVector<2>& point, const rxPair<long>& position) {
-        const rxVector<2> off = *placement.dataFromPattern * rxVector<2>(position) - point;
+    for (std::size_t k = 0; k < points.size(); ++k) {
+        const rxVector<2> off = *placement.dataFromPattern * rxVector<2>(*positions[k]) - points[k];
         sum += off.x() * off.x() + off.y() * off.y();
-    });
-    placement.rmsError = std::sqrt(sum / static_cast<double>(placement.matched()));
+    }
+    placement.rmsError = std::sqrt(sum / static_cast<double>(points.size()));
 }
 
 std::string matchedText(const GridPlacement& placement, const std::string& separator) {

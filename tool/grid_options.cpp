@@ -1,5 +1,6 @@
 #include "grid_options.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -28,6 +29,18 @@ bool areParallel(const GridSteps& steps) {
     const rxVector<2> x = scaled(steps.xv, 1.0 / std::hypot(steps.xv.x(), steps.xv.y()));
     const rxVector<2> y = scaled(steps.yv, 1.0 / std::hypot(steps.yv.x(), steps.yv.y()));
     return std::abs(cross(x, y)) <= kRounding * (std::abs(x.x() * y.y()) + std::abs(x.y() * y.x()));
+}
+
+// A proposal is an estimate: four digits of the length of the step are enough, and can be read,
+// written down and given again.
+rxVector<2> withFourDigits(const rxVector<2>& step) {
+    const double length = step.len();
+    if (!(length > 0.0) || !std::isfinite(length)) return step;
+    const int decimals = std::max(0, 3 - static_cast<int>(std::floor(std::log10(length))));
+    const auto rounded = [&](double value) {
+        return parseNumber(fixedText(value, decimals)).value_or(value);
+    };
+    return {rounded(step.x()), rounded(step.y())};
 }
 
 void checkSteps(const GridSteps& steps, bool staggered) {
@@ -66,6 +79,11 @@ StepOptions squared(StepOptions options) {
     return options;
 }
 
+GridSteps squared(const GridSteps& steps) {
+    const StepOptions both = squared(StepOptions{steps.xv, steps.yv});
+    return {*both.xv, *both.yv};
+}
+
 StepChoice chooseSteps(const StepOptions& options, const std::vector<rxVector<2>>& points,
                        bool staggered, const std::string& dataFile) {
     StepChoice choice;
@@ -78,7 +96,9 @@ StepChoice chooseSteps(const StepOptions& options, const std::vector<rxVector<2>
     if (!choice.proposal) {
         throw InputError(dataFile + ": no grid is seen among the points; give --xv and --yv");
     }
-    choice.steps = choice.proposal->steps;
+    choice.steps = {withFourDigits(choice.proposal->steps.xv),
+                    withFourDigits(choice.proposal->steps.yv)};
+    checkSteps(choice.steps, staggered);
     return choice;
 }
 

@@ -29,6 +29,7 @@ void addStepOptions(CLI::App& app, StepOptions& options);
 /// A step that is not given becomes the other one, turned by a quarter: the grid is square. Without
 /// any, nothing happens.
 StepOptions squared(StepOptions options);
+GridSteps squared(const GridSteps& steps);
 
 /// The steps to use. One given alone stands alone: the other is null.
 /// @param dataFile  what messages call the points

@@ -243,6 +243,26 @@ std::vector<LocalSteps> lookAround(const Points& places, Look look) {
 
 }  // namespace
 
+std::vector<rxVector<2>> linksOf(const GridSteps& steps, bool staggered) {
+    if (staggered) return {steps.xv + steps.yv, steps.yv - steps.xv};
+    std::vector<rxVector<2>> links = {steps.xv, steps.yv};
+    std::erase_if(links, [](const rxVector<2>& link) { return link.isNull(); });
+    return links;
+}
+
+double shortestLinkOf(const GridSteps& steps, bool staggered) {
+    double shortest = std::numeric_limits<double>::infinity();
+    for (const rxVector<2>& link : linksOf(steps, staggered)) {
+        shortest = std::min(shortest, link.len());
+    }
+    return shortest;
+}
+
+GridSteps stepsOf(const rxXform<2>& dataFromGrid) {
+    const rxMatrix<2> m = dataFromGrid.matrix();
+    return {{m.element(0, 0), m.element(1, 0)}, {m.element(0, 1), m.element(1, 1)}};
+}
+
 std::optional<ProposedSteps> proposeSteps(const std::vector<rxVector<2>>& points, bool staggered) {
     const PointTree tree(withoutDoubles(points));
     const Points places = someOf(points);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/vector.h"
+#include "foundation/xform.h"
 
 namespace ptmatch::tool {
 
@@ -14,6 +15,16 @@ struct GridSteps {
     /// Either may be null: the points lie in one row or column along the other.
     rxVector<2> yv;
 };
+
+/// The steps between neighbouring points, those that are known: the steps themselves, or of a
+/// staggered grid the two diagonals.
+std::vector<rxVector<2>> linksOf(const GridSteps& steps, bool staggered);
+
+/// The length of the shortest of them.
+double shortestLinkOf(const GridSteps& steps, bool staggered);
+
+/// The images of the unit steps under a transform from positions to points.
+GridSteps stepsOf(const rxXform<2>& dataFromGrid);
 
 /// Steps that were read off the points themselves.
 struct ProposedSteps {

@@ -146,8 +146,9 @@ std::vector<rxVector<2>> surroundings(const Lattice& lattice) {
     return corners;
 }
 
-void drawLatticeLines(SvgCanvas& canvas, const PictureFrame& frame, const Lattice& lattice) {
-    const auto group = canvas.group(stroked("lattice", kLatticeLine, 0.8));
+void drawLatticeLines(SvgCanvas& canvas, const PictureFrame& frame, const Lattice& lattice,
+                      const char* id) {
+    const auto group = canvas.group(stroked(id, kLatticeLine, 0.8));
     Drawing drawing(canvas, frame, lattice);
     drawing.lines(true);
     drawing.lines(false);

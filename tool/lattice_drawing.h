@@ -25,8 +25,9 @@ struct Lattice {
 /// What has to be on the page for the lattice and its labels to be seen.
 std::vector<rxVector<2>> surroundings(const Lattice& lattice);
 
-/// The lines of the lattice through its positions, at most some hundred each way (group "lattice").
-void drawLatticeLines(SvgCanvas& canvas, const PictureFrame& frame, const Lattice& lattice);
+/// The lines of the lattice through its positions, at most some hundred each way, as a group.
+void drawLatticeLines(SvgCanvas& canvas, const PictureFrame& frame, const Lattice& lattice,
+                      const char* id = "lattice");
 
 /// Both axes as arrows along the first row and the first column, named, and the numbers of columns
 /// and rows beside them, as many as there is room for (groups "axis-i", "axis-j", "labels").

@@ -6,7 +6,9 @@
 #include <iostream>
 #include <string>
 
+#include "exit_code.h"
 #include "foundation/attention.h"
+#include "grid_map_command.h"
 #include "interrupt_guard.h"
 #include "match_command.h"
 
@@ -24,17 +26,20 @@ int complain(const std::exception& error) {
 }
 
 int runTool(int argc, char** argv) {
-    CLI::App app("Finds known patterns among points in the plane.", "ptmatch");
+    CLI::App app("Finds known patterns and grids among points in the plane.", "ptmatch");
     app.require_subcommand(1);
     app.failure_message(failureMessage);
-    MatchOptions options;
-    addMatchCommand(app, options);
+    MatchOptions match;
+    GridMapOptions gridMap;
+    addMatchCommand(app, match);
+    const CLI::App* const gridMapCommand = addGridMapCommand(app, gridMap);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kExitBadInput;  // 0: help was asked for
     }
-    return runMatch(options, std::cout, std::cerr);
+    if (gridMapCommand->parsed()) return runGridMap(gridMap, std::cout, std::cerr);
+    return runMatch(match, std::cout, std::cerr);
 }
 
 }  // namespace

@@ -93,6 +93,12 @@ std::string shortFileName(const std::string& path) {
     return name.size() <= kLongest ? name : "..." + name.substr(name.size() - kLongest);
 }
 
+double titleSize(std::string_view title) {
+    constexpr double kLargest = 21.0;
+    constexpr double kMostAtLargest = 23.0;  // characters
+    return kLargest * std::min(1.0, kMostAtLargest / static_cast<double>(title.size()));
+}
+
 void Panel::write(std::string_view text, double size, const char* colour, const char* weight) {
     y_ += size;
     canvas_.text({x_, y_}, text,

@@ -69,6 +69,9 @@ void drawAxes(SvgCanvas& canvas, const PictureFrame& frame);
 /// data.csv.
 std::string shortFileName(const std::string& path);
 
+/// The size of a title of the panel, so that it fits.
+double titleSize(std::string_view title);
+
 /// Writes the panel from top to bottom; `y` is the base line of what comes next.
 class Panel {
   public:

@@ -22,8 +22,8 @@ TEST(GridMapTable, TellsStepsAndCounts) {
               "       step j    0.000  10.000  10.000       90.000\n"
               "position 0, 0  100.000  50.000                     \n"
               "\n"
-              "columns i  rows j  placed  nodes  missing  doubled  error (RMS)  largest error\n"
-              "   0 to 2  0 to 1       6      5        1        1        0.204          0.500\n");
+              "columns i  rows j  placed  missing  strays  doubles  error (RMS)  largest error\n"
+              "   0 to 2  0 to 1       6        1       0        1        0.204          0.500\n");
 }
 
 TEST(GridMapTable, SaysWhenThereIsNoGridAndWhatWasAskedFor) {
@@ -37,7 +37,6 @@ TEST(GridMapTable, SaysWhenThereIsNoGridAndWhatWasAskedFor) {
 TEST(GridMapJson, HoldsEveryField) {
     GridMapReport report = sampleGridReport();
     report.choice.proposal = ProposedSteps{report.choice.steps, 4, 7};
-    report.snap = 2.5;
     report.angleToleranceDeg = Interval::full();
     const json found = json::parse(gridMapJson(report));
     const json expected = json::parse(R"({
@@ -45,10 +44,11 @@ TEST(GridMapJson, HoldsEveryField) {
         "parameters": {
             "steps": {"xv": [10.0, 0.0], "yv": [0.0, 9.5], "proposed": true,
                       "agreeing_points": 4, "asked_points": 7},
-            "staggered": false, "snap": 2.5, "size_tol": [0.8, 1.2], "angle_tol_deg": "full"},
+            "staggered": false, "snap": 2.5, "size_tol": [0.8, 1.2], "angle_tol_deg": "full",
+            "keep_all": true},
         "time_s": 0.0125,
         "grid": {"found": true, "xform": [10.0, 0.0, 0.0, 10.0, 100.0, 50.0], "placed": 6,
-                 "nodes": 5, "doubled": 1, "low": [0, 0], "high": [2, 1], "missing": [[1, 1]]},
+                 "nodes": 5, "strays": 0, "doubles": 1, "goes_on": 0, "low": [0, 0], "high": [2, 1], "missing": [[1, 1]]},
         "map": [[0, 0], [1, 0], [2, 0], [0, 1], [2, 1], null, [2, 0]]})");
     json without = found;
     without["grid"].erase("rms_error");
@@ -62,10 +62,9 @@ TEST(GridMapJson, HoldsEveryField) {
 TEST(GridMapJson, WithoutAGridTheFieldsAreNull) {
     const json found = json::parse(gridMapJson(sampleEmptyGridReport()));
     EXPECT_EQ(found["grid"], json::parse(R"({
-        "found": false, "xform": null, "placed": 0, "nodes": 0, "doubled": 0, "low": null,
+        "found": false, "xform": null, "placed": 0, "nodes": 0, "strays": 0, "doubles": 0, "goes_on": 0, "low": null,
         "high": null, "missing": null, "rms_error": null, "max_error": null})"));
     EXPECT_EQ(found["map"],
               json::array({nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr}));
-    EXPECT_EQ(found["parameters"]["snap"], "auto");
     EXPECT_EQ(found["parameters"]["steps"]["proposed"], false);
 }

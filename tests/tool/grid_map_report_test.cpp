@@ -38,7 +38,7 @@ TEST(GridMapReport, CountsAndMeasures) {
     const GridMapFigures figures = figuresOf(sampleGridReport());
     EXPECT_EQ(figures.placed, 6U);
     EXPECT_EQ(figures.nodes, 5U);
-    EXPECT_EQ(figures.doubled, 1U);
+    EXPECT_EQ(figures.goesOn, 0U);
     EXPECT_EQ(figures.bounds->low, Position(0, 0));
     EXPECT_EQ(figures.bounds->high, Position(2, 1));
     EXPECT_THAT(*figures.missing, ElementsAre(Position(1, 1)));

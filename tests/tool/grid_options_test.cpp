@@ -58,7 +58,7 @@ TEST(GridOptions, ASquareGridNeedsOneStepOnly) {
     EXPECT_EQ(squared(parsed("--yv -7,24")).xv, rxVector<2>(24, 7));
     EXPECT_EQ(squared(parsed("--xv 0,0 --yv -7,24")).xv, rxVector<2>(24, 7));
     EXPECT_EQ(squared(parsed("--xv 24,7 --yv 1,2")).yv, rxVector<2>(1, 2));
-    EXPECT_FALSE(squared({}).xv.has_value());
+    EXPECT_FALSE(squared(StepOptions()).xv.has_value());
 }
 
 TEST(GridOptions, WithoutStepsTheyAreProposed) {

@@ -39,7 +39,7 @@ RealGrid readRealGrid(const std::string& folder, const std::string& table) {
 
 std::vector<RealGrid> carriedGrids() {
     std::vector<RealGrid> grids;
-    for (const char* name : {"dots_among_clutter", "dots_hexagonal"}) {
+    for (const char* name : {"dots7x7", "dots_staggered"}) {
         grids.push_back(readRealGrid(std::string(PTMATCH_DATA_DIR) + "/" + name, "data.csv"));
     }
     return grids;

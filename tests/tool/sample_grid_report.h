@@ -3,7 +3,8 @@
 #include "grid_map_report.h"
 
 // A small mapping worked out by hand: 3 columns and 2 rows, 10 apart, from (100, 50); position
-// (1, 1) has no point, (2, 0) has two, one point is clutter, (0, 1) is off by (0.3, 0.4).
+// (1, 1) has no point, (2, 0) has two, which both count, one point is clutter, (0, 1) is off by
+// (0.3, 0.4).
 inline ptmatch::tool::GridMapReport sampleGridReport() {
     ptmatch::tool::GridMapReport report;
     report.dataFile = "plates/data.csv";
@@ -14,6 +15,9 @@ inline ptmatch::tool::GridMapReport sampleGridReport() {
     report.choice.steps = {{10, 0}, {0, 9.5}};
     report.sizeTolerance = {0.8, 1.2};
     report.angleToleranceDeg = {-20, 20};
+    report.snap = 2.5;
+    report.doubles = 1;
+    report.keepsAll = true;
     report.seconds = 0.0125;
     return report;
 }
@@ -22,5 +26,6 @@ inline ptmatch::tool::GridMapReport sampleEmptyGridReport() {
     ptmatch::tool::GridMapReport report = sampleGridReport();
     report.positions.assign(report.data.points.size(), std::nullopt);
     report.dataFromGrid.reset();
+    report.doubles = 0;
     return report;
 }
