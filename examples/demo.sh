@@ -1,5 +1,5 @@
 #!/bin/sh
-# Three scenes on real measurements: what is seen, what is asked, what is found.
+# Five scenes on real measurements: what is seen, what is asked, what is found.
 # Usage: examples/demo.sh PATH_OF_PTMATCH OUTPUT_FOLDER
 # For each scene a table is printed, and SCENE.svg, SCENE.json (and SCENE.png where rsvg-convert is
 # installed) are written to the folder. Fails when a scene fails.
@@ -10,19 +10,28 @@ out=$2
 data=$(cd "$(dirname "$0")/../data" && pwd)
 mkdir -p "$out"
 
-# scene NAME OPTION... finds data/NAME/model.csv in data/NAME/data.csv and draws what it found.
+# scene COMMAND NAME OPTION... runs a command of the tool on the tables of data/NAME, prints its table
+# and draws what it found.
 scene() {
-    name=$1
-    shift
-    set -- --model "$data/$name/model.csv" --data "$data/$name/data.csv" "$@"
-    "$ptmatch" match "$@" --svg "$out/$name.svg"
-    "$ptmatch" match "$@" --json >"$out/$name.json"
+    command=$1
+    name=$2
+    shift 2
+    set -- "$command" --data "$data/$name/data.csv" "$@"
+    "$ptmatch" "$@" --svg "$out/$name.svg"
+    "$ptmatch" "$@" --json >"$out/$name.json"
     pictures="$out/$name.svg"
     if command -v rsvg-convert >/dev/null; then
         rsvg-convert -o "$out/$name.png" "$out/$name.svg"
         pictures="$pictures, $out/$name.png"
     fi
     printf '\n   The picture: %s\n\n' "$pictures"
+}
+
+# match NAME OPTION... finds data/NAME/model.csv in data/NAME/data.csv.
+match() {
+    name=$1
+    shift
+    scene match "$name" --model "$data/$name/model.csv" "$@"
 }
 
 cat <<'TEXT'
@@ -35,7 +44,7 @@ cat <<'TEXT'
            of the model, and choose the resolution from the distances between its points.
 
 TEXT
-scene demo_pick
+match demo_pick
 cat <<'TEXT'
    Found:  all 30, the card turned by 5 degrees. The remaining errors of about 2 pixels are the tilt
            of the camera and its lens, which no rotation and scale can follow.
@@ -55,7 +64,7 @@ cat <<'TEXT'
            --capture-range 2       a spot within 2 pixels of its hole counts
 
 TEXT
-scene versa64 --start-scale 11.811 --scale -0.02,0.02 --rotation full --capture-range 2
+match versa64 --start-scale 11.811 --scale -0.02,0.02 --rotation full --capture-range 2
 cat <<'TEXT'
    Found:  65 of 66 holes, half a pixel (0.04 mm) off, root mean square. The one left is the large
            mounting hole, whose spot is displaced by the shadow inside it. Of the nine free spots one is
@@ -76,9 +85,39 @@ cat <<'TEXT'
            --capture-range 8       stars move, emulsions stretch: accept 8 pixels
 
 TEXT
-scene beehive --scale -0.1,0.1 --min-coverage 0.4 --grid-size 16 --capture-range 8
+match beehive --scale -0.1,0.1 --min-coverage 0.4 --grid-size 16 --capture-range 8
 cat <<'TEXT'
    Found:  190 stars that stand on both plates, the second scanned 5 percent smaller; the crosses are
            stars and flaws of 1910 that the plate of 1975 does not show.
+
+TEXT
+
+cat <<'TEXT'
+4. The dots of a plate, each with its column and row
+   A board with 7 x 7 dots is held by hand in a room; a detector of blobs found the dots, and 42 other
+   things. To calibrate a camera one needs to know which dot is which.
+
+   Seen:   91 centres of blobs, in pixels of a photograph.
+   Asked:  which of them lie on a grid, and where on it? No options: the spacing is read off the points.
+
+TEXT
+scene grid-map dots7x7
+cat <<'TEXT'
+   Found:  the 49 dots and nothing else, on 7 columns and 7 rows. Eleven blobs of the room lie near a
+           position of the grid by chance; they are not connected with the plate and are set aside.
+
+TEXT
+
+cat <<'TEXT'
+5. A known pattern of dots on a staggered grid
+   A sheet with 25 dots on every other position of 5 columns and 10 rows, before a bookshelf.
+
+   Seen:   85 centres of blobs, in pixels of a photograph.
+   Asked:  where does the pattern of the sheet (pattern.txt) lie, and which blob is which of its dots?
+
+TEXT
+scene grid-match dots_staggered --pattern "$data/dots_staggered/pattern.txt"
+cat <<'TEXT'
+   Found:  all 25 dots, 1.1 pixels (a twentieth of the distance of two dots) off, root mean square.
 
 TEXT

@@ -155,22 +155,22 @@ double defaultSnap(const GridSteps& steps, bool staggered) {
     return kShare * shortestLinkOf(steps, staggered);
 }
 
-std::string whyNothingPlaced(const GridMapReport& report) {
+std::string whyNothingPlaced(const GridMapReport& report, const ToleranceNames& names) {
     if (report.data.points.size() < 3) return "a grid needs at least 3 points";
     const Interval& sizes = report.sizeTolerance;
     const NeighboursSeen seen = lookForNeighbours(report);
+    if (!seen.atDistance && !sizes.isFull && sizes.low == sizes.high) {
+        return names.size +
+               " allows one exact distance only; measured points need a range around it";
+    }
     if (!seen.atDistance) {
-        if (!sizes.isFull && sizes.low == sizes.high) {
-            return "--size-tol allows one exact distance only; measured points need a range, for "
-                   "instance 0.8,1.2";
-        }
-        return "no two neighbours are as far apart as --size-tol allows around the steps; the "
-               "nearest neighbour of a point is typically " +
+        return "no two neighbours are as far apart as " + names.size +
+               " allows around the steps; the nearest neighbour of a point is typically " +
                shortText(seen.medianDistance) + " away";
     }
     if (!seen.inDirection) {
-        return "neighbours are as far apart as the steps say, but in directions that --angle-tol "
-               "excludes";
+        return "neighbours are as far apart as the steps say, but in directions that " +
+               names.angle + " excludes";
     }
     return "neighbours lie as the steps say, but too few fit one grid; a larger --snap allows more "
            "distortion";

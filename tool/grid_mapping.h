@@ -23,7 +23,13 @@ rxPtToGridMapResult mappedInView(const GridMapReport& report, const GridView& vi
 /// plate; what three tenths let in of clutter is set aside afterwards.
 double defaultSnap(const GridSteps& steps, bool staggered);
 
+/// What the options of the tolerances are called; the commands differ in it.
+struct ToleranceNames {
+    std::string size = "--size-tol";
+    std::string angle = "--angle-tol";
+};
+
 /// Why probably nothing was placed, as a note of one line.
-std::string whyNothingPlaced(const GridMapReport& report);
+std::string whyNothingPlaced(const GridMapReport& report, const ToleranceNames& names = {});
 
 }  // namespace ptmatch::tool

@@ -2,11 +2,21 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "grid_parts.h"
 #include "number_text.h"
+#include "point_tree.h"
 
 namespace ptmatch::tool {
+namespace {
+
+bool xFirst(const rxVector<2>& a, const rxVector<2>& b) {
+    return a.x() != b.x() ? a.x() < b.x() : a.y() < b.y();
+}
+
+}  // namespace
+
 std::size_t GridPlacement::matched() const {
     return static_cast<std::size_t>(
         std::count_if(map.begin(), map.end(), [](long index) { return index >= 0; }));
@@ -30,6 +40,31 @@ void fitToMap(GridPlacement& placement, const GridPattern& pattern,
         sum += off.x() * off.x() + off.y() * off.y();
     }
     placement.rmsError = std::sqrt(sum / static_cast<double>(points.size()));
+}
+
+void preferNearest(GridPlacement& placement, const GridPattern& pattern,
+                   const std::vector<rxVector<2>>& data) {
+    if (!placement.dataFromPattern) return;
+    const PointTree tree(data);
+    // From a point of the tree back to the first of its number.
+    std::vector<std::size_t> order(data.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(),
+                     [&](std::size_t a, std::size_t b) { return xFirst(data[a], data[b]); });
+    for (std::size_t k = 0; k < placement.map.size(); ++k) {
+        if (placement.map[k] < 0) continue;
+        const rxVector<2>& taken = data[static_cast<std::size_t>(placement.map[k])];
+        const rxVector<2> node = *placement.dataFromPattern * rxVector<2>(pattern.positions[k]);
+        const double reach = (taken - node).len();
+        const auto nearest = tree.nearestWithin(node, reach);
+        if (!nearest || !((*nearest - node).len() < reach)) continue;
+        const auto found = std::lower_bound(order.begin(), order.end(), *nearest,
+                                            [&](std::size_t index, const rxVector<2>& point) {
+                                                return xFirst(data[index], point);
+                                            });
+        placement.map[k] = static_cast<long>(*found);
+    }
+    fitToMap(placement, pattern, data);
 }
 
 std::string matchedText(const GridPlacement& placement, const std::string& separator) {

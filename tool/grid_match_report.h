@@ -54,6 +54,12 @@ struct GridMatchReport {
 void fitToMap(GridPlacement& placement, const GridPattern& pattern,
               const std::vector<rxVector<2>>& data);
 
+/// Several data points may lie within the snap distance of one position, and the matcher takes the
+/// last of them. Gives each position that has a data point the nearest one to where the placement
+/// puts it, and fits again.
+void preferNearest(GridPlacement& placement, const GridPattern& pattern,
+                   const std::vector<rxVector<2>>& data);
+
 /// "77 of 80", the share of the pattern that `placement` matched, `separator` in between.
 std::string matchedText(const GridPlacement& placement, const std::string& separator);
 

@@ -21,7 +21,9 @@ TableRow rowOf(std::size_t rank, const GridPlacement& placement) {
         row.insert(row.end(), {"?", "?", "?", "?", "?"});
     }
     row.insert(row.end(), {fixedText(100.0 * placement.coverage, 1) + " %",
-                           fixedText(placement.rmsError, 3), matchedText(placement, "/")});
+                           fixedText(placement.rmsError, 3), matchedText(placement, "/"),
+                           placement.reachesBeyond ? std::to_string(*placement.reachesBeyond)
+                                                   : std::string("-")});
     return row;
 }
 
@@ -41,8 +43,8 @@ std::string gridMatchTable(const GridMatchReport& report) {
     text += countedText(report.placements.size(), "placement") + " found in " + seconds + "\n" +
             stepsLine(report.choice) + "\n";
     std::vector<TableRow> rows = {{"rank", "position 0, 0: x", "y", "direction [deg]",
-                                   "column step", "row step", "coverage", "error (RMS)",
-                                   "matched"}};
+                                   "column step", "row step", "coverage", "error (RMS)", "matched",
+                                   "beyond"}};
     for (std::size_t k = 0; k < report.placements.size(); ++k) {
         rows.push_back(rowOf(k + 1, report.placements[k]));
     }

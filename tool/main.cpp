@@ -9,6 +9,7 @@
 #include "exit_code.h"
 #include "foundation/attention.h"
 #include "grid_map_command.h"
+#include "grid_match_command.h"
 #include "interrupt_guard.h"
 #include "match_command.h"
 
@@ -31,14 +32,17 @@ int runTool(int argc, char** argv) {
     app.failure_message(failureMessage);
     MatchOptions match;
     GridMapOptions gridMap;
+    GridMatchOptions gridMatch;
     addMatchCommand(app, match);
     const CLI::App* const gridMapCommand = addGridMapCommand(app, gridMap);
+    const CLI::App* const gridMatchCommand = addGridMatchCommand(app, gridMatch);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kExitBadInput;  // 0: help was asked for
     }
     if (gridMapCommand->parsed()) return runGridMap(gridMap, std::cout, std::cerr);
+    if (gridMatchCommand->parsed()) return runGridMatch(gridMatch, std::cout, std::cerr);
     return runMatch(match, std::cout, std::cerr);
 }
 

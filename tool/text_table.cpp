@@ -14,6 +14,7 @@ std::string alignedText(const std::vector<TableRow>& rows) {
         for (std::size_t i = 0; i < row.size(); ++i) {
             text += std::string(widths[i] - row[i].size() + (i == 0 ? 0 : 2), ' ') + row[i];
         }
+        text.erase(text.find_last_not_of(' ') + 1);  // a row may end in empty cells
         text += '\n';
     }
     return text;

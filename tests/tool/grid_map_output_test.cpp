@@ -20,7 +20,7 @@ TEST(GridMapTable, TellsStepsAndCounts) {
               "                     x       y  length  angle [deg]\n"
               "       step i   10.000   0.000  10.000        0.000\n"
               "       step j    0.000  10.000  10.000       90.000\n"
-              "position 0, 0  100.000  50.000                     \n"
+              "position 0, 0  100.000  50.000\n"
               "\n"
               "columns i  rows j  placed  missing  strays  doubles  error (RMS)  largest error\n"
               "   0 to 2  0 to 1       6        1       0        1        0.204          0.500\n");

@@ -99,6 +99,10 @@ TEST_F(Tool, DemonstrationFindsWhatTheTruthSays) {
     const json stars = found("beehive");
     EXPECT_EQ(compareWithTruth(stars, "beehive").truePairs, 190U);
     EXPECT_EQ(compareWithTruth(stars, "beehive").otherPairs, 0U);
+
+    const json truth = json::parse(readFile(PTMATCH_DATA_DIR "/dots7x7/truth.json"));
+    EXPECT_EQ(found("dots7x7")["map"], truth["grid"]);
+    EXPECT_EQ(found("dots_staggered")["results"][0]["matched"], 25);
 }
 
 TEST_F(Tool, ExhaustiveSearchFindsASmallPattern) {

@@ -1,0 +1,152 @@
+#include "grid_match_command.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <ostream>
+
+#include "grid_mapping.h"
+#include "grid_match_json.h"
+#include "grid_match_picture.h"
+#include "grid_match_report.h"
+#include "grid_match_table.h"
+#include "grid_matching.h"
+#include "input_error.h"
+#include "interrupt_guard.h"
+#include "number_text.h"
+#include "option_text.h"
+#include "output_file.h"
+#include "output_targets.h"
+
+namespace ptmatch::tool {
+namespace {
+
+void require(bool isAllowed, const std::string& option, const std::string& rule, double found) {
+    if (!isAllowed) throw InputError(option + ": " + rule + ", found " + shortText(found));
+}
+
+void checkBounds(const GridMatchOptions& options) {
+    constexpr double kMostDegrees = 1000.0;
+    const double snap = options.snap.value_or(0.0);
+    require(snap >= 0.0, "--snap", "must not be negative", snap);
+    require(options.minCoverage >= 0.0 && options.minCoverage <= 1.0, "--min-coverage",
+            "must be from 0 to 1", options.minCoverage);
+    if (options.scale.isFull) throw InputError("--scale: expected LO,HI, found \"full\"");
+    require(options.scale.low >= -0.9, "--scale", "LO must be at least -0.9", options.scale.low);
+    const Interval& angles = options.rotationDeg;
+    if (!angles.isFull && std::max(std::abs(angles.low), std::abs(angles.high)) > kMostDegrees) {
+        throw InputError("--rotation: must be within -1000 to 1000 degrees");
+    }
+}
+
+GridMatchReport reportFor(const GridMatchOptions& options) {
+    GridMatchReport report;
+    report.patternFile = options.patternFile;
+    report.dataFile = options.dataFile;
+    report.rotationDeg = options.rotationDeg;
+    report.scale = options.scale;
+    report.minCoverage = options.minCoverage;
+    report.maxResults = options.maxResults;
+    report.pattern = readPattern(options.patternFile);
+    if (report.pattern.positions.size() < kFewestSetPositions) {
+        throw InputError(options.patternFile + ": needs at least " +
+                         std::to_string(kFewestSetPositions) + " set positions, holds " +
+                         std::to_string(report.pattern.positions.size()));
+    }
+    report.data = readPoints(options.dataFile);
+    return report;
+}
+
+void search(const GridMatchOptions& options, GridMatchReport& report) {
+    const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
+    const bool staggered = report.pattern.isStaggered();
+    report.choice =
+        chooseSteps(squared(options.steps), report.data.points, staggered, options.dataFile);
+    report.choice.steps = squared(report.choice.steps);
+    if (options.snap) {
+        if (*options.snap > 0.0) report.snap = options.snap;
+    } else if (!report.pattern.isSparse()) {
+        report.snap = defaultSnap(report.choice.steps, staggered);
+    }
+    matchPattern(report);
+}
+
+void writeNotes(const GridMatchReport& report, std::ostream& notes) {
+    if (report.placements.empty()) {
+        notes << "ptmatch: note: " << whyNothingMatched(report) << std::endl;
+        return;
+    }
+    const long beyond = report.placements.front().reachesBeyond.value_or(0);
+    if (beyond == 0) return;
+    notes
+        << "ptmatch: note: the best placement reaches " << beyond
+        << (beyond == 1 ? " row or column" : " rows or columns")
+        << " beyond the grid that was seen; 2 is the most that is looked for, so a better one may "
+           "lie further out"
+        << std::endl;
+}
+
+}  // namespace
+
+CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
+    CLI::App* const command = app.add_subcommand(
+        "grid-match", "Find where a pattern of grid positions lies among points");
+    command
+        ->add_option("--pattern", options.patternFile,
+                     "Set positions of the grid: PGM, or rows of '.' and 'x' (required)")
+        ->type_name("FILE");
+    command->add_option("--data", options.dataFile, "Table of the points: x,y (required)")
+        ->type_name("FILE");
+    command->add_flag("--json", options.json, "Print the results as JSON");
+    addFile(*command, "--csv", "Write column,row,data,x,y of the best placement into this file",
+            options.csvFile);
+    addFile(*command, "--svg", "Draw the best placement into this file", options.svgFile);
+    command->add_flag_callback(
+        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
+        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addStepOptions(*command, options.steps);
+    addNumber(*command, "--snap",
+              "Largest distance of a point from its position, data units (default: three tenths of "
+              "the shortest distance of neighbours; 0: the matcher's own choice)",
+              options.snap);
+    addInterval(*command, "--rotation",
+                "Rotation of the pattern against the steps, degrees (default -20,20)",
+                options.rotationDeg);
+    addText(*command, "--scale", "LO,HI",
+            "Size of the grid against the steps, as change (default -0.2,0.2)",
+            [&options](const std::string& text) { options.scale = parseInterval(text); });
+    addNumber(*command, "--min-coverage",
+              "Smallest share of the pattern that counts as found, 0 to 1 (default 0.5)",
+              options.minCoverage);
+    addCount(*command, "--max-results", "Largest number of placements to report (default 1)",
+             options.maxResults);
+    // Looked at last, so that a misspelt option is what the message is about.
+    command->callback([&options] {
+        if (options.patternFile.empty()) throw CLI::RequiredError("--pattern");
+        if (options.dataFile.empty()) throw CLI::RequiredError("--data");
+    });
+    return command;
+}
+
+int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostream& notes) {
+    checkBounds(options);
+    requireSparedInputs(
+        {{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
+        {{options.patternFile, "the pattern"}, {options.dataFile, "the table of the data"}});
+    GridMatchReport report = reportFor(options);
+    search(options, report);
+    writeNotes(report, notes);
+    std::optional<PreparedFile> csv;
+    std::optional<PreparedFile> picture;
+    if (!options.csvFile.empty()) csv.emplace(options.csvFile, gridMatchCsv(report));
+    if (!options.svgFile.empty()) {
+        picture.emplace(options.svgFile, gridMatchPicture(report, options.yAxis));
+    }
+    out << (options.json ? gridMatchJson(report) : gridMatchTable(report)) << std::flush;
+    if (!out) throw InputError("the results cannot be written to standard output");
+    if (csv) csv->commit();
+    if (picture) picture->commit();
+    return report.placements.empty() ? kExitNothingFound : kExitFound;
+}
+
+}  // namespace ptmatch::tool
