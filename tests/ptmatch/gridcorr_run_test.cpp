@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -329,12 +330,23 @@ TEST(GridCorresponderRun, FindsPlacementsWithoutAnyDataWhereEmptyProbesSuffice) 
     // One row of two points and one of empty places next to them.
     const Tool tool = trained(positionsOf({"#..#", "####"}));
     ASSERT_EQ(tool.probes().size(), 8U);
-    const Positions data = {{0, 0}, {600, 300}};
+    // So large and empty that its stretches would be closed if they could not matter.
+    const Positions data = {{0, 0}, {1100, 1000}};
     const std::vector<Found> found = placementsOf(tool, data, RunParams(0.25, 1.0, kMost));
-    // Nearly everywhere: 602 by 304 translations of which few see one of the points in an empty
-    // place.
-    EXPECT_GT(found.size(), 602U * 304U - 10U);
-    EXPECT_LT(found.size(), 602U * 304U);
+    // Of 1102 by 1004 translations few see one of the points in an empty place.
+    EXPECT_GT(found.size(), 1102U * 1004U - 10U);
+    EXPECT_LT(found.size(), 1102U * 1004U);
+}
+
+TEST(GridCorresponderRun, LargePatternMayMissAllItsLastChances) {
+    // Of 400 probes those of rows 5 to 9 are missing: after them every single one has to agree.
+    const Tool tool = trained(positionsOf(Rows(20, std::string(20, '#'))), Defs::eAllPoints);
+    Positions data = joined(positionsOf(Rows(5, std::string(20, '#'))),
+                            positionsOf(Rows(10, std::string(20, '#')), {0, 10}));
+    EXPECT_EQ(placementsOf(tool, data, RunParams(0.75, 1.0, 10)),
+              std::vector<Found>({{0.75, {0, 0}}}));
+    data.pop_back();
+    expectNothing(tool, data, RunParams(0.75, 1.0, 10));
 }
 
 TEST(GridCorresponderRun, TheTimeIsNotStoredWhenAnExceptionPasses) {
