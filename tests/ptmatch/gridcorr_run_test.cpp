@@ -338,6 +338,16 @@ TEST(GridCorresponderRun, FindsPlacementsWithoutAnyDataWhereEmptyProbesSuffice) 
     EXPECT_LT(found.size(), 1102U * 1004U);
 }
 
+TEST(GridCorresponderRun, OneWantedResultTakesLittleMemoryWhereEveryPlacementQualifies) {
+    const Tool tool = trained(positionsOf({"#..#", "####"}));
+    const Positions data = {{0, 0}, {300000, 0}};
+    rx_PointToGridCorresponderResultSet results;
+    const ptmatch::testing::AllocationMeter meter;
+    ASSERT_TRUE(tool.run(data, RunParams(0.25, 1.0, 1), results));
+    // 1.2 million placements of 24 bytes each would be 29 MB, before a vector's growth.
+    EXPECT_LT(meter.total(), 8'000'000U);
+}
+
 TEST(GridCorresponderRun, LargePatternMayMissAllItsLastChances) {
     // Of 400 probes those of rows 5 to 9 are missing: after them every single one has to agree.
     const Tool tool = trained(positionsOf(Rows(20, std::string(20, '#'))), Defs::eAllPoints);

@@ -76,6 +76,24 @@ TEST(PlacementStore, EqualsAScoreHashingOfItsSize) {
     }
 }
 
+TEST(PlacementStore, ThinnedRunsLeaveTheSameToKeep) {
+    std::mt19937 random(12);
+    for (const long maxResults : {1L, 2L, 7L, 1000L, 4000L}) {
+        std::vector<Placement> run;
+        for (long i = 0; i < 9000; ++i) {
+            run.push_back({1 + static_cast<long>(random() % 50), rxPair<long>(i % 3000, i / 3000)});
+        }
+        PlacementStore whole(50, maxResults);
+        for (const Placement& placement : run) whole.offer(placement);
+        PlacementStore thinned(50, maxResults);
+        const std::size_t before = run.size();
+        thinned.thinOut(run);
+        EXPECT_LT(run.size(), before);
+        for (const Placement& placement : run) thinned.offer(placement);
+        EXPECT_EQ(rankedOf(thinned), rankedOf(whole)) << maxResults;
+    }
+}
+
 TEST(PlacementStore, TakesMemoryForWhatIsOfferedAlone) {
     const AllocationMeter meter;
     PlacementStore store(1000, 2147483647);

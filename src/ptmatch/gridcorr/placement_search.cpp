@@ -47,7 +47,10 @@ PlacementSearch::PlacementSearch(const SearchImage& image, std::span<const Probe
 
 void PlacementSearch::findAll(PlacementStore& store) {
     for (std::size_t y = 0; y < numRows_; y += kBlockRows) {
-        for (std::size_t x = 0; x < numColumns_; x += 64) collect(x, y);
+        for (std::size_t x = 0; x < numColumns_; x += 64) {
+            collect(x, y);
+            for (std::vector<Placement>& row : found_) store.thinOut(row);
+        }
         for (std::vector<Placement>& row : found_) {
             for (const Placement& placement : row) store.offer(placement);
             row.clear();

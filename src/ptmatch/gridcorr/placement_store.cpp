@@ -1,5 +1,7 @@
 #include "ptmatch/gridcorr/placement_store.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <utility>
 
 namespace ptmatch::detail {
@@ -18,6 +20,23 @@ void PlacementStore::offer(const Placement& placement) {
     // As many as fit are there already, so the store takes no more room than they do.
     if (!hashing_) pourIntoHashing(maxResults_);
     hashing_->add(placement.score, placement.translation);
+}
+
+void PlacementStore::thinOut(std::vector<Placement>& run) const {
+    constexpr std::size_t kShort = 4096;
+    const auto most = static_cast<std::size_t>(maxResults_);
+    if (run.size() < kShort || run.size() / 2 < most) return;
+    const auto isEarlier = [](const Placement& a, const Placement& b) {
+        return std::pair(a.translation.y(), a.translation.x()) <
+               std::pair(b.translation.y(), b.translation.x());
+    };
+    const auto isKeptBefore = [&](const Placement& a, const Placement& b) {
+        return a.score != b.score ? a.score > b.score : isEarlier(a, b);
+    };
+    const auto end = run.begin() + static_cast<std::ptrdiff_t>(most);
+    std::nth_element(run.begin(), end, run.end(), isKeptBefore);
+    run.erase(end, run.end());
+    std::sort(run.begin(), run.end(), isEarlier);
 }
 
 std::vector<Placement> PlacementStore::ranked() {

@@ -27,6 +27,11 @@ class PlacementStore {
     /// @param placement  of a score from 1 to maxScore.
     void offer(const Placement& placement);
 
+    /// Drops those of a run of placements, offered row by row and each from the left, that cannot
+    /// be kept whatever comes before and after: a store of n keeps the n best of all, the earlier
+    /// of equal scores. Does nothing while the run is short, so that it may be asked often.
+    void thinOut(std::vector<Placement>& run) const;
+
     /// What was kept, best first. The store is not to be offered anything more.
     std::vector<Placement> ranked();
 
