@@ -61,8 +61,8 @@ struct RankedPose;
 ///   search by votes, as everywhere else.
 /// - The start pose and the translation uncertainties are checked as in every run, and then
 ///   ignored: the pattern is found wherever it lies.
-/// - The minimum coverage is rounded down to whole points, 22 of 24 reach one of 0.95; not so for a
-///   sparse pattern.
+/// - The minimum coverage is rounded down to whole points, 22 of 24 reach one of 0.95; one that
+///   comes to less than a point, 0 above all, finds nothing. Neither holds for a sparse pattern.
 /// - Only neighbours in the positive directions of the grid steps lead on. When the transform of
 ///   the training image turns both steps to smaller coordinates, nothing may be found; nor is a
 ///   pattern that lies turned by more than the rotation uncertainty allows.
@@ -205,8 +205,8 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// rotations times scales, whose steps shrink with the grid size, too; memory a few bytes per
     /// cell of that area. Exhaustive: about (points of the larger set + 1) to the power of the
     /// points of the smaller one. Grid mode: linear in the data, and translations of the pattern
-    /// over the data's positions times its points; each result holds an image of the pattern's
-    /// size.
+    /// over the data's positions times its points; each result takes a pass over the data and an
+    /// image of the pattern's size, 8 bytes per position.
     void run(const std::vector<rxVector<2>>& data, const rxPointMatcherRunParams& params,
              rxPointMatcherResultSet& resultSet) const;
 

@@ -36,6 +36,14 @@ const char* rxPointMatcher::gridContradiction_() const {
     if (numPoints < 1 || numPoints != numGridPoints_) {
         return "the number of grid points is not that of the pattern";
     }
+    if (std::cmp_not_equal(gridPositions_.size(), numGridPoints_)) {
+        return "the numbers of grid positions and of grid points differ";
+    }
+    // Points left behind by a sparse pattern, under a dense one of as many points.
+    const bool staggered = corresponder_->trainParams().staggered();
+    if (sparse && !ptmatch::detail::isSparsePattern(corresponder_->pattern(), staggered)) {
+        return "the pattern is not one that is searched for as points";
+    }
     return nullptr;
 }
 

@@ -163,6 +163,29 @@ TEST(PointMatcherGridRecord, SparsePointsOfAnotherGridAreNotRun) {
     EXPECT_THAT(found.results(), IsEmpty());
 }
 
+void expectNotRun(const rxPointMatcher& matcher, const Picture& picture, const char* message) {
+    rxPointMatcherResultSet found;
+    EXPECT_THAT([&] { matcher.run(dotsOf(picture, kGrid), tolerant(), found); },
+                ThrowsMessage<Defs::NotTrained>(HasSubstr(message)));
+    EXPECT_THAT(found.results(), IsEmpty());
+}
+
+TEST(PointMatcherGridRecord, SparsePointsUnderADensePatternOfAsManyAreNotRun) {
+    const Picture sparse = {"##.##.##", "........", "##.##.##"};
+    const Picture dense = {"####", "####", "####"};
+    rxPointMatcher target = trained(sparse);
+    loadInto(target, stored(trained(dense)));
+    expectNotRun(target, dense, "the pattern is not one that is searched for as points");
+}
+
+TEST(PointMatcherGridRecord, DenseGridWhosePositionsAreGoneIsNotRun) {
+    rxPointMatcher untrained = trained(kDense);
+    untrained.untrain();  // the number of points and the transform stay
+    rxPointMatcher target = trained(kDense);
+    loadInto(target, stored(untrained));
+    expectNotRun(target, kDense, "the numbers of grid positions and of grid points differ");
+}
+
 // ---- records that contradict themselves
 
 void expectRefused(const GridParts& parts, const char* message) {
