@@ -174,7 +174,7 @@ TEST(GridRotation, PeakBesideAnEqualOrHigherScoreStays) {
     EXPECT_EQ(gridRotationDeg(alongZero(bins({{4, 3}, {0, 1}})), {-5, 5}), 3.0);
 }
 
-TEST(TurnedAxes, ComeBelowOneTurnAndMayStayNegative) {
+TEST(TurnedAxes, ComeWithinOneTurnAndMayStayNegative) {
     const AxisDirections up = turned({350, 90}, 15.5);
     EXPECT_EQ(up.x, 5.5);
     EXPECT_EQ(up.y, 105.5);
@@ -183,7 +183,9 @@ TEST(TurnedAxes, ComeBelowOneTurnAndMayStayNegative) {
     EXPECT_EQ(down.y, 80.0);
     EXPECT_EQ(turned({0, 0}, 360).x, 0.0);
     EXPECT_EQ(turned({30, 0}, 1000).x, 310.0);
-    EXPECT_EQ(turned({30, 0}, -1000).x, -970.0);
+    EXPECT_EQ(turned({30, 0}, -1000).x, -250.0);
+    EXPECT_EQ(turned({0, 0}, -360).x, 0.0);
+    EXPECT_EQ(turned({0, 0}, -359).x, -359.0);
 }
 
 }  // namespace

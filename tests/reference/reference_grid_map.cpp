@@ -331,6 +331,8 @@ void Mapping::findRotation() {
     axisY_ += rotationDeg_;
     while (axisX_ >= 360.0) axisX_ -= 360.0;
     while (axisY_ >= 360.0) axisY_ -= 360.0;
+    while (axisX_ <= -360.0) axisX_ += 360.0;
+    while (axisY_ <= -360.0) axisY_ += 360.0;
     report_.trace.rotationDeg = rotationDeg_;
     report_.trace.isRotationRefined = rotation.isRefined;
 }

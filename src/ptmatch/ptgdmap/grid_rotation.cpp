@@ -22,8 +22,9 @@ std::size_t wrappedFromAbove(long degrees) {
     return degrees < 0 ? 0 : static_cast<std::size_t>(degrees % kTurn);
 }
 
-double turnedBelowOneTurn(double directionDeg) {
+double turnedWithinOneTurn(double directionDeg) {
     while (directionDeg >= 360.0) directionDeg -= 360.0;
+    while (directionDeg <= -360.0) directionDeg += 360.0;
     return directionDeg;
 }
 
@@ -90,7 +91,7 @@ double gridRotationDeg(const RotationScore& score, const DegreeRange& range) {
 }
 
 AxisDirections turned(const AxisDirections& axes, double rotationDeg) {
-    return {turnedBelowOneTurn(axes.x + rotationDeg), turnedBelowOneTurn(axes.y + rotationDeg)};
+    return {turnedWithinOneTurn(axes.x + rotationDeg), turnedWithinOneTurn(axes.y + rotationDeg)};
 }
 
 }  // namespace ptmatch::detail

@@ -47,9 +47,9 @@ class RotationScore {
 /// (unless there are but three) the last two are never chosen.
 double gridRotationDeg(const RotationScore& score, const DegreeRange& range);
 
-/// The axes after a rotation, by whole turns brought below 360 degrees. An axis that the rotation
-/// makes negative stays negative, deliberately: such an axis takes in links a little farther off
-/// to one side, and one below -360 degrees takes in every link.
+/// The axes after a rotation, by whole turns brought to between -360 and 360 degrees. An axis that
+/// the rotation makes negative stays negative, deliberately: such an axis takes in links
+/// farther off to one side.
 AxisDirections turned(const AxisDirections& axes, double rotationDeg);
 
 }  // namespace ptmatch::detail
