@@ -132,8 +132,8 @@ PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPtToGridMapResult& result)
 ///
 /// @param points  the centres, in any units and order, also twice the same.
 /// @param params  at least one step; with both, steps that are not parallel.
-/// @param result  what was found. `valid` and `time` are always set; the map when a seed was
-///     found; `grid2point` when `valid`. Otherwise map and transform are left as they were.
+/// @param result  what was found. `valid` and `time` are set unless the arguments are refused; the
+///     map when a seed was found; `grid2point` when `valid`. What is not set is left as it was.
 /// @return the number of points that received a position; 0 as well when both steps are null, when
 ///     they are parallel, or when a staggered grid lacks a step. 1 and 2 do not make a valid
 ///     result, although the map holds them.
@@ -152,8 +152,8 @@ PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPtToGridMapResult& result)
 /// - Only neighbours in the positive directions of the steps lead on to the seed. When both steps
 ///   point to smaller coordinates, nothing may be found: turn them round and negate the positions.
 /// - A rotation at the very ends of `angleTol` is not found: of the whole degrees that are tried,
-///   the first and the last two are never chosen. A range too narrow for that is widened
-///   evenly to three whole degrees.
+///   the first and (unless there are but three) the last two are never chosen. A range of fewer
+///   than three whole degrees is widened by one on either side until it has them.
 /// - A node farther than 2^30 - 1 steps from (0, 0) is not assigned.
 /// - Points more than 2^31 steps beyond the smallest coordinates are not told apart well enough to
 ///   be mapped: one stray point so far to the lower side leaves a whole grid without positions.

@@ -113,10 +113,10 @@ class PTMATCH_EXPORT rx2PtMatchTm {
     /// and leaves its inverse alone: call `sync_` before mapping back.
     void set_(double a, double b, double c, double d, double e, double f);
 
-  private:
     /// Makes the inverse fit the transform again.   @throws rxMathError: there is none.
     void sync_();
 
+  private:
     /// Replaces the transform; when it has no inverse, the object stays what it was.
     void adopt_(const rxXform<2>& a2b);
 

@@ -79,6 +79,7 @@ class OpenTm : public rx2PtMatchTm {
   public:
     using rx2PtMatchTm::concat_;
     using rx2PtMatchTm::set_;
+    using rx2PtMatchTm::sync_;
 };
 
 TEST(PtMatchTm, StartsAsTheIdentityWithoutPairs) {
@@ -421,6 +422,15 @@ TEST(PtMatchTm, SetTakesRowsAndLeavesTheInverse) {
     tm.set_(1, 2, 3, 4, 5, 6);
     EXPECT_EQ(tm.a2bXform(), linear(1, 2, 4, 5, 3, 6));
     EXPECT_EQ(tm.b2aXform(), rxXform<2>::I);
+}
+
+TEST(PtMatchTm, SyncMakesTheInverseFitAgain) {
+    OpenTm tm;
+    tm.set_(1, 2, 3, 4, 5, 6);
+    tm.sync_();
+    EXPECT_EQ(tm.b2aXform(), tm.a2bXform().inverse());
+    tm.set_(1, 2, 3, 2, 4, 6);
+    EXPECT_THROW(tm.sync_(), rxMathError);
 }
 
 TEST(PtMatchTm, RecordHoldsVersionAndBothTransforms) {
