@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <ostream>
+#include <vector>
 
 #include "csv_points.h"
 #include "grid_map_json.h"
@@ -52,6 +53,29 @@ void search(const GridMapOptions& options, GridMapReport& report) {
         chooseSteps(options.steps, report.data.points, options.staggered, options.dataFile);
     report.snap = options.snap.value_or(defaultSnap(report.choice.steps, report.staggered));
     mapToGrid(report);
+}
+
+// Says so when the grid found is of another size than was allowed. The tolerance holds for the
+// distances of neighbours, and a few of them can lead a mapping to a grid of another step.
+void noteOtherSteps(const GridMapReport& report, std::ostream& notes) {
+    const Interval& allowed = report.sizeTolerance;
+    if (allowed.isFull) return;
+    const rxMatrix<2>& matrix = report.dataFromGrid->matrix();
+    const GridSteps found{{matrix.element(0, 0), matrix.element(1, 0)},
+                          {matrix.element(0, 1), matrix.element(1, 1)}};
+    const GridSteps& given = report.choice.steps;
+    const bool isRow = given.xv.isNull() || given.yv.isNull();
+    if (isRow) return;  // the step across a row is not measured
+    const std::vector<rxVector<2>> foundLinks = linksOf(found, report.staggered);
+    const std::vector<rxVector<2>> givenLinks = linksOf(given, report.staggered);
+    for (std::size_t k = 0; k < givenLinks.size(); ++k) {
+        const double ratio = foundLinks[k].len() / givenLinks[k].len();
+        if (ratio >= allowed.low && ratio <= allowed.high) continue;
+        notes << "ptmatch: note: neighbours of the grid found are " << fixedText(ratio, 2)
+              << " of the given step apart, which --size-tol does not allow: are the steps right?"
+              << std::endl;
+        return;
+    }
 }
 
 // Says so when a part of the plate was left out.
@@ -114,6 +138,7 @@ int runGridMap(const GridMapOptions& options, std::ostream& out, std::ostream& n
     search(options, report);
     if (report.dataFromGrid) {
         notePartialGrid(report, notes);
+        noteOtherSteps(report, notes);
     } else {
         notes << "ptmatch: note: " << whyNothingPlaced(report) << std::endl;
     }

@@ -71,7 +71,21 @@ void search(const GridMatchOptions& options, GridMatchReport& report) {
     matchPattern(report);
 }
 
+// A pattern without neighbours is taken for a staggered one. Positions of which some have an even
+// and some an odd sum lie on no staggered grid.
+void noteMixedPattern(const GridPattern& pattern, std::ostream& notes) {
+    if (!pattern.isStaggered() || pattern.isSparse()) return;
+    const auto isOdd = [](const rxPair<long>& p) { return (p.x() + p.y()) % 2 != 0; };
+    const auto odd = std::count_if(pattern.positions.begin(), pattern.positions.end(), isOdd);
+    if (odd == 0 || std::cmp_equal(odd, pattern.positions.size())) return;
+    notes << "ptmatch: note: no two positions of the pattern are side by side, so it is taken for "
+             "a staggered one, but its positions do not all fit a staggered grid: a part of it "
+             "cannot be found; choose a part of the plate with two neighbouring dots"
+          << std::endl;
+}
+
 void writeNotes(const GridMatchReport& report, std::ostream& notes) {
+    noteMixedPattern(report.pattern, notes);
     if (report.placements.empty()) {
         notes << "ptmatch: note: " << whyNothingMatched(report) << std::endl;
         return;

@@ -36,7 +36,9 @@ const char* rxPointMatcher::gridContradiction_() const {
     if (numPoints < 1 || numPoints != numGridPoints_) {
         return "the number of grid points is not that of the pattern";
     }
-    if (std::cmp_not_equal(gridPositions_.size(), numGridPoints_)) {
+    // A grid matcher comes with its positions; without one, as of a corresponder alone, none are
+    // needed.
+    if (gridMatcher_ && std::cmp_not_equal(gridPositions_.size(), numGridPoints_)) {
         return "the numbers of grid positions and of grid points differ";
     }
     // Points left behind by a sparse pattern, under a dense one of as many points.

@@ -124,6 +124,16 @@ TEST_F(GridMapTool, ExactSizesAreNamedAsTheReason) {
     EXPECT_THAT(outcome.err, HasSubstr("--size-tol allows one exact distance only"));
 }
 
+TEST_F(GridMapTool, AGridOfStepsThatWereNotAllowedIsPointedOut) {
+    const Outcome outcome = gridMap({"--data", kPlate, "--size-tol", "1.8,2.2"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, StartsWith("91 points: 49 placed in "));
+    EXPECT_THAT(outcome.err, StartsWith("ptmatch: note: neighbours of the grid found are 1."));
+    EXPECT_THAT(outcome.err, EndsWith(" of the given step apart, which --size-tol does not allow: "
+                                      "are the steps right?\n"));
+    EXPECT_EQ(gridMap({"--data", kPlate, "--size-tol", "full"}).err, "");
+}
+
 TEST_F(GridMapTool, BadInputIsNamedAndCodeTwo) {
     write("d.csv", kSmallGrid);
     write("two.csv", "0,0\n5,0\n");

@@ -185,6 +185,19 @@ TEST_F(GridMatchTool, APlacementBeyondWhatWasSeenIsPointedOut) {
         "seen; 2 is the most that is looked for, so a better one may lie further out\n");
 }
 
+TEST_F(GridMatchTool, APatternThatFitsNoStaggeredGridIsPointedOut) {
+    const std::vector<std::string> mixed = {"x.x..x.x", ".x....x.", "x.x..x.x",
+                                            "........", "........", ".x....x."};
+    write("p.txt", withMargin(mixed, 0, 0));
+    write("d.csv", dotsOf(std::vector<std::string>(12, "xxxxxxxxxxxxxx"), 0));
+    const Outcome outcome = gridMatch({"--pattern", "p.txt", "--data", "d.csv"});
+    EXPECT_THAT(outcome.err, HasSubstr("its positions do not all fit a staggered grid"));
+    // All of one parity fit one.
+    write("p.txt", withMargin({"x.x.x.x", ".x.x.x.", "x.x.x.x", ".x.x.x."}, 0, 0));
+    EXPECT_THAT(gridMatch({"--pattern", "p.txt", "--data", "d.csv"}).err,
+                Not(HasSubstr("staggered")));
+}
+
 TEST_F(GridMatchTool, SeveralPlacementsComeBestFirst) {
     write("p.txt", "xxxx\nxxxx\nxxxx\n");
     write("d.csv", dotsOf({"xxxxx", "xxxxx", "xxxx."}, 0));
