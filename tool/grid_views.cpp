@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <utility>
 
 #include "foundation/angle.h"
@@ -69,6 +70,7 @@ std::vector<GridView> gridViews(const GridSteps& steps, const Interval& rotation
     const auto parts = static_cast<int>(std::ceil((high - low) / kWidestDeg));
     const double width = (high - low) / parts;
     std::vector<double> centers;
+    centers.reserve(static_cast<std::size_t>(parts));
     for (int part = 0; part < parts; ++part) {
         // Of a full turn one part lies around no rotation; it ends half a part beyond 180 degrees.
         centers.push_back(low + (isFull ? part + 1.0 : part + 0.5) * width);

@@ -45,8 +45,9 @@ class Drawing {
         const Span along = spanOf(lattice_, isI);
         const Span across = spanOf(lattice_, !isI);
         const double stride = std::max(1.0, std::ceil(along.count() / kMostLines));
-        const double lines = std::floor((along.high - along.low) / stride);
-        for (double k = 0.0; k <= lines; ++k) {
+        // No more than kMostLines, whatever the stride.
+        const auto lines = static_cast<int>((along.high - along.low) / stride);
+        for (int k = 0; k <= lines; ++k) {
             const double at = along.low + k * stride;
             canvas_.line(page(gridPoint(isI, at, across.low - kLineBeyond)),
                          page(gridPoint(isI, at, across.high + kLineBeyond)));
@@ -82,8 +83,10 @@ class Drawing {
         const double stride =
             labelStride(along, step.len(), 6.0 + 7.5 * static_cast<double>(digits));
         const double first = std::ceil(along.low / stride) * stride;
-        const double count = std::floor((along.high - first) / stride);
-        for (double k = 0.0; k <= count; ++k) {
+        constexpr double kMostLabels = 1000.0;  // far more than a page has room for
+        const auto count =
+            static_cast<int>(std::min(std::floor((along.high - first) / stride), kMostLabels));
+        for (int k = 0; k <= count; ++k) {
             const double at = first + k * stride;
             label(page(gridPoint(isI, at, across)) + scaled(away, kLabelAway),
                   std::to_string(std::lround(at)), isI ? kAxisIColour : kAxisJColour, kLabelSize);
