@@ -1,0 +1,78 @@
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "foundation/archive.h"
+#include "foundation/export.h"
+#include "ptmatch/matext.h"
+
+/// Least-squares solution of a linear system whose equations arrive one at a time, from its normal
+/// equations: memory does not grow with the number of observations.
+///
+///     rxPsuedoInverse line(2);                                // y = p[0] x + p[1]
+///     for (const auto& [x, y] : points) line.update(std::array{x, 1.0}, y);
+///     const std::vector<double> p = line.fit();
+///
+/// The sums are plain doubles and the normal equations square the condition of the problem. A
+/// system that leaves an unknown open is reported only when the unknown never had a coefficient
+/// other than zero; otherwise the solution is large and meaningless.
+///
+/// A plain value; a moved-from accumulator has no unknowns. Const members from any number of
+/// threads at once.
+class PTMATCH_EXPORT rxPsuedoInverse {
+  public:
+    /// No unknowns.
+    rxPsuedoInverse() = default;
+    /// n unknowns, no observations.   @throws as `resize`.
+    explicit rxPsuedoInverse(long n);
+
+    rxPsuedoInverse(const rxPsuedoInverse&) = default;
+    rxPsuedoInverse(rxPsuedoInverse&&) noexcept = default;
+    /// When memory runs out, the accumulator is what it was.
+    rxPsuedoInverse& operator=(const rxPsuedoInverse& other);
+    rxPsuedoInverse& operator=(rxPsuedoInverse&&) noexcept = default;
+    ~rxPsuedoInverse() = default;
+
+    /// Sets the number of unknowns and forgets all observations, also when the number stays.
+    /// @throws std::length_error: n is negative, or n x n above 2^31 - 1.
+    /// @throws std::bad_alloc.   The accumulator is then what it was.
+    void resize(long n);
+
+    /// Adds the observation x . p = y.
+    /// @param x  the coefficients; only the first n are used.
+    /// @throws std::out_of_range: x has fewer than n; nothing has been added.
+    /// Cost n^2 multiplications and additions, no allocation.
+    void update(std::span<const double> x, double y);
+
+    /// The p that minimises the sum of (x . p - y)^2 over the observations, n values; none for n =
+    /// 0.
+    /// @throws rxMatrixExt::SingularMatrix: an unknown never had a coefficient other than zero, as
+    ///     when there are no observations.
+    /// Changes nothing: more observations can follow.   Cost n^3 / 3; allocates the copies that it
+    /// solves on.
+    std::vector<double> fit() const;
+
+    /// Forgets all observations; n stays. No allocation.
+    void reset();
+
+    /// The number of unknowns.
+    long numUnknowns() const { return static_cast<long>(rhs_.size()); }
+    /// The sum over the observations of the products x x^T, n x n.
+    const rxMatrixExt& normalMatrix() const { return normal_; }
+    /// The sum over the observations of x y, n values.
+    const std::vector<double>& rightHandSide() const { return rhs_; }
+
+    /// Stores or loads the sums.
+    /// @throws rxArchive::UnknownVersion: another version than 1100.
+    /// @throws rxArchive::Errors: the sizes contradict each other or the record is cut off; the
+    ///     accumulator is then what it was.
+    friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPsuedoInverse& accumulator);
+
+  private:
+    // n x n and n.
+    rxMatrixExt normal_;
+    std::vector<double> rhs_;
+};
+
+PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPsuedoInverse& accumulator);
