@@ -126,3 +126,6 @@ class PTMATCH_EXPORT rx2PtMatchTm {
 };
 
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rx2PtMatchTm& tm);
+
+#include "ptmatch/perspective_tm.h"
+#include "ptmatch/space_tm.h"
