@@ -6,7 +6,7 @@
 set -eu
 
 packages="g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev
-    libbenchmark-dev librsvg2-bin"
+    libbenchmark-dev libeigen3-dev librsvg2-bin"
 if [ "${1:-}" = --checks ]; then
     packages="$packages clang clang-format clang-tidy"
 fi
