@@ -40,7 +40,7 @@ long casesOfAKind() {
 long anySize(Random& random) {
     if (random.chance(0.5)) return random.integer(1, 5);
     if (random.chance(0.9)) return random.integer(1, 20);
-    return random.pick<long>({31, 32, 33, 34, 40, 48, 63, 64, 65, 72});
+    return random.pick<long>({31, 32, 33, 34, 40, 48, 63, 64, 65, 72, 97, 129});
 }
 
 enum class Outcome { kDone, kNotSquare, kSingular };

@@ -27,10 +27,12 @@ double sign(Random& random) {
     return random.chance(0.5) ? -1.0 : 1.0;
 }
 double signedZeroOrOne(Random& random) {
-    return std::copysign(zeroOrOne(random), sign(random));
+    const double magnitude = zeroOrOne(random);
+    return std::copysign(magnitude, sign(random));
 }
 double powerOfTwo(Random& random) {
-    return sign(random) * std::ldexp(1.0, static_cast<int>(random.integer(-4, 4)));
+    const double magnitude = std::ldexp(1.0, static_cast<int>(random.integer(-4, 4)));
+    return std::copysign(magnitude, sign(random));
 }
 double huge(Random& random) {
     return random.uniform(-1.0, 1.0) * 1e160;
@@ -45,7 +47,8 @@ double subnormal(Random& random) {
     return static_cast<double>(random.integer(-40, 40)) * std::numeric_limits<double>::denorm_min();
 }
 double ofEverySize(Random& random) {
-    return sign(random) * std::pow(10.0, random.uniform(-150.0, 150.0));
+    const double magnitude = std::pow(10.0, random.uniform(-150.0, 150.0));
+    return std::copysign(magnitude, sign(random));
 }
 double seldomFinite(Random& random) {
     return random.pick<double>({kInfinity, -kInfinity, kNaN, 0.0, 1.0, -2.0});
@@ -153,8 +156,8 @@ LinearSystem ofRankOne(Random& random, long size) {
 
 LinearSystem normalEquations(Random& random, long size) {
     LinearSystem system = filledSystem(random, size, ordinary);
-    const Matrix rows = filled(random, random.integer(1, 2 * size), size,
-                               random.chance(0.5) ? ordinary : smallInteger);
+    const auto value = random.chance(0.5) ? ordinary : smallInteger;
+    const Matrix rows = filled(random, random.integer(1, 2 * size), size, value);
     system.a = zeroMatrix(size, size);
     for (const std::vector<double>& x : rows) {
         for (std::size_t i = 0; i < x.size(); ++i) {
@@ -167,7 +170,8 @@ LinearSystem normalEquations(Random& random, long size) {
 LinearSystem rowsThatRepeat(Random& random, long size) {
     LinearSystem system = filledSystem(random, size, random.chance(0.5) ? ordinary : powerOfTwo);
     for (long i = random.integer(1, size); i > 0; --i) {
-        system.a[anyRow(random, system.a)] = system.a[anyRow(random, system.a)];
+        const std::size_t from = anyRow(random, system.a);
+        system.a[anyRow(random, system.a)] = system.a[from];
     }
     return system;
 }

@@ -73,6 +73,13 @@ TEST(ReferenceDecompose, ColumnWithoutCandidateKeepsThePivotRowBefore) {
     EXPECT_THAT(d.index, ElementsAre(0, 0));
 }
 
+TEST(ReferenceDecompose, PivotRowBeforeMayBeBelow) {
+    // The last row goes up in the first column; the second column has nothing left.
+    const Decomposed d = decomposed({{1, 1, 2}, {0, 0, 1}, {2, 2, 2}});
+    EXPECT_EQ(d.lu, (Matrix{{2, 2, 2}, {0.5, 1e-40, 1}, {0, 0, 1}}));
+    EXPECT_THAT(d.index, ElementsAre(2, 2, 2));
+}
+
 TEST(ReferenceDecompose, FirstColumnWithoutCandidateGetsTheTinyPivot) {
     const Decomposed d = decomposed({{0, 1}, {0, 1}});
     EXPECT_EQ(d.lu, (Matrix{{1e-40, 1}, {0, 1}}));
