@@ -11,6 +11,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <type_traits>
 #include <vector>
 
 #include "paired_ratio.h"
@@ -82,10 +83,15 @@ bool areSame(const rxMatrixExt& a, const reference::Matrix& b) {
     return true;
 }
 
+// Eigen counts in signed numbers, the standard library does not.
+template <class Values>
+using IndexOf =
+    std::conditional_t<std::is_same_v<Values, std::vector<double>>, std::size_t, Eigen::Index>;
+
 template <class Values>
 bool areNear(const std::vector<double>& a, const Values& b) {
     for (std::size_t i = 0; i < a.size(); ++i) {
-        const double other = b[static_cast<Eigen::Index>(i)];
+        const double other = b[static_cast<IndexOf<Values>>(i)];
         if (!(std::abs(a[i] - other) <= kTolerance * (1.0 + std::abs(other)))) return false;
     }
     return true;
@@ -98,7 +104,7 @@ std::vector<double> solutionOf(const System& s) {
 }
 
 // All work on copies that are there from the first call on: copying is a part of each time, taking
-// memory for it is not.
+// memory for the copies is not.
 template <class Other>
 void decomposition(benchmark::State& state, const std::vector<System>& systems, Other other) {
     rxMatrixExt lu;
@@ -173,13 +179,18 @@ void substitutionPlain(benchmark::State& state) {
 void substitutionEigen(benchmark::State& state) {
     const std::vector<System> systems = makeSystems(state.range(0));
     Eigen::VectorXd x;
+    for (const System& s : systems) {
+        x = s.eigenLu.solve(s.eigenB);
+        if (!verify(state, areNear(solutionOf(s), x), "the solution is not Eigen's")) return;
+    }
     substitution(state, systems, [&](std::size_t input) {
         x = systems[input].eigenLu.solve(systems[input].eigenB);
         benchmark::ClobberMemory();
     });
 }
 
-// The inverse, and the solution of one right-hand side with it.
+// The inverse, and the solution of one right-hand side with it; Eigen gives the inverse alone. Both
+// take memory of their own in each call.
 struct Elimination {
     rxMatrixExt inverse;
     rxMatrixExt x;
@@ -283,9 +294,12 @@ struct EigenAccumulator {
 };
 
 // One observation after another; the sums grow, and stay far from the end of the range.
-template <class Library, class Other>
-void measureUpdates(benchmark::State& state, Library& library, Other& other) {
+template <class Library, class Other, class AreSame>
+void measureUpdates(benchmark::State& state, Library& library, Other& other, AreSame areSame) {
     const Observations all = makeObservations();
+    addAll(library, all);
+    addAll(other, all);
+    if (!verify(state, areSame(), "the sums are not the same")) return;
     measurePaired(
         state, all.y.size(),
         [&](std::size_t input) {
@@ -314,19 +328,25 @@ struct PlainAccumulator {
 void updatePlain(benchmark::State& state) {
     rxPsuedoInverse library(kNumUnknowns);
     PlainAccumulator plain;
-    measureUpdates(state, library, plain);
+    measureUpdates(state, library, plain, [&] { return library.fit() == plain.sums.fit(); });
 }
 
 void updateEigen(benchmark::State& state) {
     rxPsuedoInverse library(kNumUnknowns);
     EigenAccumulator eigen;
-    measureUpdates(state, library, eigen);
+    measureUpdates(state, library, eigen, [&] {
+        for (long r = 0; r < kNumUnknowns; ++r) {
+            const Eigen::VectorXd row = eigen.normal.row(r);
+            if (!areNear(library.normalMatrix()[r], row)) return false;
+        }
+        return areNear(library.rightHandSide(), eigen.rhs);
+    });
 }
 
 void updateByRotations(benchmark::State& state) {
     rxLeastSquares library(kNumUnknowns);
     rxPsuedoInverse normal(kNumUnknowns);
-    measureUpdates(state, library, normal);
+    measureUpdates(state, library, normal, [&] { return areNear(library.fit().x, normal.fit()); });
 }
 
 void fitPlain(benchmark::State& state) {
@@ -357,9 +377,8 @@ void fitByRotations(benchmark::State& state) {
     rxPsuedoInverse normal(kNumUnknowns);
     addAll(library, makeObservations());
     addAll(normal, makeObservations());
-    const std::vector<double> byNormal = normal.fit();
-    const Eigen::Map<const Eigen::VectorXd> x(byNormal.data(), kNumUnknowns);
-    if (!verify(state, areNear(library.fit().x, x), "the fits are not the same")) return;
+    const bool isSame = areNear(library.fit().x, normal.fit());
+    if (!verify(state, isSame, "the fits are not the same")) return;
     measurePaired(
         state, 1, [&](std::size_t) { benchmark::DoNotOptimize(library.fit()); },
         [&](std::size_t) { benchmark::DoNotOptimize(normal.fit()); });

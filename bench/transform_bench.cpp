@@ -182,6 +182,11 @@ std::vector<rx2PTm> unitFits() {
 // The parameters from equations that are there, with the sampled inverse.
 void perspectiveSolve(benchmark::State& state) {
     std::vector<rx2PTm> fits = unitFits();
+    for (rx2PTm& tm : fits) {
+        const rx2PTm first = tm;
+        tm.fit();
+        if (!verify(state, tm == first, "fitted again, the transform is another")) return;
+    }
     measureAlone(state, fits.size(), [&](std::size_t input) {
         fits[input].fit();
         benchmark::DoNotOptimize(fits[input]);
@@ -190,9 +195,17 @@ void perspectiveSolve(benchmark::State& state) {
 
 void perspectiveTranslate(benchmark::State& state) {
     const std::vector<rx2PTm> fits = unitFits();
+    const rxVector<2> shift(0.1, 0.2);
+    for (const rx2PTm& original : fits) {
+        rx2PTm tm = original;
+        tm.translate(shift);
+        const rxVector<2> p(1.0, -2.0);
+        const bool isMoved = (tm.a2b(p) - original.a2b(p + shift)).len() <= 1e-9;
+        if (!verify(state, isMoved, "the transform is not the moved one")) return;
+    }
     measureAlone(state, fits.size(), [&](std::size_t input) {
         rx2PTm tm = fits[input];
-        tm.translate(rxVector<2>(0.1, 0.2));
+        tm.translate(shift);
         benchmark::DoNotOptimize(tm);
     });
 }

@@ -69,18 +69,18 @@ PTMATCH_EXPORT std::vector<double> rfSingularValues(const rxMatrixExt& a);
 /// in [0, 1], of condition 2e6, comes out with coefficients that are wrong by 7e-11; by 6e-4 from
 /// the normal equations.
 ///
-/// A plain value; a moved-from accumulator has no unknowns. Const members from any
-/// number of threads at once.
+/// A plain value; a moved-from accumulator has no unknowns and no observations. Const members from
+/// any number of threads at once.
 class PTMATCH_EXPORT rxLeastSquares {
   public:
     /// n unknowns, no observations.   @throws as `resize`.
     explicit rxLeastSquares(long n = 0);
 
     rxLeastSquares(const rxLeastSquares&) = default;
-    rxLeastSquares(rxLeastSquares&&) noexcept = default;
+    rxLeastSquares(rxLeastSquares&& other) noexcept;
     /// When memory runs out, the accumulator is what it was.
     rxLeastSquares& operator=(const rxLeastSquares& other);
-    rxLeastSquares& operator=(rxLeastSquares&&) noexcept = default;
+    rxLeastSquares& operator=(rxLeastSquares&& other) noexcept;
     ~rxLeastSquares() = default;
 
     /// Sets the number of unknowns and forgets all observations, also when the number stays.

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/archive.h"
@@ -151,5 +153,8 @@ class PTMATCH_EXPORT rxMatrixExt {
     long rows_ = 0;
     std::vector<double> data_;
 };
+
+template <>
+struct rx_MinimalRecordSize<rxMatrixExt> : std::integral_constant<std::uint64_t, 17> {};
 
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxMatrixExt& matrix);

@@ -51,8 +51,7 @@ class PTMATCH_EXPORT rx2PTm {
     /// p0 to p7.
     using Params = std::array<double, 8>;
 
-    /// The identity. Not a constant; leave it alone. The static objects of every file that includes
-    /// this header may use it while they are being built and destroyed.
+    /// The identity, there before any other static object is built. Not a constant; leave it alone.
     static rx2PTm I;
 
     /// The identity, no pairs.
@@ -62,9 +61,10 @@ class PTMATCH_EXPORT rx2PTm {
     /// The affine transform of t, no pairs.   @throws as `fit`.
     explicit rx2PTm(const rx2PtMatchTm& t);
 
-    // Only copies: an object that was moved from would lack the unknowns of its equations.
+    // Only copies, so that a source keeps the unknowns of its equations.
     rx2PTm(const rx2PTm&) = default;
-    rx2PTm& operator=(const rx2PTm&) = default;
+    /// When memory runs out, the object is what it was.
+    rx2PTm& operator=(const rx2PTm& t);
     ~rx2PTm() = default;
 
     /// Adds the pair of a point of plane a and its image in plane b.
@@ -139,6 +139,10 @@ class PTMATCH_EXPORT rx2PTm {
     void sync_();
 
   private:
+    static constexpr Params kIdentity_ = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0};
+    struct WithoutMemory_ {};
+    constexpr explicit rx2PTm(WithoutMemory_) {}
+
     static rxVector<2> mapped_(const Params& p, const rxVector<2>& v) {
         const double w = p[6] * v.x() + p[7] * v.y() + 1.0;
         return rxVector<2>((p[0] * v.x() + p[1] * v.y() + p[2]) / w,
@@ -151,16 +155,12 @@ class PTMATCH_EXPORT rx2PTm {
     /// Puts r before the transform.
     void prepend_(const rx2PtMatchTm& r);
 
-    Params a2bParams_;
-    Params b2aParams_;
+    Params a2bParams_ = kIdentity_;
+    Params b2aParams_ = kIdentity_;
+    // One that has no unknowns yet stands for 8 of them and no pairs: that of `I`, which can take
+    // no memory because it is there before anything runs.
     rxPsuedoInverse solver_;
 };
-
-// Defined here, so that it is built before the static objects of any file that can name it. A
-// definition in a source file of the library would be built after those of the program that links
-// the library statically; one that needs no building is out of reach, for the sums of the pairs
-// live on the heap.
-inline rx2PTm rx2PTm::I;
 
 template <>
 struct rx_MinimalRecordSize<rx2PTm> : std::integral_constant<std::uint64_t, 734> {};

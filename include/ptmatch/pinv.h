@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/archive.h"
@@ -36,7 +38,7 @@ class PTMATCH_EXPORT rxPsuedoInverse {
     rxPsuedoInverse(rxPsuedoInverse&&) noexcept = default;
     /// When memory runs out, the accumulator is what it was.
     rxPsuedoInverse& operator=(const rxPsuedoInverse& other);
-    rxPsuedoInverse& operator=(rxPsuedoInverse&&) noexcept = default;
+    rxPsuedoInverse& operator=(rxPsuedoInverse&& other) noexcept;
     ~rxPsuedoInverse() = default;
 
     /// Sets the number of unknowns and forgets all observations, also when the number stays.
@@ -45,7 +47,7 @@ class PTMATCH_EXPORT rxPsuedoInverse {
     void resize(long n);
 
     /// Adds the observation x . p = y.
-    /// @param x  the coefficients; only the first n are used.
+    /// @param x  the coefficients; only the first n are used. Not a part of this accumulator.
     /// @throws std::out_of_range: x has fewer than n; nothing has been added.
     /// Cost n^2 multiplications and additions, no allocation.
     void update(std::span<const double> x, double y);
@@ -79,5 +81,8 @@ class PTMATCH_EXPORT rxPsuedoInverse {
     rxMatrixExt normal_;
     std::vector<double> rhs_;
 };
+
+template <>
+struct rx_MinimalRecordSize<rxPsuedoInverse> : std::integral_constant<std::uint64_t, 26> {};
 
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPsuedoInverse& accumulator);

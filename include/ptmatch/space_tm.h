@@ -42,8 +42,7 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     /// m00, m01, m02, tx, m10, m11, m12, ty, m20, m21, m22, tz.
     using Params = std::array<double, 12>;
 
-    /// The identity. Not a constant; leave it alone. The static objects of every file that includes
-    /// this header may use it while they are being built and destroyed.
+    /// The identity, there before any other static object is built. Not a constant; leave it alone.
     static rx3PtMatchTm I;
 
     /// The identity, no pairs.
@@ -51,9 +50,10 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     /// As `fit(a, b)` of a new object.
     rx3PtMatchTm(std::span<const rxVector<3>> a, std::span<const rxVector<3>> b);
 
-    // Only copies: an object that was moved from would lack the unknowns of its equations.
+    // Only copies, so that a source keeps the unknowns of its equations.
     rx3PtMatchTm(const rx3PtMatchTm&) = default;
-    rx3PtMatchTm& operator=(const rx3PtMatchTm&) = default;
+    /// When memory runs out, the object is what it was.
+    rx3PtMatchTm& operator=(const rx3PtMatchTm& t);
     ~rx3PtMatchTm() = default;
 
     /// Adds the pair of a point of space a and its image in space b.
@@ -78,6 +78,13 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     void identity();
 
     /// Moves by v in space a, before the transform.
+    ///
+    /// This and the next ones keep the pairs, although the transform is no longer the one that fits
+    /// them.
+    /// @throws rxMatrixExt::SingularMatrix: the new matrix, or what is to be done, has no inverse
+    /// or
+    ///     is not finite; the transform has changed all the same, its inverse has not. The same
+    ///     holds for the turns and scalings.
     void translate(const rxVector<3>& v);
     /// Turns the matrix, after the transform, about the axis; the translation stays:
     ///     x  (1 0 0, 0 c -s, 0 s c)     y  (c 0 s, 0 1 0, -s 0 c)     z  (c -s 0, s c 0, 0 0 1)
@@ -85,8 +92,7 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     void rotateOnY(rxRadian angle);
     void rotateOnZ(rxRadian angle);
     /// Scales the rows of the matrix, after the transform; the translation stays.
-    /// @throws rxMatrixExt::SingularMatrix: a factor is 0; the transform has changed all the same,
-    ///     its inverse has not.
+    /// A factor of 0 is such a case.
     void scale(const rxVector<3>& factors);
     void scale(double factor);
 
@@ -118,6 +124,12 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     void sync_();
 
   private:
+    static constexpr Params kIdentity_ = {1.0, 0.0, 0.0, 0.0,  //
+                                          0.0, 1.0, 0.0, 0.0,  //
+                                          0.0, 0.0, 1.0, 0.0};
+    struct WithoutMemory_ {};
+    constexpr explicit rx3PtMatchTm(WithoutMemory_) {}
+
     static rxVector<3> mapped_(const Params& p, const rxVector<3>& v) {
         return rxVector<3>(p[0] * v.x() + p[1] * v.y() + p[2] * v.z() + p[3],
                            p[4] * v.x() + p[5] * v.y() + p[6] * v.z() + p[7],
@@ -135,15 +147,13 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     /// Multiplies the matrix by this one, row by row, from the left.
     void turn_(const std::array<double, 9>& matrix);
 
+    // Without unknowns they stand for 4 of them and no pairs, as in rx2PTm.
     rxPsuedoInverse solverX_;
     rxPsuedoInverse solverY_;
     rxPsuedoInverse solverZ_;
-    Params a2bParams_;
-    Params b2aParams_;
+    Params a2bParams_ = kIdentity_;
+    Params b2aParams_ = kIdentity_;
 };
-
-// Defined here for the reason given for rx2PTm::I.
-inline rx3PtMatchTm rx3PtMatchTm::I;
 
 template <>
 struct rx_MinimalRecordSize<rx3PtMatchTm> : std::integral_constant<std::uint64_t, 754> {};

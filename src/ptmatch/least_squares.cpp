@@ -280,6 +280,22 @@ rxLeastSquares::rxLeastSquares(long n) {
     resize(n);
 }
 
+rxLeastSquares::rxLeastSquares(rxLeastSquares&& other) noexcept
+    : factor_(std::move(other.factor_)),
+      row_(std::exchange(other.row_, {})),
+      residualNorm_(std::exchange(other.residualNorm_, 0.0)),
+      numObservations_(std::exchange(other.numObservations_, 0)) {}
+
+rxLeastSquares& rxLeastSquares::operator=(rxLeastSquares&& other) noexcept {
+    // Through a third one, so that an accumulator moved to itself loses nothing.
+    rxLeastSquares moved(std::move(other));
+    factor_ = std::move(moved.factor_);
+    row_.swap(moved.row_);
+    residualNorm_ = moved.residualNorm_;
+    numObservations_ = moved.numObservations_;
+    return *this;
+}
+
 rxLeastSquares& rxLeastSquares::operator=(const rxLeastSquares& other) {
     // Two sequences: with only one of them taken over, their lengths would differ.
     return *this = rxLeastSquares(other);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string>
 #include <vector>
 
 namespace {
@@ -10,7 +11,6 @@ constexpr long kVersion = 1100;
 constexpr int kVersionCheckLine = 410;
 
 constexpr long kNumUnknowns = 8;
-constexpr rx2PTm::Params kIdentity = {1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0};
 
 /// Half the sides of the squares whose corners and centre stand for the plane.
 constexpr double kChangeSquare = 1.0;
@@ -35,6 +35,7 @@ void addPair(rxPsuedoInverse& equations, const rxVector<2>& a, const rxVector<2>
 }
 
 rx2PTm::Params solve(const rxPsuedoInverse& equations) {
+    if (equations.numUnknowns() == 0) throw rxMatrixExt::SingularMatrix();  // there are no pairs
     const std::vector<double> solution = equations.fit();
     rx2PTm::Params params;
     std::copy_n(solution.begin(), params.size(), params.begin());
@@ -43,7 +44,9 @@ rx2PTm::Params solve(const rxPsuedoInverse& equations) {
 
 }  // namespace
 
-rx2PTm::rx2PTm() : a2bParams_(kIdentity), b2aParams_(kIdentity), solver_(kNumUnknowns) {}
+constinit rx2PTm rx2PTm::I{WithoutMemory_()};
+
+rx2PTm::rx2PTm() : solver_(kNumUnknowns) {}
 
 rx2PTm::rx2PTm(std::span<const rxVector<2>> a, std::span<const rxVector<2>> b) : rx2PTm() {
     fit(a, b);
@@ -56,7 +59,15 @@ rx2PTm::rx2PTm(const rx2PtMatchTm& t) : rx2PTm() {
             trans.y(), 0.0, 0.0});
 }
 
+rx2PTm& rx2PTm::operator=(const rx2PTm& t) {
+    solver_ = t.solver_;  // first, as it is all that can fail
+    a2bParams_ = t.a2bParams_;
+    b2aParams_ = t.b2aParams_;
+    return *this;
+}
+
 void rx2PTm::update(const rxVector<2>& a, const rxVector<2>& b) {
+    if (solver_.numUnknowns() == 0) solver_.resize(kNumUnknowns);
     addPair(solver_, a, b);
 }
 
@@ -76,8 +87,8 @@ void rx2PTm::fit(std::span<const rxVector<2>> a, std::span<const rxVector<2>> b)
 }
 
 void rx2PTm::identity() {
-    a2bParams_ = kIdentity;
-    b2aParams_ = kIdentity;
+    a2bParams_ = kIdentity_;
+    b2aParams_ = kIdentity_;
     solver_.reset();
 }
 
@@ -146,19 +157,22 @@ rxArchive& operator||(rxArchive& ar, rx2PTm& tm) {
     ar || version;
     if (version != kVersion) throw rxArchive::UnknownVersion("ptmatch/tm", kVersionCheckLine);
 
-    rx2PTm loaded;
-    rx2PTm& value = ar.isLoading() ? loaded : tm;
+    rx2PTm value;
+    if (ar.isStoring()) {
+        value = tm;
+        if (value.solver_.numUnknowns() == 0) value.solver_.resize(kNumUnknowns);
+    }
     for (std::size_t i = 0; i < value.a2bParams_.size(); ++i) {
         ar || value.a2bParams_[i] || value.b2aParams_[i];
     }
     ar || value.solver_;
     if (ar.isLoading()) {
-        if (loaded.solver_.numUnknowns() != kNumUnknowns) {
+        if (value.solver_.numUnknowns() != kNumUnknowns) {
             throw rxArchive::Errors("perspective transform: the equations have " +
-                                    std::to_string(loaded.solver_.numUnknowns()) +
+                                    std::to_string(value.solver_.numUnknowns()) +
                                     " unknowns instead of 8");
         }
-        tm = loaded;
+        tm = value;
     }
     return ar;
 }

@@ -22,6 +22,14 @@ rxPsuedoInverse& rxPsuedoInverse::operator=(const rxPsuedoInverse& other) {
     return *this = rxPsuedoInverse(other);
 }
 
+rxPsuedoInverse& rxPsuedoInverse::operator=(rxPsuedoInverse&& other) noexcept {
+    // Through a third one, so that an accumulator moved to itself loses nothing.
+    rxPsuedoInverse moved(std::move(other));
+    normal_ = std::move(moved.normal_);
+    rhs_.swap(moved.rhs_);
+    return *this;
+}
+
 void rxPsuedoInverse::resize(long n) {
     rxMatrixExt normal(n, n);
     std::vector<double> rhs(static_cast<std::size_t>(n), 0.0);

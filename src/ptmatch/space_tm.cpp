@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ptmatch/matext.h"
@@ -14,14 +15,16 @@ constexpr long kVersion = 1100;
 constexpr int kVersionCheckLine = 688;
 
 constexpr long kNumUnknowns = 4;
-constexpr rx3PtMatchTm::Params kIdentity = {1.0, 0.0, 0.0, 0.0,  //
-                                            0.0, 1.0, 0.0, 0.0,  //
-                                            0.0, 0.0, 1.0, 0.0};
 
 /// Element (r, c) of the parameters as a 4x4 matrix, whose last row is (0, 0, 0, 1).
 double homogeneous(const rx3PtMatchTm::Params& p, std::size_t r, std::size_t c) {
     if (r < 3) return p[4 * r + c];
     return c < 3 ? 0.0 : 1.0;
+}
+
+/// Gives an accumulator that has no unknowns yet its four.
+void provideUnknowns(rxPsuedoInverse& solver) {
+    if (solver.numUnknowns() == 0) solver.resize(kNumUnknowns);
 }
 
 void requireUnknowns(const rxPsuedoInverse& solver) {
@@ -33,19 +36,30 @@ void requireUnknowns(const rxPsuedoInverse& solver) {
 
 }  // namespace
 
+constinit rx3PtMatchTm rx3PtMatchTm::I{WithoutMemory_()};
+
 rx3PtMatchTm::rx3PtMatchTm()
-    : solverX_(kNumUnknowns),
-      solverY_(kNumUnknowns),
-      solverZ_(kNumUnknowns),
-      a2bParams_(kIdentity),
-      b2aParams_(kIdentity) {}
+    : solverX_(kNumUnknowns), solverY_(kNumUnknowns), solverZ_(kNumUnknowns) {}
 
 rx3PtMatchTm::rx3PtMatchTm(std::span<const rxVector<3>> a, std::span<const rxVector<3>> b)
     : rx3PtMatchTm() {
     fit(a, b);
 }
 
+rx3PtMatchTm& rx3PtMatchTm::operator=(const rx3PtMatchTm& t) {
+    rx3PtMatchTm copy(t);  // copying is all that can fail
+    solverX_ = std::move(copy.solverX_);
+    solverY_ = std::move(copy.solverY_);
+    solverZ_ = std::move(copy.solverZ_);
+    a2bParams_ = t.a2bParams_;
+    b2aParams_ = t.b2aParams_;
+    return *this;
+}
+
 void rx3PtMatchTm::update(const rxVector<3>& a, const rxVector<3>& b) {
+    provideUnknowns(solverX_);
+    provideUnknowns(solverY_);
+    provideUnknowns(solverZ_);
     const std::array row{a.x(), a.y(), a.z(), 1.0};
     solverX_.update(row, b.x());
     solverY_.update(row, b.y());
@@ -61,6 +75,7 @@ void rx3PtMatchTm::fit() {
     Params fitted;
     auto row = fitted.begin();
     for (const rxPsuedoInverse* solver : {&solverX_, &solverY_, &solverZ_}) {
+        if (solver->numUnknowns() == 0) throw rxMatrixExt::SingularMatrix();  // there are no pairs
         row = std::copy_n(solver->fit().begin(), kNumUnknowns, row);
     }
     adopt_(fitted);
@@ -73,15 +88,15 @@ void rx3PtMatchTm::fit(std::span<const rxVector<3>> a, std::span<const rxVector<
 }
 
 void rx3PtMatchTm::identity() {
-    a2bParams_ = kIdentity;
-    b2aParams_ = kIdentity;
+    a2bParams_ = kIdentity_;
+    b2aParams_ = kIdentity_;
     solverX_.reset();
     solverY_.reset();
     solverZ_.reset();
 }
 
 void rx3PtMatchTm::translate(const rxVector<3>& v) {
-    Params shift = kIdentity;
+    Params shift = kIdentity_;
     shift[3] = v.x();
     shift[7] = v.y();
     shift[11] = v.z();
@@ -186,17 +201,22 @@ rxArchive& operator||(rxArchive& ar, rx3PtMatchTm& tm) {
     ar || version;
     if (version != kVersion) throw rxArchive::UnknownVersion("ptmatch/tm", kVersionCheckLine);
 
-    rx3PtMatchTm loaded;
-    rx3PtMatchTm& value = ar.isLoading() ? loaded : tm;
+    rx3PtMatchTm value;
+    if (ar.isStoring()) {
+        value = tm;
+        provideUnknowns(value.solverX_);
+        provideUnknowns(value.solverY_);
+        provideUnknowns(value.solverZ_);
+    }
     ar || value.solverX_ || value.solverY_ || value.solverZ_;
     for (std::size_t i = 0; i < value.a2bParams_.size(); ++i) {
         ar || value.a2bParams_[i] || value.b2aParams_[i];
     }
     if (ar.isLoading()) {
-        requireUnknowns(loaded.solverX_);
-        requireUnknowns(loaded.solverY_);
-        requireUnknowns(loaded.solverZ_);
-        tm = loaded;
+        requireUnknowns(value.solverX_);
+        requireUnknowns(value.solverY_);
+        requireUnknowns(value.solverZ_);
+        tm = value;
     }
     return ar;
 }

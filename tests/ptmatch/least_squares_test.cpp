@@ -485,8 +485,14 @@ TEST(LeastSquares, IsAPlainValue) {
     const rxLeastSquares moved = std::move(original);
     EXPECT_EQ(moved.fit().x, copy.fit().x);
     EXPECT_EQ(original.numUnknowns(), 0);  // NOLINT(bugprone-use-after-move): this is the test
+    EXPECT_EQ(original.numObservations(), 0);
+    EXPECT_EQ(original.fit().residualNorm, 0.0);
     original.update({}, 1.0);
     EXPECT_THAT(original.fit().x, IsEmpty());
+    rxLeastSquares& self = copy;
+    copy = std::move(self);
+    EXPECT_EQ(copy.numObservations(), moved.numObservations());
+    EXPECT_EQ(copy.fit().x, moved.fit().x);
 
     const rxLeastSquares other(7);
     EXPECT_GT(withEveryAllocationFailing([&] { copy = other; },

@@ -219,7 +219,7 @@ TEST(FitPerspectiveNormalized, RecoversRandomTransformsOfAnySize) {
     }
 }
 
-TEST(FitPerspectiveNormalized, IsBetterThanTheSpecifiedFitOnPixelsByDigits) {
+TEST(FitPerspectiveNormalized, IsBetterThanThePlainFitOnPixelsByDigits) {
     TransformWorld world(1);
     const PlanePoints a = world.planePoints({500, 500}, 500, 40);
     const PlanePoints b = images(kOblique, a);

@@ -14,6 +14,7 @@
 #include "foundation/geometry_archive.h"
 #include "foundation/memory_archive.h"
 #include "ptmatch/transform_world.h"
+#include "support/allocation_meter.h"
 #include "support/archive_bytes.h"
 #include "support/archive_tampering.h"
 
@@ -410,6 +411,16 @@ TEST(PerspectiveTm, IsAValueAlsoInWhatItAccumulated) {
     const rx2PTm& self = copy;
     copy = self;
     EXPECT_EQ(stored(copy), stored(original));
+}
+
+TEST(PerspectiveTm, AnAssignmentThatRunsOutOfMemoryChangesNothing) {
+    rx2PTm target = rx2PTm::I;
+    const ByteVector before = stored(target);
+    const rx2PTm source(oblique());
+    EXPECT_GT(withEveryAllocationFailing([&] { target = source; },
+                                         [&] { EXPECT_EQ(stored(target), before); }),
+              1U);
+    EXPECT_EQ(stored(target), stored(source));
 }
 
 TEST(PerspectiveTm, AnObjectThatWasMovedFromIsWhatItWas) {

@@ -198,6 +198,9 @@ TEST(PsuedoInverse, CopyIsIndependentAndMovedFromOneHasNoUnknowns) {
     original.resize(1);
     original.update(std::array{2.0}, 6.0);
     EXPECT_THAT(original.fit(), ElementsAre(3));
+    rxPsuedoInverse& self = original;
+    original = std::move(self);
+    EXPECT_THAT(original.fit(), ElementsAre(3));
 }
 
 }  // namespace

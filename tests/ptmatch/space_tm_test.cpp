@@ -13,6 +13,7 @@
 #include "foundation/memory_archive.h"
 #include "ptmatch/matext.h"
 #include "ptmatch/transform_world.h"
+#include "support/allocation_meter.h"
 #include "support/archive_bytes.h"
 #include "support/archive_tampering.h"
 
@@ -353,6 +354,16 @@ TEST(SpaceTm, IsAValueAlsoInWhatItAccumulated) {
     EXPECT_EQ(stored(original), stored(rx3PtMatchTm(kFour, images(kSkewed, kFour))));
     copy = original;
     EXPECT_EQ(stored(copy), stored(original));
+}
+
+TEST(SpaceTm, AnAssignmentThatRunsOutOfMemoryChangesNothing) {
+    rx3PtMatchTm target = rx3PtMatchTm::I;
+    const ByteVector before = stored(target);
+    const rx3PtMatchTm source(rx3PtMatchTm(kFour, images(kSkewed, kFour)));
+    EXPECT_GT(withEveryAllocationFailing([&] { target = source; },
+                                         [&] { EXPECT_EQ(stored(target), before); }),
+              1U);
+    EXPECT_EQ(stored(target), stored(source));
 }
 
 TEST(SpaceTm, AnObjectThatWasMovedFromIsWhatItWas) {

@@ -1,6 +1,7 @@
 // The class-wide identities must be there for the static objects of any file, whatever the order in
 // which files come: this program's are built before those of the library, which is linked
-// statically.
+// statically, and those of early_user_of_transforms.cpp, which knows no header of the transforms,
+// before those of this file.
 
 #include <gtest/gtest.h>
 
@@ -9,7 +10,9 @@
 #include <cstdlib>
 #include <type_traits>
 
+#include "ptmatch/early_user_of_transforms.h"
 #include "ptmatch/tm.h"
+#include "support/archive_bytes.h"
 
 namespace {
 
@@ -38,6 +41,15 @@ bool canBeFitted(rx2PTm perspective, rx3PtMatchTm space) {
     return std::abs(p.x() - 6) < 1e-9 && std::abs(p.y() - 8) < 1e-9 && std::abs(q.z() - 6) < 1e-9;
 }
 
+}  // namespace
+
+bool identitiesAreThere() {
+    return areIdentities(rx2PtMatchTm::I, rx2PTm::I, rx3PtMatchTm::I) &&
+           canBeFitted(rx2PTm::I, rx3PtMatchTm::I);
+}
+
+namespace {
+
 struct EarlyUser {
     EarlyUser()
         : identities(areIdentities(rx2PtMatchTm::I, rx2PTm::I, rx3PtMatchTm::I)),
@@ -45,10 +57,7 @@ struct EarlyUser {
 
     // Runs after main; the program's exit status is then all that can tell.
     ~EarlyUser() {
-        if (areIdentities(rx2PtMatchTm::I, rx2PTm::I, rx3PtMatchTm::I) &&
-            canBeFitted(rx2PTm::I, rx3PtMatchTm::I)) {
-            return;
-        }
+        if (identitiesAreThere()) return;
         std::fputs("the identities are gone before their users\n", stderr);
         std::_Exit(EXIT_FAILURE);
     }
@@ -69,6 +78,25 @@ TEST(TransformInstances, AreThereWhileOtherStaticObjectsAreBuilt) {
     EXPECT_TRUE(kEarlyUser.fitted);
     EXPECT_TRUE(kEarlyUser.perspective == rx2PTm());
     EXPECT_TRUE(kEarlyUser.space == rx3PtMatchTm());
+}
+
+TEST(TransformInstances, AreThereForStaticObjectsOfFilesThatDoNotNameThem) {
+    EXPECT_TRUE(identitiesWereThereBeforeMain());
+}
+
+TEST(TransformInstances, AreStoredAsAnyOtherIdentity) {
+    using ptmatch::testing::stored;
+    EXPECT_EQ(stored(rx2PTm::I), stored(rx2PTm()));
+    EXPECT_EQ(stored(rx3PtMatchTm::I), stored(rx3PtMatchTm()));
+}
+
+TEST(TransformInstances, HaveNoPairsToFit) {
+    rx2PTm perspective = rx2PTm::I;
+    EXPECT_THROW(perspective.fit(), rxMatrixExt::SingularMatrix);
+    perspective.identity();
+    EXPECT_THROW(perspective.fit(), rxMatrixExt::SingularMatrix);
+    rx3PtMatchTm space = rx3PtMatchTm::I;
+    EXPECT_THROW(space.fit(), rxMatrixExt::SingularMatrix);
 }
 
 TEST(TransformInstances, AreNotConstants) {
