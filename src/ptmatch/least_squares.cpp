@@ -1,9 +1,9 @@
 #include "ptmatch/least_squares.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <limits>
 #include <numeric>
 #include <stdexcept>
@@ -11,6 +11,14 @@
 #include <utility>
 
 #include "foundation/exception.h"
+#include "ptmatch/householder.h"
+#include "ptmatch/hypotenuse.h"
+#include "ptmatch/jacobi_rotations.h"
+
+using ptmatch::detail::dot;
+using ptmatch::detail::hypotenuse;
+using ptmatch::detail::makeRowsOrthogonal;
+using ptmatch::detail::reflectColumn;
 
 namespace {
 
@@ -18,8 +26,6 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 // Squares of anything smaller, against one, vanish from the norms.
 constexpr double kSmallestRatio = 1e-150;
-// Some five are enough as a rule.
-constexpr int kMaxSweeps = 60;
 
 bool areFinite(std::span<const double> values) {
     return std::ranges::all_of(values, [](double value) { return std::isfinite(value); });
@@ -29,27 +35,6 @@ std::span<const double> elementsOf(const rxMatrixExt& a) {
     if (a.isBound() == 0) return {};
     return {a.pointToRow(0),
             static_cast<std::size_t>(a.rows()) * static_cast<std::size_t>(a.cols())};
-}
-
-// Four sums side by side, of a fixed order, that do not wait for one another.
-double dot(const double* a, const double* b, std::size_t n) {
-    std::array<double, 4> sums{};
-    std::size_t k = 0;
-    for (; k + 4 <= n; k += 4) {
-        for (std::size_t lane = 0; lane < 4; ++lane) sums[lane] += a[k + lane] * b[k + lane];
-    }
-    for (; k < n; ++k) sums[0] += a[k] * b[k];
-    return (sums[0] + sums[1]) + (sums[2] + sums[3]);
-}
-
-// The root of a^2 + b^2 without overflow, of the same bits on every platform.
-double length(double a, double b) {
-    const bool isFirstLarger = std::abs(a) > std::abs(b);
-    const double large = std::abs(isFirstLarger ? a : b);
-    const double small = std::abs(isFirstLarger ? b : a);
-    if (large == 0.0) return small;  // 0, or what is not a number
-    const double ratio = small / large;
-    return large * std::sqrt(1.0 + ratio * ratio);
 }
 
 // The power of two that brings the largest magnitude into [0.5, 1); 0 for zeros alone.
@@ -84,9 +69,9 @@ class RankRevealing {
         std::iota(columns_.begin(), columns_.end(), std::size_t{0});
         makeTriangular();
         for (std::size_t i = numRows_; i < m_; ++i) {
-            residualNorm_ = length(residualNorm_, row(i)[n_]);
+            residualNorm_ = hypotenuse(residualNorm_, row(i)[n_]);
         }
-        makeRowsOrthogonal();
+        makeRowsOrthogonal(work_.data(), numRows_, n_, n_ + 1);
         for (std::size_t i = 0; i < numRows_; ++i) {
             values_.push_back(std::sqrt(dot(row(i), row(i), n_)));
         }
@@ -109,7 +94,7 @@ class RankRevealing {
             const double value = values_[i];
             const double component = row(i)[n_];
             if (!(value > relativeTolerance * largest)) {
-                residualNorm = length(residualNorm, component);
+                residualNorm = hypotenuse(residualNorm, component);
                 continue;
             }
             ++solution.rank;
@@ -140,13 +125,12 @@ class RankRevealing {
             sumSquaresOfColumns(k);
             const auto largest =
                 std::max_element(sums_.begin() + static_cast<std::ptrdiff_t>(k), sums_.end() - 1);
-            const double norm = std::sqrt(*largest);
-            if (!(norm > kSmallestRatio)) {
+            if (!(std::sqrt(*largest) > kSmallestRatio)) {
                 for (std::size_t i = k; i < m_; ++i) std::fill_n(row(i), n_, 0.0);
                 return;
             }
             exchangeColumns(k, static_cast<std::size_t>(largest - sums_.begin()));
-            if (k + 1 < m_) reflect(k, norm);
+            reflectColumn(row(k), row(k) + n_ + 1, m_ - k - 1, k, n_ + 1, sums_.data());
         }
     }
 
@@ -163,61 +147,6 @@ class RankRevealing {
         if (j == k) return;
         std::swap(columns_[j], columns_[k]);
         for (std::size_t i = 0; i < m_; ++i) std::swap(row(i)[j], row(i)[k]);
-    }
-
-    // Turns column k, of length `norm` from row k on, into a multiple of its first element.
-    void reflect(std::size_t k, double norm) {
-        const double first = row(k)[k];
-        // The sign that adds two magnitudes.
-        const double image = first > 0.0 ? -norm : norm;
-        const double head = first - image;
-        // sums_[j] = v^T (column j), with v = (head, the elements below).
-        std::ranges::fill(sums_, 0.0);
-        for (std::size_t i = k; i < m_; ++i) {
-            const double v = i == k ? head : row(i)[k];
-            for (std::size_t j = k + 1; j <= n_; ++j) sums_[j] += v * row(i)[j];
-        }
-        // v^T v / 2 = norm^2 - first image
-        const double factor = 1.0 / (norm * (norm + std::abs(first)));
-        for (std::size_t i = k; i < m_; ++i) {
-            const double v = factor * (i == k ? head : row(i)[k]);
-            for (std::size_t j = k + 1; j <= n_; ++j) row(i)[j] -= v * sums_[j];
-            row(i)[k] = i == k ? image : 0.0;
-        }
-    }
-
-    // One-sided Jacobi: turns pairs of rows until every two of them are orthogonal.
-    void makeRowsOrthogonal() {
-        bool isOrthogonal = false;
-        for (int sweep = 0; sweep < kMaxSweeps && !isOrthogonal; ++sweep) {
-            isOrthogonal = true;
-            for (std::size_t p = 0; p + 1 < numRows_; ++p) {
-                for (std::size_t q = p + 1; q < numRows_; ++q) {
-                    if (makeOrthogonal(row(p), row(q))) isOrthogonal = false;
-                }
-            }
-        }
-    }
-
-    // @return whether the rows had to be turned.
-    bool makeOrthogonal(double* p, double* q) const {
-        const double pp = dot(p, p, n_);
-        const double qq = dot(q, q, n_);
-        const double pq = dot(p, q, n_);
-        if (pp == 0.0 || qq == 0.0) return false;
-        // The products of n elements are good for this much and no more.
-        const double tolerance = kEpsilon * std::sqrt(static_cast<double>(n_));
-        if (!(std::abs(pq) > tolerance * std::sqrt(pp) * std::sqrt(qq))) return false;
-        const double zeta = (qq - pp) / (2.0 * pq);
-        const double tangent = std::copysign(1.0, zeta) / (std::abs(zeta) + length(1.0, zeta));
-        const double cosine = 1.0 / std::sqrt(1.0 + tangent * tangent);
-        const double sine = cosine * tangent;
-        for (std::size_t j = 0; j <= n_; ++j) {
-            const double old = p[j];
-            p[j] = cosine * old - sine * q[j];
-            q[j] = sine * old + cosine * q[j];
-        }
-        return true;
     }
 
     std::size_t m_;
@@ -322,7 +251,7 @@ void rxLeastSquares::update(std::span<const double> x, double y) {
     for (std::size_t i = 0; i < n; ++i) {
         if (row_[i] == 0.0) continue;
         double* const factor = factor_.pointToRow(static_cast<long>(i));
-        const double diagonal = length(factor[i], row_[i]);
+        const double diagonal = hypotenuse(factor[i], row_[i]);
         const double cosine = factor[i] / diagonal;
         const double sine = row_[i] / diagonal;
         factor[i] = diagonal;
@@ -336,7 +265,7 @@ void rxLeastSquares::update(std::span<const double> x, double y) {
         y = cosine * y - sine * old;
     }
     // What is left over no choice of the unknowns can explain.
-    residualNorm_ = length(residualNorm_, y);
+    residualNorm_ = hypotenuse(residualNorm_, y);
 }
 
 rxLeastSquaresSolution rxLeastSquares::fit(double relativeTolerance) const {
@@ -359,7 +288,7 @@ rxLeastSquaresSolution rxLeastSquares::fit(double relativeTolerance) const {
     for (std::size_t j = 0; j < solution.x.size(); ++j) {
         solution.x[j] = std::scalbn(solution.x[j], -exponents[j]);
     }
-    solution.residualNorm = length(solution.residualNorm, residualNorm_);
+    solution.residualNorm = hypotenuse(solution.residualNorm, residualNorm_);
     solution.numEquations = numObservations_;
     requireInRange(solution);
     return solution;

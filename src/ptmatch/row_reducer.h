@@ -1,8 +1,10 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstddef>
+
+#include "ptmatch/householder.h"
 
 namespace ptmatch::detail {
 
@@ -19,62 +21,33 @@ template <std::size_t N>
 class RowReducer {
   public:
     void add(const std::array<double, N>& row) {
-        if (numRows_ == rows_.size()) fold_();
-        rows_[numRows_++] = row;
+        if (numGathered_ == kBlock) fold_();
+        std::copy_n(row.begin(), N, gathered_.begin() + numGathered_ * N);
+        ++numGathered_;
     }
 
     /// R; what lies below its diagonal is 0.
     SquareArray<N> triangle() {
         fold_();
-        SquareArray<N> r;
-        for (std::size_t i = 0; i < N; ++i) r[i] = rows_[i];
-        return r;
+        return triangle_;
     }
 
   private:
     static constexpr std::size_t kBlock = 64;
 
+    // Of the rows of R only the one of the diagonal element takes part: below it R is 0.
     void fold_() {
-        for (std::size_t column = 0; column < N; ++column) reflect_(column);
-        numRows_ = N;
+        std::array<double, N> room;
+        for (std::size_t column = 0; column < N; ++column) {
+            reflectColumn(triangle_[column].data(), gathered_.data(), numGathered_, column, N,
+                          room.data());
+        }
+        numGathered_ = 0;
     }
 
-    // Takes the column to a multiple of the unit vector of its diagonal element. Of the first N
-    // rows, which hold R, only the one of that element takes part: below it R is 0.
-    void reflect_(std::size_t column) {
-        std::array<double, N>& diagonal = rows_[column];
-        double tailSquared = 0.0;
-        for (std::size_t i = N; i < numRows_; ++i)
-            tailSquared += rows_[i][column] * rows_[i][column];
-        if (tailSquared == 0.0) return;
-
-        const double head = diagonal[column];
-        const double norm = std::sqrt(head * head + tailSquared);
-        const double reflected = std::copysign(norm, -head);
-        const double v0 = head - reflected;  // no cancellation: the signs differ
-        const double tau = 1.0 / (norm * std::abs(v0));
-
-        // The dot products of all columns at once, so that they are independent of each other.
-        std::array<double, N> dot;
-        for (std::size_t c = 0; c < N; ++c) dot[c] = v0 * diagonal[c];
-        for (std::size_t i = N; i < numRows_; ++i) {
-            const double v = rows_[i][column];
-            for (std::size_t c = 0; c < N; ++c) dot[c] += v * rows_[i][c];
-        }
-        // What lies left of the column is 0 already and stays so.
-        for (std::size_t c = 0; c < N; ++c) dot[c] = c > column ? dot[c] * tau : 0.0;
-        for (std::size_t c = 0; c < N; ++c) diagonal[c] -= v0 * dot[c];
-        for (std::size_t i = N; i < numRows_; ++i) {
-            const double v = rows_[i][column];
-            for (std::size_t c = 0; c < N; ++c) rows_[i][c] -= v * dot[c];
-            rows_[i][column] = 0.0;
-        }
-        diagonal[column] = reflected;
-    }
-
-    // R in the first N rows, gathered rows behind it.
-    std::array<std::array<double, N>, N + kBlock> rows_{};
-    std::size_t numRows_ = N;
+    SquareArray<N> triangle_{};
+    std::array<double, kBlock * N> gathered_{};
+    std::size_t numGathered_ = 0;
 };
 
 }  // namespace ptmatch::detail
