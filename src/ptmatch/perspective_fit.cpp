@@ -67,8 +67,9 @@ Homography adjugate(const Homography& h) {
     return adjugate;
 }
 
-/// Whether the determinant is that of a singular matrix whose elements were rounded. What the rows
-/// and columns are multiplied by does not matter.
+/// Whether the determinant is that of a singular matrix whose elements were rounded, or is not a
+/// number, as that of elements that are not finite. What the rows and columns are multiplied by
+/// does not matter.
 bool isSingular(const Homography& h, const Homography& adjugate) {
     constexpr double kRoundings = 8.0;
     double determinant = 0.0;
@@ -124,9 +125,7 @@ Homography fromFrame(const PointFrame<2>& f) {
 rx2PTm rfExactPerspective(const rx2PTm::Params& a2b) {
     const Homography h = homographyOf(a2b);
     const Homography inverse = adjugate(h);
-    const bool finite =
-        std::all_of(a2b.begin(), a2b.end(), [](double v) { return std::isfinite(v); });
-    if (!finite || isSingular(h, inverse)) {
+    if (isSingular(h, inverse)) {
         throw rxMathError("a perspective transform is singular or not finite\n");
     }
     rx2PTm exact;

@@ -82,6 +82,17 @@ TEST(ConditionEstimate, TellsAnIllConditionedMatrix) {
     EXPECT_NEAR(estimateOf(hilbert), 3.387e10, 0.001e10);
 }
 
+TEST(ConditionEstimate, IsNotBlindWhereEqualComponentsAreMappedToThemselves) {
+    // The inverse is I + s v w^T with v = (1, 0, 0, -1) and w = (0, 1, -1, 0), which neither equal
+    // components nor the first unit vector, nor their gradients, know of.
+    const double s = 0x1p20;
+    const rxMatrixExt a = matrixOf({{1, -s, s, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, s, -s, 1}});
+    const double condition = (1 + 2 * s) * (1 + 2 * s);
+    EXPECT_EQ(conditionOf(a), condition);
+    EXPECT_LE(estimateOf(a), condition);
+    EXPECT_GE(estimateOf(a), condition / 3.0);
+}
+
 TEST(ConditionEstimate, TellsASingularMatrix) {
     // An exchange with a row above; a tiny pivot; a pivot of pure rounding.
     EXPECT_EQ(estimateOf(matrixOf({{1, 1}, {1, 1}})), kInfinity);

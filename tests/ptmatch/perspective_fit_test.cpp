@@ -112,6 +112,14 @@ TEST(ExactPerspective, SingularAndInfiniteTransformsAreRefused) {
     }
 }
 
+TEST(ExactPerspective, NearlySingularTransformIsInvertedAsLongAsItIsNot) {
+    // The determinant is e, the cofactors are about one.
+    const double e = 0x1p-40;
+    const rx2PTm tm = rfExactPerspective({1, 1, 0, 1, 1 + e, 0, 0, 0});
+    EXPECT_EQ(tm.b2aParams(), (Params{(1 + e) / e, -1 / e, 0, -1 / e, 1 / e, 0, 0, 0}));
+    EXPECT_THROW(rfExactPerspective({1, 1, 0, 1, 1 + 2 * kEps, 0, 0, 0}), rxMathError);
+}
+
 TEST(ExactPerspective, AnInverseWithoutEightParametersIsRefused) {
     // Regular, but the origin of b is the image of a point at infinity: p0 p4 = p1 p3.
     const Params p = {0, 1, 0, 0, 0, 1, 1, 0};

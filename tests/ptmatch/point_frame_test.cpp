@@ -67,6 +67,7 @@ TEST(PointFrame, RefusesPointsInOnePlaceAndCoordinatesBeyondReckoning) {
     EXPECT_EQ(messageOf({{1, 2}, {1, 2e150}}), beyond);
     EXPECT_EQ(messageOf({{1, 2}, {1, 1e150}}), "");
     EXPECT_EQ(messageOf({{0, 0}, {1e-140, 0}}), "");
+    EXPECT_EQ(messageOf({{0, 0}, {1e-155, 0}}), "all points b lie in one place\n");
 }
 
 }  // namespace
