@@ -8,9 +8,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <span>
 #include <vector>
 
 #include "foundation/memory_archive.h"
+#include "foundation/stream_archive.h"
 #include "ptmatch/matext.h"
 #include "ptmatch/pinv.h"
 #include "ptmatch/small_matrix.h"
@@ -18,9 +20,11 @@
 #include "support/archive_bytes.h"
 #include "support/archive_tampering.h"
 #include "support/documented_bytes.h"
+#include "support/pipe_stream.h"
 
 namespace {
 
+using ptmatch::testing::allocationBound;
 using ptmatch::testing::AllocationMeter;
 using ptmatch::testing::ByteVector;
 using ptmatch::testing::documentedBytes;
@@ -29,6 +33,7 @@ using ptmatch::testing::expectTamperingHandled;
 using ptmatch::testing::joined;
 using ptmatch::testing::loaded;
 using ptmatch::testing::matrixOf;
+using ptmatch::testing::PipeStream;
 using ptmatch::testing::stored;
 using testing::IsEmpty;
 
@@ -100,7 +105,7 @@ TEST(MatrixExtRecord, ContradictingSizesAreRefusedWithTheMatrixUnchanged) {
          {matrixRecord(2, 2, 3, {1, 2, 3}), matrixRecord(2, 2, 5, {1, 2, 3, 4, 5}),
           matrixRecord(2, 0, 1, {1}), matrixRecord(0, 0, 1, {1}), matrixRecord(1, 1, 0, {}),
           matrixRecord(-1, 2, 0, {}), matrixRecord(1, -2, 0, {}), matrixRecord(-1, -2, 2, {1, 2}),
-          matrixRecord(INT32_MIN, 0, 0, {}),
+          matrixRecord(INT32_MIN, 0, 0, {}), matrixRecord(0, INT32_MIN, 0, {}),
           // 2^32 elements, of which 32 bits leave none.
           matrixRecord(65536, 65536, 0, {})}) {
         rxMatrixExt matrix = before;
@@ -112,11 +117,38 @@ TEST(MatrixExtRecord, ContradictingSizesAreRefusedWithTheMatrixUnchanged) {
 
 TEST(MatrixExtRecord, HostileCountsTakeNoMemory) {
     for (const ByteVector& bytes : {matrixRecord(INT32_MAX, 1, 2147483647UL, {1, 2}),
+                                    matrixRecord(1 << 15, 1 << 16, 2147483648UL, {1, 2}),
+                                    matrixRecord(1 << 16, 1 << 15, 2147483648UL, {}),
                                     matrixRecord(INT32_MAX, INT32_MAX, 4294967295UL, {}),
                                     matrixRecord(3, 1431655765, 4294967295UL, {})}) {
         const AllocationMeter meter;
         EXPECT_THROW(loaded<rxMatrixExt>(bytes), rxArchive::Errors);
         EXPECT_LT(meter.largest(), 1000U);
+    }
+}
+
+TEST(MatrixExtRecord, CountsThatAStreamOfUnknownLengthCannotRefuteTakeNoMemory) {
+    for (const ByteVector& bytes : {matrixRecord(1 << 14, 1 << 14, 1UL << 28, {1, 2}),
+                                    matrixRecord(INT32_MAX, 1, 2147483647UL, {})}) {
+        PipeStream pipe(bytes);
+        rxStreamLoadArchive ar(pipe);
+        rxMatrixExt matrix = matrixOf({{1, 2}});
+        const AllocationMeter meter;
+        EXPECT_THROW(ar || matrix, rxArchive::Errors);
+        EXPECT_LE(meter.largest(), allocationBound(bytes.size()));
+        EXPECT_EQ(matrix, matrixOf({{1, 2}}));
+    }
+}
+
+TEST(MatrixExtRecord, LoadOfACutOffRecordLeavesTheMatrix) {
+    const rxMatrixExt before = matrixOf({{1, 2}, {3, 4}});
+    const ByteVector bytes = stored(matrixOf({{5, 6, 7}, {8, 9, 10}}));
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        rxMatrixExt matrix = before;
+        const std::span cut = std::span(bytes).first(length);
+        rxMemoryLoadArchive ar(cut);
+        EXPECT_THROW(ar || matrix, rxArchive::Errors) << length << " bytes";
+        EXPECT_EQ(matrix, before);
     }
 }
 
@@ -174,10 +206,44 @@ TEST(PsuedoInverseRecord, ContradictingSizesAreRefusedWithTheAccumulatorUnchange
           joined({stored(kVersion), matrixRecord(2, 1, 2, {1, 2}), stored(two)}),
           joined({stored(kVersion), matrixRecord(0, 2, 0, {}), stored(two)}),
           joined({stored(kVersion), matrixRecord(2, 2, 4, {1, 2, 3, 4}),
-                  stored(std::vector<double>{1})})}) {
+                  stored(std::vector<double>{1})}),
+          joined({stored(kVersion), matrixRecord(2, 2, 4, {1, 2, 3, 4}),
+                  stored(std::vector<double>{1, 2, 3})}),
+          joined({stored(kVersion), matrixRecord(2, 2, 4, {1, 2, 3, 4}),
+                  stored(std::vector<double>{})}),
+          joined({stored(kVersion), matrixRecord(-2, 2, 4, {1, 2, 3, 4}), stored(two)}),
+          joined({stored(kVersion), matrixRecord(-2, -2, 4, {1, 2, 3, 4}), stored(two)}),
+          joined({stored(kVersion), matrixRecord(0, 0, 0, {}), stored(two)})}) {
         rxPsuedoInverse accumulator = sampleAccumulator();
         rxMemoryLoadArchive ar(bytes);
         EXPECT_THROW(ar || accumulator, rxArchive::Errors);
+        EXPECT_EQ(stored(accumulator), stored(sampleAccumulator()));
+    }
+}
+
+TEST(PsuedoInverseRecord, HostileCountsTakeNoMemory) {
+    const ByteVector matrix = matrixRecord(2, 2, 4, {1, 2, 2, 4});
+    for (const ByteVector& bytes :
+         {joined({stored(kVersion), matrix, stored(kSequenceVersion, 2147483648UL, 1.0, 2.0)}),
+          joined({stored(kVersion), matrix, stored(kSequenceVersion, 4294967295UL)}),
+          joined({stored(kVersion), matrixRecord(1 << 15, 1 << 16, 2147483648UL, {1})}),
+          // A square of a size that 32 bits hold, of no elements that they could number.
+          joined({stored(kVersion), matrixRecord(1 << 16, 1 << 16, 0, {})})}) {
+        const AllocationMeter meter;
+        EXPECT_THROW(loaded<rxPsuedoInverse>(bytes), rxArchive::Errors);
+        EXPECT_LT(meter.largest(), 1000U);
+    }
+}
+
+TEST(PsuedoInverseRecord, LoadOfACutOffRecordLeavesTheAccumulator) {
+    rxPsuedoInverse other(3);
+    other.update(std::array{1.0, 2.0, 3.0}, 4.0);
+    const ByteVector bytes = stored(other);
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
+        rxPsuedoInverse accumulator = sampleAccumulator();
+        const std::span cut = std::span(bytes).first(length);
+        rxMemoryLoadArchive ar(cut);
+        EXPECT_THROW(ar || accumulator, rxArchive::Errors) << length << " bytes";
         EXPECT_EQ(stored(accumulator), stored(sampleAccumulator()));
     }
 }

@@ -13,6 +13,7 @@
 #include "foundation/exception.h"
 #include "foundation/geometry_archive.h"
 #include "foundation/memory_archive.h"
+#include "ptmatch/hostile_equations.h"
 #include "ptmatch/transform_world.h"
 #include "support/allocation_meter.h"
 #include "support/archive_bytes.h"
@@ -508,6 +509,22 @@ TEST(PerspectiveTmRecord, EquationsOfAnotherNumberOfUnknownsAreRefused) {
     }
 }
 
+TEST(PerspectiveTmRecord, ContradictingEquationsAreRefusedWithoutMemory) {
+    ByteVector head = stored(1100L);
+    for (int i = 0; i < 16; ++i) head = joined({head, stored(1.0)});
+    int number = 0;
+    for (const ByteVector& equations : hostileEquations(8)) {
+        SCOPED_TRACE(number++);
+        const ByteVector bytes = joined({head, equations});
+        rx2PTm target = oblique();
+        const AllocationMeter meter;
+        rxMemoryLoadArchive ar(bytes);
+        EXPECT_THROW(ar || target, rxArchive::Errors);
+        EXPECT_LT(meter.largest(), 1000U);
+        EXPECT_EQ(stored(target), stored(oblique()));
+    }
+}
+
 TEST(PerspectiveTmRecord, DamageIsNoticedOrHarmless) {
     rx2PTm tm = oblique();
     tm.rotate(rxRadian(1));
@@ -530,7 +547,7 @@ TEST(PerspectiveTmRecord, ALoadThatFailsLeavesTheObject) {
     rx2PTm source;
     source.translate({5, 5});
     const ByteVector bytes = stored(source);
-    for (std::size_t length = 0; length < bytes.size(); length += 13) {
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
         rx2PTm target = oblique();
         const std::span cut = std::span(bytes).first(length);
         rxMemoryLoadArchive ar(cut);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "foundation/memory_archive.h"
+#include "ptmatch/hostile_equations.h"
 #include "ptmatch/matext.h"
 #include "ptmatch/transform_world.h"
 #include "support/allocation_meter.h"
@@ -444,6 +445,26 @@ TEST(SpaceTmRecord, EquationsOfAnotherNumberOfUnknownsAreRefused) {
     }
 }
 
+TEST(SpaceTmRecord, ContradictingEquationsAreRefusedWithoutMemory) {
+    const ByteVector sound = stored(rxPsuedoInverse(4));
+    ByteVector params;
+    for (int i = 0; i < 24; ++i) params = joined({params, stored(1.0)});
+    for (std::size_t which = 0; which < 3; ++which) {
+        for (const ByteVector& hostile : hostileEquations(4)) {
+            SCOPED_TRACE("equations " + std::to_string(which));
+            std::array<ByteVector, 3> e{sound, sound, sound};
+            e[which] = hostile;
+            const ByteVector bytes = joined({stored(1100L), e[0], e[1], e[2], params});
+            rx3PtMatchTm target = withParams(kSkewed);
+            const AllocationMeter meter;
+            rxMemoryLoadArchive ar(bytes);
+            EXPECT_THROW(ar || target, rxArchive::Errors);
+            EXPECT_LT(meter.largest(), 1000U);
+            EXPECT_EQ(stored(target), stored(withParams(kSkewed)));
+        }
+    }
+}
+
 TEST(SpaceTmRecord, DamageIsNoticedOrHarmless) {
     const ByteVector bytes = stored(rx3PtMatchTm(kFour, images(kSkewed, kFour)));
     const std::size_t refused = expectTamperingHandled(bytes, [](rxArchive& ar) {
@@ -465,7 +486,7 @@ TEST(SpaceTmRecord, ALoadThatFailsLeavesTheObject) {
     rx3PtMatchTm source;
     source.translate({5, 5, 5});
     const ByteVector bytes = stored(source);
-    for (std::size_t length = 0; length < bytes.size(); length += 13) {
+    for (std::size_t length = 0; length < bytes.size(); ++length) {
         rx3PtMatchTm target = withParams(kSkewed);
         const std::span cut = std::span(bytes).first(length);
         rxMemoryLoadArchive ar(cut);
