@@ -12,6 +12,7 @@
 
 #include "foundation/exception.h"
 #include "foundation/fitter.h"
+#include "foundation/memory_archive.h"
 #include "ptmatch/matext.h"
 #include "ptmatch/tm.h"
 #include "reference/random_moves.h"
@@ -38,6 +39,7 @@ using ptmatch::reference::Random;
 using ptmatch::reference::SpaceMove;
 using ptmatch::reference::SpaceTransform;
 using ptmatch::testing::sameNumbers;
+using ptmatch::testing::stored;
 
 constexpr long kSequencesOfAKind = 40;
 constexpr long kMovesOfASequence = 25;
@@ -212,7 +214,7 @@ void expectSameApproximation(const rx2PTm& actual, const Perspective& expected) 
 }
 
 void expectSameState(const rx2PTm& actual, const Perspective& expected) {
-    const std::vector<unsigned char> bytes = ptmatch::testing::stored(actual);
+    const std::vector<unsigned char> bytes = stored(actual);
     RecordReader record(bytes);
     record.expectWord(1100);
     record.expectParams(expected.a2bParams, expected.b2aParams);
@@ -222,7 +224,7 @@ void expectSameState(const rx2PTm& actual, const Perspective& expected) {
 }
 
 void expectSameState(const rx3PtMatchTm& actual, const SpaceTransform& expected) {
-    const std::vector<unsigned char> bytes = ptmatch::testing::stored(actual);
+    const std::vector<unsigned char> bytes = stored(actual);
     RecordReader record(bytes);
     record.expectWord(1100);
     record.expectSums(expected.solverX);
@@ -232,6 +234,38 @@ void expectSameState(const rx3PtMatchTm& actual, const SpaceTransform& expected)
     record.expectEnd();
     expectSameMapping(actual, expected, kSpaceProbes);
 }
+
+template <class Tm>
+void load(Tm& tm, const Tm& saved) {
+    const std::vector<unsigned char> bytes = stored(saved);
+    rxMemoryLoadArchive ar(bytes);
+    ar || tm;
+    EXPECT_EQ(ar.bytesLeft(), 0U);
+}
+// What a load from the record of `saved` comes to.
+void load(PlanarTransform& tm, const PlanarTransform& saved) {
+    tm.a2bXform = saved.a2bXform;
+    tm.b2aXform = saved.b2aXform;  // the pairs are no part of the record
+}
+void load(Perspective& tm, const Perspective& saved) {
+    tm = saved;
+}
+void load(SpaceTransform& tm, const SpaceTransform& saved) {
+    tm = saved;
+}
+
+/// @param part  at least 0 and below 1: how much of the record is there.
+template <class Tm>
+void loadCutOff(Tm& tm, const Tm& saved, double part) {
+    std::vector<unsigned char> bytes = stored(saved);
+    bytes.resize(static_cast<std::size_t>(part * static_cast<double>(bytes.size())));
+    rxMemoryLoadArchive ar(bytes);
+    EXPECT_THROW(ar || tm, rxArchive::Errors);
+}
+// Such a load comes to nothing.
+void loadCutOff(PlanarTransform& /*tm*/, const PlanarTransform& /*saved*/, double /*part*/) {}
+void loadCutOff(Perspective& /*tm*/, const Perspective& /*saved*/, double /*part*/) {}
+void loadCutOff(SpaceTransform& /*tm*/, const SpaceTransform& /*saved*/, double /*part*/) {}
 
 /// What the calls have in common for every pair of library and reference.
 template <class Tm, class Move>
@@ -251,6 +285,10 @@ void applyCommon(Tm& tm, Tm& saved, const Move& move) {
         case Call::kRestore:
             tm = saved;
             return;
+        case Call::kLoad:
+            return load(tm, saved);
+        case Call::kLoadCutOff:
+            return loadCutOff(tm, saved, move.part);
         default:
             return tm.update(move.a.front(), move.b.front());
     }

@@ -143,7 +143,7 @@ struct Pairs {
 
 Pairs anyPairs(Random& random, const MoveKind& kind, const Scene& scene, bool inPlane) {
     Pairs pairs;
-    for (long i = random.integer(1, 9); i > 0; --i) {
+    for (long i = random.chance(0.1) ? random.integer(10, 80) : random.integer(1, 9); i > 0; --i) {
         Triple a = anyPoint(random, kind);
         if (inPlane) a[2] = 0.0;
         pairs.a.push_back(a);
@@ -181,6 +181,8 @@ Call anyCall(Random& random) {
         {kConcatItself, 1},
         {kSave, 3},
         {kRestore, 3},
+        {kLoad, 3},
+        {kLoadCutOff, 2},
         {kConstructFromLists, 3},
         {kConstructFromXform, 2},
     };
@@ -258,6 +260,7 @@ std::vector<PlaneMove> planeMoves(Random& random, const MoveKind& kind, long cou
         const double x = value(random);
         move.vector = {x, value(random)};
         move.other = anyXform(random, kind);
+        move.part = random.uniform(0.0, 1.0);
         moves.push_back(move);
     }
     return moves;
@@ -281,6 +284,7 @@ std::vector<SpaceMove> spaceMoves(Random& random, const MoveKind& kind, long cou
         const double x = value(random);
         const double y = value(random);
         move.vector = {x, y, value(random)};
+        move.part = random.uniform(0.0, 1.0);
         moves.push_back(move);
     }
     return moves;

@@ -28,8 +28,10 @@ enum class Call {
     kConcat,
     kAppendItself,
     kConcatItself,
-    kSave,     ///< Copies the transform aside.
-    kRestore,  ///< Assigns the copy.
+    kSave,        ///< Copies the transform aside.
+    kRestore,     ///< Assigns the copy.
+    kLoad,        ///< Loads the record of the copy.
+    kLoadCutOff,  ///< The same from a record that ends too early.
     kConstructFromLists,
     kConstructFromXform,
 };
@@ -43,6 +45,7 @@ struct PlaneMove {
     rxRadian angle;
     rxVector<2> vector;  ///< A translation or the factors of a scaling.
     rxXform<2> other;
+    double part = 0.5;  ///< How much is there of a record that is cut off.
 };
 
 struct SpaceMove {
@@ -52,6 +55,7 @@ struct SpaceMove {
     int axis = 0;  ///< 0 x, 1 y, 2 z
     rxRadian angle;
     rxVector<3> vector;
+    double part = 0.5;
 };
 
 /// A way to make sequences of calls, named by why it hurts.
