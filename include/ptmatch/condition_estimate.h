@@ -20,9 +20,8 @@
 /// @param decomposed  A, decomposed by `ludcmp`.
 /// @param index       as `ludcmp` has left it.
 /// @param oneNorm     rfOneNorm(A) of A as it was before.
-/// @return at least 1 but for rounding; 1 for a matrix of 0 x 0; infinity for a matrix with a
-/// column
-///     in which no pivot was found, or whose inverse is not finite.
+/// @return at least 1 but for rounding; 1 for a matrix of 0 x 0; infinity for a matrix whose
+///     inverse is not finite, or with a column in which no pivot was found.
 /// @throws rxMatrixExt::NotSquareMatrix; std::out_of_range as `lubksb`.
 /// Cost O(n^2), ten substitutions or fewer; allocates some n doubles.
 PTMATCH_EXPORT double rfConditionEstimate(const rxMatrixExt& decomposed,

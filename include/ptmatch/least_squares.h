@@ -89,9 +89,8 @@ class PTMATCH_EXPORT rxLeastSquares {
     void resize(long n);
 
     /// Adds the observation x . p = y.
-    /// @param x  the coefficients; only the first n are used. One that is not finite, as a y that
-    /// is
-    ///     not, makes every fit until the next reset throw.
+    /// @param x  the coefficients; only the first n are used.
+    /// A coefficient or a y that is not finite makes every fit until the next reset throw.
     /// @throws std::out_of_range: x has fewer than n; nothing has been added.
     /// Cost 2 n^2 multiplications and n roots, no allocation.
     void update(std::span<const double> x, double y);

@@ -22,8 +22,8 @@
 /// Accuracy (the worst of 200 random transforms, 4 to 33 exact pairs within +-h, w from 0.5
 /// to 1.5): the images and b2a(a2b(p)) are good to 20 eps of the largest coordinate, up to offsets
 /// of 10 h in both planes. Beyond that it is the eight parameters that limit: w, written down about
-/// a far origin, cancels. With an offset of 1,000 h that costs a factor of 1,000: 1e-7 pixels at h
-/// = 500. What has no digits left is refused as singular.
+/// a far origin, cancels. With an offset of 1,000 h that costs a factor of 1,000, which makes 1e-7
+/// pixels of h = 500. What has no digits left is refused as singular.
 
 /// The transform of these eight parameters, and as its inverse the adjugate of
 ///     p0 p1 p2
@@ -34,9 +34,8 @@
 ///
 /// That last element is what the inverse has for w at the origin of plane b. Where it is 0, the
 /// origin of b is the image of a point at infinity: the inverse exists, but not in the
-/// eight-parameter form. Moving the origin of plane b helps.
-/// Near that, the parameters of the inverse are large; it is good all the same, but near the
-/// origin.
+/// eight-parameter form. Moving the origin of plane b helps. Near that, the parameters of the
+/// inverse are large; it is good all the same, but near the origin.
 /// @throws rxMathError: p0 p4 = p1 p3 exactly; the transform is singular, to within rounding of the
 ///     parameters; a parameter or an element of the inverse is not finite.
 /// Law: b2a(a2b(p)) = p to the rounding of a2b(p) seen through the inverse.

@@ -26,10 +26,9 @@
 /// for `rotate`, `translate` and `scale`, from -5 to 5 for the inverse. Fits solve normal equations
 /// of unscaled coordinates. All this is made for coordinates of the order of 1 to 10, such as the
 /// positions on a grid. Limits (figures measured):
-/// - Where the images of the square from -5 to 5 lie far from the origin of plane b in proportion
-/// to
-///   their spread, the inverse loses digits: after translate((s, s)), b2a(a2b(p)) is off by 8e-12
-///   for s = 100, 3e-6 for 1e4, 50 for 1e6.
+/// - Where the images of the square from -5 to 5 lie farther from the origin of plane b than they
+///   spread, the inverse loses digits: after translate((s, s)), b2a(a2b(p)) is off by 8e-12 for
+///   s = 100, 3e-6 for 1e4, 50 for 1e6.
 /// - Where plane a is that of pixels, the square is a speck in its corner: of 40 exact pairs on
 ///   1,000 x 1,000 pixels the fit is good to 5e-12 pixels, its inverse to 4e-7; with an offset of
 ///   10,000 in both planes, 2e-7 and 1,000. Where the square crosses the horizon (w changes its
@@ -77,10 +76,9 @@ class PTMATCH_EXPORT rx2PTm {
     ///
     /// What is least is the sum of the squares of w (x' - b.x) and w (y' - b.y), not that of the
     /// distances in plane b: pairs where w is small count less.
-    /// @throws rxMatrixExt::SingularMatrix: there are no pairs, or the normal equations, or those
-    /// of
-    ///     the inverse, have a row of zeros. The transform is then what it was. Pairs that leave it
-    ///     open otherwise give large, meaningless parameters.
+    /// @throws rxMatrixExt::SingularMatrix: there are no pairs, or the normal equations (or those
+    ///     of the inverse) have a row of zeros. The transform is then what it was. Pairs that leave
+    ///     it open otherwise give large, meaningless parameters.
     void fit();
     /// Forgets transform and pairs, adds these pairs and fits.
     /// @throws as `update` and `fit`; the object is then the identity, after BadArgs without pairs.

@@ -52,8 +52,8 @@ class PTMATCH_EXPORT rxPsuedoInverse {
     /// Cost n^2 multiplications and additions, no allocation.
     void update(std::span<const double> x, double y);
 
-    /// The p that minimises the sum of (x . p - y)^2 over the observations, n values; none for n =
-    /// 0.
+    /// The p that minimises the sum of (x . p - y)^2 over the observations: n values, which are
+    /// none without unknowns.
     /// @throws rxMatrixExt::SingularMatrix: an unknown never had a coefficient other than zero, as
     ///     when there are no observations.
     /// Changes nothing: more observations can follow.   Cost n^3 / 3; allocates the copies that it

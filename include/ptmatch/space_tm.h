@@ -81,10 +81,9 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     ///
     /// This and the next ones keep the pairs, although the transform is no longer the one that fits
     /// them.
-    /// @throws rxMatrixExt::SingularMatrix: the new matrix, or what is to be done, has no inverse
-    /// or
-    ///     is not finite; the transform has changed all the same, its inverse has not. The same
-    ///     holds for the turns and scalings.
+    /// @throws rxMatrixExt::SingularMatrix: the new matrix, or what is to be done, is singular or
+    ///     not finite; the transform has changed all the same, its inverse has not. The same holds
+    ///     for the turns and scalings.
     void translate(const rxVector<3>& v);
     /// Turns the matrix, after the transform, about the axis; the translation stays:
     ///     x  (1 0 0, 0 c -s, 0 s c)     y  (c 0 s, 0 1 0, -s 0 c)     z  (c -s 0, s c 0, 0 0 1)
