@@ -5,15 +5,14 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <set>
 #include <string>
 
 #include "ptmatch/ptgdmap.h"
 #include "ptmatch/real_grid.h"
+#include "ptmatch/real_scene.h"
 
 // Dot plates and checkerboards on photographs, with the true position of every dot. Each is mapped
 // by somebody who has measured the two steps in the middle of the picture to a pixel: first with
@@ -146,21 +145,11 @@ TEST_P(RealGridSet, IsMappedAsItsTruthSays) {
 INSTANTIATE_TEST_SUITE_P(Collection, RealGridSet, ::testing::ValuesIn(kCollection), caseName);
 
 TEST(RealGridSets, HaveACaseEach) {
-    namespace fs = std::filesystem;
-    const fs::path root = PTMATCH_SHARED_DATA_DIR;
-    if (!fs::exists(root)) GTEST_SKIP() << "no collection of real grids at " << root;
+    const std::filesystem::path root = PTMATCH_SHARED_DATA_DIR;
+    if (!std::filesystem::exists(root)) GTEST_SKIP() << "no collection of real grids at " << root;
     std::set<std::string> cases;
     for (const GridCase& c : kCollection) cases.insert(c.set);
-    std::size_t numSets = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        if (entry.path().filename() != "truth.json") continue;
-        std::ifstream file(entry.path());
-        if (nlohmann::json::parse(file).at("kind") != "grid") continue;
-        ++numSets;
-        const std::string set = fs::relative(entry.path().parent_path(), root).generic_string();
-        EXPECT_EQ(cases.count(set), 1U) << set;
-    }
-    EXPECT_EQ(numSets, cases.size());
+    EXPECT_EQ(cases, setsOfKind(root, "grid"));
 }
 
 // The measure itself, on positions made up by hand.

@@ -10,8 +10,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <nlohmann/json.hpp>
 #include <ostream>
 #include <set>
 #include <string>
@@ -19,6 +17,7 @@
 #include "ptmatch/fit_residual.h"
 #include "ptmatch/perspective_fit.h"
 #include "ptmatch/real_grid.h"
+#include "ptmatch/real_scene.h"
 #include "ptmatch/transform_world.h"
 
 namespace ptmatch::testing {
@@ -114,21 +113,11 @@ std::string caseName(const ::testing::TestParamInfo<Plate>& info) {
 INSTANTIATE_TEST_SUITE_P(Collection, RealPlate, ::testing::ValuesIn(kPlates), caseName);
 
 TEST(RealPlates, HaveACaseEach) {
-    namespace fs = std::filesystem;
-    const fs::path root = PTMATCH_SHARED_DATA_DIR;
-    if (!fs::exists(root)) GTEST_SKIP() << "no collection of real grids at " << root;
+    const std::filesystem::path root = PTMATCH_SHARED_DATA_DIR;
+    if (!std::filesystem::exists(root)) GTEST_SKIP() << "no collection of real grids at " << root;
     std::set<std::string> cases;
     for (const Plate& plate : kPlates) cases.insert(plate.set);
-    std::size_t numSets = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        if (entry.path().filename() != "truth.json") continue;
-        std::ifstream file(entry.path());
-        if (nlohmann::json::parse(file).at("kind") != "grid") continue;
-        ++numSets;
-        const std::string set = fs::relative(entry.path().parent_path(), root).generic_string();
-        EXPECT_EQ(cases.count(set), 1U) << set;
-    }
-    EXPECT_EQ(numSets, cases.size());
+    EXPECT_EQ(cases, setsOfKind(root, "grid"));
 }
 
 }  // namespace

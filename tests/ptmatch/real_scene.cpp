@@ -56,6 +56,17 @@ std::vector<rxVector<2>> readPointTable(const std::string& path) {
     return points;
 }
 
+std::set<std::string> setsOfKind(const std::filesystem::path& root, const std::string& kind) {
+    std::set<std::string> sets;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+        if (entry.path().filename() != "truth.json") continue;
+        std::ifstream file = openFile(entry.path().string());
+        if (Json::parse(file).at("kind") != kind) continue;
+        sets.insert(std::filesystem::relative(entry.path().parent_path(), root).generic_string());
+    }
+    return sets;
+}
+
 RealScene readScene(const std::string& directory, long marker) {
     std::ifstream file = openFile(directory + "/truth.json");
     const Json truth = Json::parse(file);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,9 @@ struct RealScene {
 /// The points of a table `x,y[,...]` with one line of header.
 /// @throws std::runtime_error  no such file, or a line that is not two numbers.
 std::vector<rxVector<2>> readPointTable(const std::string& path);
+
+/// The directories below `root` whose `truth.json` is of the kind, relative to it, with slashes.
+std::set<std::string> setsOfKind(const std::filesystem::path& root, const std::string& kind);
 
 /// Reads `model.csv`, `data.csv` and `truth.json` of a directory.
 /// @param marker  in a scene of several patterns, the number of the one that is wanted; -1
