@@ -143,7 +143,7 @@ struct Pairs {
 
 Pairs anyPairs(Random& random, const MoveKind& kind, const Scene& scene, bool inPlane) {
     Pairs pairs;
-    for (long i = random.chance(0.1) ? random.integer(10, 80) : random.integer(1, 9); i > 0; --i) {
+    for (long i = random.chance(0.04) ? random.integer(10, 60) : random.integer(1, 9); i > 0; --i) {
         Triple a = anyPoint(random, kind);
         if (inPlane) a[2] = 0.0;
         pairs.a.push_back(a);
