@@ -1,0 +1,115 @@
+#include "csv_lines.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+
+#include "input_error.h"
+#include "number_text.h"
+
+namespace ptmatch::tool {
+namespace {
+
+// Quotes are only understood around a whole field: no field of a table of coordinates has a reason
+// to hold a comma.
+CsvFields splitFields(std::string_view line, const CsvPlace& place) {
+    if (line.find(',') == std::string_view::npos &&
+        line.find_first_of(";\t") != std::string_view::npos) {
+        place.fail("columns must be separated by commas, found " + inQuotes(line));
+    }
+    CsvFields fields;
+    while (true) {
+        const auto comma = line.find(',');
+        std::string_view field = trimmed(line.substr(0, comma));
+        if (field.size() >= 2 && field.front() == '"' && field.back() == '"') {
+            field = trimmed(field.substr(1, field.size() - 2));
+        }
+        fields.push_back(field);
+        if (comma == std::string_view::npos) return fields;
+        line.remove_prefix(comma + 1);
+    }
+}
+
+std::string inSmallLetters(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return result;
+}
+
+std::string joined(const CsvFields& fields) {
+    std::string text;
+    for (const std::string_view field : fields) {
+        if (!text.empty()) text += ", ";
+        text += field;
+    }
+    return text;
+}
+
+}  // namespace
+
+void CsvPlace::fail(const std::string& message) const {
+    throw InputError(name + ":" + std::to_string(line) + ": " + message);
+}
+
+void forEachCsvLine(std::string_view text, const std::string& name,
+                    const std::function<void(const CsvFields&, const CsvPlace&)>& use) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    CsvPlace place{name};
+    while (!text.empty()) {
+        const auto end = text.find('\n');
+        const std::string_view line = trimmed(text.substr(0, end));
+        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+        ++place.line;
+        if (line.empty() || line.front() == '#') continue;
+        use(splitFields(line, place), place);
+    }
+}
+
+bool isCsvHeader(const CsvFields& fields) {
+    return std::none_of(fields.begin(), fields.end(),
+                        [](std::string_view field) { return parseNumber(field).has_value(); });
+}
+
+std::optional<std::size_t> findCsvColumn(const CsvFields& header, const std::string& wanted,
+                                         const CsvPlace& place) {
+    std::optional<std::size_t> found;
+    for (std::size_t i = 0; i < header.size(); ++i) {
+        if (inSmallLetters(header[i]) != wanted) continue;
+        if (found) place.fail("two columns are named " + wanted);
+        found = i;
+    }
+    return found;
+}
+
+std::string headerHint(const CsvFields& header) {
+    return "(it has: " + printable(joined(header)) + ")";
+}
+
+void failCsvField(const CsvPlace& place, const std::string& expected, std::size_t column,
+                  const std::string& columnName, std::string_view field) {
+    const std::string found = field.empty() ? "nothing" : inQuotes(field);
+    place.fail("expected " + expected + " in column " + std::to_string(column + 1) + " (" +
+               columnName + "), found " + found);
+}
+
+double csvCoordinate(const CsvFields& fields, std::size_t column, const std::string& columnName,
+                     const CsvPlace& place) {
+    const auto value = parseNumber(fields[column]);
+    if (!value) failCsvField(place, "a number", column, columnName, fields[column]);
+    if (!std::isfinite(*value)) {
+        failCsvField(place, "a finite number", column, columnName, fields[column]);
+    }
+    return *value;
+}
+
+void requireCsvColumns(const CsvFields& fields, std::size_t count, const CsvPlace& place) {
+    if (fields.size() == count) return;
+    place.fail("expected " + std::to_string(count) + " columns, found " +
+               std::to_string(fields.size()) + (fields.size() > count ? kDecimalCommaHint : ""));
+}
+
+}  // namespace ptmatch::tool
