@@ -1,4 +1,5 @@
-// The command-line tool. Exit codes: 0 found, 1 nothing found, 2 bad input, 130 interrupted.
+// The command-line tool. Exit codes: 0 found or fitted, 1 nothing found, 2 bad input, 130
+// interrupted.
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -7,6 +8,7 @@
 #include <string>
 
 #include "exit_code.h"
+#include "fit_command.h"
 #include "foundation/attention.h"
 #include "grid_map_command.h"
 #include "grid_match_command.h"
@@ -27,15 +29,19 @@ int complain(const std::exception& error) {
 }
 
 int runTool(int argc, char** argv) {
-    CLI::App app("Finds known patterns and grids among points in the plane.", "ptmatch");
+    CLI::App app(
+        "Finds known patterns and grids among points in the plane, and fits transforms to pairs.",
+        "ptmatch");
     app.require_subcommand(1);
     app.failure_message(failureMessage);
     MatchOptions match;
     GridMapOptions gridMap;
     GridMatchOptions gridMatch;
+    FitOptions fit;
     addMatchCommand(app, match);
     const CLI::App* const gridMapCommand = addGridMapCommand(app, gridMap);
     const CLI::App* const gridMatchCommand = addGridMatchCommand(app, gridMatch);
+    const CLI::App* const fitCommand = addFitCommand(app, fit);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -43,6 +49,7 @@ int runTool(int argc, char** argv) {
     }
     if (gridMapCommand->parsed()) return runGridMap(gridMap, std::cout, std::cerr);
     if (gridMatchCommand->parsed()) return runGridMatch(gridMatch, std::cout, std::cerr);
+    if (fitCommand->parsed()) return runFit(fit, std::cout, std::cerr);
     return runMatch(match, std::cout, std::cerr);
 }
 

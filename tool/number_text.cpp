@@ -1,6 +1,8 @@
 #include "number_text.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <system_error>
 
@@ -80,6 +82,25 @@ std::string aboutText(double value) {
 std::string shortText(double value) {
     char buffer[32];
     const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return error == std::errc{} ? std::string(buffer, end) : "?";
+}
+
+std::string significantText(double value, int digits) {
+    constexpr double kSmallest = 1e-5;
+    constexpr double kLargest = 1e10;
+    const double size = std::abs(value);
+    if (size >= kSmallest && size < kLargest) {
+        const int before = static_cast<int>(std::floor(std::log10(size))) + 1;
+        std::string text = fixedText(value, std::max(0, digits - before));
+        if (text.find('.') == std::string::npos) return text;
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.back() == '.') text.pop_back();
+        return text;
+    }
+    if (value == 0.0) return "0";
+    char buffer[64];
+    const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value,
+                                            std::chars_format::scientific, digits - 1);
     return error == std::errc{} ? std::string(buffer, end) : "?";
 }
 

@@ -30,6 +30,11 @@ std::string fixedText(double value, int decimals);
 /// `value` with as few digits as read back to the same double.
 std::string shortText(double value);
 
+/// `value` with up to about `digits` significant digits, no zeros at the end of its decimals, and
+/// all digits before the point; very small and very large ones with an exponent: 0.0123, 312,
+/// 6.1e-17.
+std::string significantText(double value, int digits);
+
 /// A positive `value` in words for people: "about 9e+19", or "more than 1e+300" for the largest.
 std::string aboutText(double value);
 

@@ -67,3 +67,18 @@ TEST(NumberText, AboutTextHasOneDigit) {
     EXPECT_EQ(aboutText(9.4e19), "about 9e+19");
     EXPECT_EQ(aboutText(std::numeric_limits<double>::infinity()), "more than 1e+300");
 }
+
+TEST(NumberText, SignificantTextKeepsDigitsAtEverySize) {
+    EXPECT_EQ(significantText(0.0123456, 3), "0.0123");
+    EXPECT_EQ(significantText(-312.6, 2), "-313");
+    EXPECT_EQ(significantText(123456789.0, 4), "123456789");
+    EXPECT_EQ(significantText(0.5, 9), "0.5");
+    EXPECT_EQ(significantText(9.99999, 4), "10");
+    EXPECT_EQ(significantText(100.0, 4), "100");
+    EXPECT_EQ(significantText(6.123e-17, 2), "6.1e-17");
+    EXPECT_EQ(significantText(-2e20, 3), "-2.00e+20");
+    EXPECT_EQ(significantText(0.0, 4), "0");
+    EXPECT_EQ(significantText(-0.0, 4), "0");
+    EXPECT_EQ(significantText(std::numeric_limits<double>::infinity(), 4), "inf");
+    EXPECT_EQ(significantText(std::numeric_limits<double>::quiet_NaN(), 4), "nan");
+}

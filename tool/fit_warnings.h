@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "fit_report.h"
+
+namespace ptmatch::tool {
+
+/// A reason not to trust a fit.
+struct FitWarning {
+    /// A word for programs: "fewest_pairs", "weak_geometry", "weak_inverse", "decisive_pairs",
+    /// "large_residuals" or "horizon".
+    std::string kind;
+    /// One line for people.
+    std::string message;
+};
+
+/// From which on the arrangement of the points counts as weak: errors of the pairs grow by this
+/// within the circle or sphere around the points.
+constexpr double kWeakGrowth = 10.0;
+
+/// A pair of whose error the fit follows more than this share decides a part of it alone.
+constexpr double kDecisiveLeverage = 0.95;
+
+/// Residuals larger than this share of the spread of the points b (both root mean square) look like
+/// pairs that do not belong together.
+constexpr double kLargeResidual = 0.5;
+
+/// All that speaks against the fit, the gravest first.
+std::vector<FitWarning> warningsFor(const FitReport& report);
+
+}  // namespace ptmatch::tool
