@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 #include "foundation/exception.h"
@@ -15,8 +16,13 @@ namespace {
 // The message of a refusal. The fits of the plane begin theirs with their degrees of freedom, a
 // name of the model for programs; those of perspective leave open what would help.
 std::string inWordsOfTheUser(FitModel model, const std::string& refusal) {
-    const auto colon = refusal.rfind("degrees of freedom: ");
-    if (colon != std::string::npos) return refusal.substr(refusal.find(": ", colon) + 2);
+    const auto prefix = refusal.find("degrees of freedom: ");
+    if (prefix != std::string::npos) {
+        std::string reason = refusal.substr(refusal.find(": ", prefix) + 2);
+        constexpr std::string_view kSecond = "the second points";
+        if (reason.starts_with(kSecond)) reason.replace(0, kSecond.size(), "the points a");
+        return reason;
+    }
     if (model != FitModel::kPerspective) return refusal;
     const bool lacksForm = refusal.find("eight-parameter") != std::string::npos;
     return refusal + (lacksForm ? "; add a constant to the coordinates of a or b"

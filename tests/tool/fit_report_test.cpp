@@ -128,6 +128,16 @@ TEST(FitReport, PairsThatLeaveTheTransformOpenAreSaidToBeSo) {
     }
 }
 
+TEST(FitReport, PointsApartByRoundingOnlyAreNamedByTheirSide) {
+    const auto same = [](const Coordinates& p) { return p; };
+    const double next = std::nextafter(1e6, 2e6);
+    EXPECT_EQ(refusal(FitModel::kRigid, planePairs({{1e6, 0, 0}, {next, 0, 0}}, same)),
+              "p.csv: rigid cannot be fitted: the points a lie in one place");
+    EXPECT_EQ(
+        refusal(FitModel::kAffine, planePairs({{1e6, 1, 0}, {next, 2, 0}, {1e6, 3, 0}}, same)),
+        "p.csv: affine cannot be fitted: the points a lie on one line");
+}
+
 TEST(FitReport, PerspectivePairsNeedFourInGeneralPosition) {
     const auto same = [](const Coordinates& p) { return p; };
     const std::vector<Coordinates> allButOne = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0},
