@@ -105,7 +105,7 @@ Scene anyScene(Random& random, const MoveKind& kind) {
         element = kind.factor(random);
         if (random.chance(0.5)) element = -element;
     }
-    for (std::size_t i : {3, 7, 11}) scene.rows[i] = kind.coordinate(random);
+    for (const std::size_t i : {3U, 7U, 11U}) scene.rows[i] = kind.coordinate(random);
     if (random.chance(0.6)) {
         // A depth of 0 is met by whole numbers.
         for (double& d : scene.depth) d = random.pick<double>({0.0, 0.001, 0.02, 0.5});
