@@ -8,8 +8,13 @@
 #include "foundation/export.h"
 #include "foundation/persistent.h"
 
-/// Root of the library's exceptions: catch it for "anything this library reports".
-/// Also a std::exception; what() gives the message.
+/// Root of the exceptions that have a message: of the matcher, of records, of computations that
+/// have no answer. Also a std::exception; what() gives the message. Those of the matcher and of
+/// computations end with a line feed.
+///
+/// What else may come: the standard library's own (std::bad_alloc, and std::out_of_range where a
+/// sequence is too short), and some empty classes without a base, which a catch of std::exception
+/// does not see: NotSquareMatrix and SingularMatrix of rxMatrixExt, BadArgs of the transforms.
 class PTMATCH_EXPORT rxException : public rxPersistent, public std::exception {
   public:
     ~rxException() override;

@@ -11,7 +11,7 @@
 struct PTMATCH_EXPORT rxFitResidual {
     double rms = 0.0;       ///< root of the mean square of the distances
     double largest = 0.0;   ///< largest distance
-    std::size_t worst = 0;  ///< the first pair with it
+    std::size_t worst = 0;  ///< index of the first pair with it
 
     friend bool operator==(const rxFitResidual&, const rxFitResidual&) = default;
 };

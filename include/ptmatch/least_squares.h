@@ -59,7 +59,7 @@ PTMATCH_EXPORT std::vector<double> rfSingularValues(const rxMatrixExt& a);
 ///     rxLeastSquares line(2);                                 // y = p[0] x + p[1]
 ///     for (const auto& [x, y] : points) line.update(std::array{x, 1.0}, y);
 ///     const rxLeastSquaresSolution best = line.fit();
-///     if (!best.isDetermined()) ...                           // all points have the same x
+///     if (!best.isDetermined()) return;                       // all points have the same x
 ///     std::cout << best.x[0] << ", " << best.x[1] << " +- " << best.rmsResidual() << '\n';
 ///
 /// Keeps the triangular factor of the equations, into which each new one is turned by Givens
