@@ -26,11 +26,11 @@
 /// alone, M becomes R M, and leave the translation as it is: they act in space b, about the image
 /// of the origin of a. All of them keep the accumulated pairs.
 ///
-/// The fits solve normal equations in plain doubles about the origin of space a. Of exact pairs
-/// within 5 of an offset in all coordinates, the worst of 130 sets: without an offset the elements
-/// of the matrix are good to 1e-14 and the images to 5e-15; at 1,000, to 1e-8 and 3e-9; at 1e6, to
-/// 0.03 and 0.008. The functions of ptmatch/space_fit.h fit about the means, to 2e-11 and 6e-10
-/// there, and return the same class.
+/// The fits solve normal equations in plain doubles about the origin of space a. Of 5 or 30 exact
+/// pairs within 5 of an offset in all coordinates, the worst of 200 sets of each: without an offset
+/// the elements of the matrix are good to 7e-14 and the images to 2e-14; at 1,000, to 1e-8 and
+/// 5e-9; at 1e6, to 0.013 and 0.005. The functions of ptmatch/space_fit.h fit about the means and
+/// return the same class.
 ///
 /// A plain value, also in what it accumulated. Const members may be called by any number of threads
 /// at once; mapping a point does not allocate.
@@ -78,9 +78,6 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     void identity();
 
     /// Moves by v in space a, before the transform.
-    ///
-    /// This and the next ones keep the pairs, although the transform is no longer the one that fits
-    /// them.
     /// @throws rxMatrixExt::SingularMatrix: the new matrix, or what is to be done, is singular or
     ///     not finite; the transform has changed all the same, its inverse has not. The same holds
     ///     for the turns and scalings.
