@@ -84,6 +84,19 @@ TEST(AffineApproximation, ARectangleAcrossTheHorizonIsRefused) {
     EXPECT_THROW(rfAffineApproximation(tm, Area(0, 0, kNaN, 50)), rxMathError);
 }
 
+TEST(AffineApproximation, OneCornerBeyondTheHorizonIsEnough) {
+    const auto sloping = [](double p6, double p7) {
+        return rfExactPerspective({1, 0, 0, 0, 1, 0, p6, p7});
+    };
+    const Area area(-1, -1, 2, 2);
+    for (const double p6 : {-0.6, 0.6}) {
+        for (const double p7 : {-0.6, 0.6}) {  // w is -0.2 at one corner, 1 and 2.2 at the others
+            EXPECT_THROW(rfAffineApproximation(sloping(p6, p7), area), rxMathError);
+        }
+    }
+    EXPECT_NO_THROW(rfAffineApproximation(sloping(0.4, 0.4), area));
+}
+
 TEST(AffineApproximation, ARectangleWithoutAreaIsRefused) {
     EXPECT_THROW(rfAffineApproximation(oblique(1e-4), Area(0, 0, 1000, 0)),
                  rxLSPointToPointFitter::Errors);

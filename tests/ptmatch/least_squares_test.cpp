@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "foundation/exception.h"
+#include "ptmatch/jacobi_svd.h"
 #include "ptmatch/pinv.h"
 #include "ptmatch/small_matrix.h"
 #include "support/allocation_meter.h"
@@ -253,6 +254,44 @@ TEST(SingularValues, SmallOnesOfGradedRowsKeepTheirDigits) {
     const std::vector<double> values = rfSingularValues(a);
     EXPECT_NEAR(values[0] / 1e10, std::numbers::sqrt2, 8 * kEpsilon);
     EXPECT_NEAR(values[1] / 1e-10, std::numbers::sqrt2, 8 * kEpsilon);
+}
+
+TEST(SingularValues, SmallOnesOfGradedColumnsKeepTheirDigits) {
+    const double small = 0x1p-33;
+    const double tiny = 0x1p-66;
+    const std::vector<double> values =
+        rfSingularValues(matrixOf({{tiny, 2 * small, 0}, {0, small, 1}, {tiny, 0, 3}}));
+    // Their product is the determinant, 5 for columns that are not graded.
+    EXPECT_NEAR(values[0] * (values[1] / small) * (values[2] / tiny), 5.0, 64 * kEpsilon);
+    EXPECT_NEAR(values[0], std::sqrt(10.0), 16 * kEpsilon);
+}
+
+// What the exchanges of columns on the way to the triangle are for: with ten seeds the median error
+// was 4e-15 to 6.3e-15, and 1.2e-14 to 1.5e-14 without them.
+TEST(SingularValues, OfRowsAndColumnsGradedAgainstEachOtherKeepTheirDigits) {
+    constexpr std::size_t kSize = 6;
+    Random random(64);
+    std::vector<double> errors;
+    for (int repeat = 0; repeat < 300; ++repeat) {
+        rxMatrixExt a(kSize, kSize);
+        ptmatch::detail::SquareArray<kSize> same{};
+        for (std::size_t i = 0; i < kSize; ++i) {
+            for (std::size_t j = 0; j < kSize; ++j) {
+                const int exponent = 20 * (static_cast<int>(j) - static_cast<int>(i));
+                same[i][j] = std::ldexp(random.uniform(-1.0, 1.0), exponent);
+                a.element(static_cast<long>(i), static_cast<long>(j), same[i][j]);
+            }
+        }
+        const std::vector<double> values = rfSingularValues(a);
+        const std::array<double, kSize> expected = ptmatch::detail::jacobiSvd(same).sigma;
+        double error = 0.0;
+        for (std::size_t k = 0; k < kSize; ++k) {
+            error = std::max(error, std::abs(values[k] / expected[k] - 1.0));
+        }
+        errors.push_back(error);
+    }
+    std::ranges::nth_element(errors, errors.begin() + 150);
+    EXPECT_LT(errors[150], 9e-15);
 }
 
 std::array<double, 2> line(double x) {
