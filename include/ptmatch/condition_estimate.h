@@ -20,10 +20,12 @@
 /// @param decomposed  A, decomposed by `ludcmp`.
 /// @param index       as `ludcmp` has left it.
 /// @param oneNorm     rfOneNorm(A) of A as it was before.
-/// @return at least 1 but for rounding; 1 for a matrix of 0 x 0; infinity for a matrix whose
-///     inverse is not finite, or with a column in which no pivot was found.
+/// @return at least 1 but for rounding; 1 for a matrix of 0 x 0; infinity when no pivot was found
+///     in some column, or when the inverse is not finite. A pivot of exactly 1e-40, which stands
+///     for one of 0 in the decomposition, counts as none: multiply a matrix of elements as small as
+///     that by a power of two first, which does not change its condition.
 /// @throws rxMatrixExt::NotSquareMatrix; std::out_of_range as `lubksb`.
-/// Cost O(n^2), ten substitutions or fewer; allocates some n doubles.
+/// Cost O(n^2), 13 substitutions or fewer; allocates some n doubles.
 PTMATCH_EXPORT double rfConditionEstimate(const rxMatrixExt& decomposed,
                                           std::span<const long> index, double oneNorm);
 

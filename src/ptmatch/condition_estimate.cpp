@@ -10,6 +10,8 @@
 namespace {
 
 constexpr int kMaxSteps = 5;
+// What `ludcmp` writes in the place of a pivot of 0.
+constexpr double kNoPivot = 1e-40;
 
 double sumOfMagnitudes(const std::vector<double>& values) {
     double sum = 0.0;
@@ -76,20 +78,24 @@ double rfConditionEstimate(const rxMatrixExt& decomposed, std::span<const long> 
     decomposed.lubksb(index, probe);
     if (n == 0) return 1.0;
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    // After an exchange with a row above the factors are not those of any matrix: its column had no
-    // pivot.
+    // A column without pivot has the substitute, or, exchanged with a row above, leaves factors
+    // that are not those of any matrix.
     for (std::size_t i = 0; i < n; ++i) {
         if (static_cast<std::size_t>(index[i]) < i) return kInfinity;
+        if (decomposed.pointToRow(static_cast<long>(i))[i] == kNoPivot) return kInfinity;
     }
     const double condition = oneNorm * inverseNormEstimate(decomposed, index, n);
-    return std::isfinite(condition) ? condition : kInfinity;
+    if (!std::isfinite(condition)) return kInfinity;
+    return condition;
 }
 
 double rfOneNorm(const rxMatrixExt& a) {
+    // A matrix without elements can have very many columns.
+    if (a.isBound() == 0) return 0.0;
     std::vector<double> sums(static_cast<std::size_t>(a.cols()), 0.0);
-    for (long r = 0; r < a.rows() && !sums.empty(); ++r) {
+    for (long r = 0; r < a.rows(); ++r) {
         const double* const row = a.pointToRow(r);
         for (std::size_t c = 0; c < sums.size(); ++c) sums[c] += std::abs(row[c]);
     }
-    return sums.empty() ? 0.0 : *std::ranges::max_element(sums);
+    return *std::ranges::max_element(sums);
 }

@@ -10,15 +10,18 @@
 #include <vector>
 
 #include "ptmatch/small_matrix.h"
+#include "support/allocation_meter.h"
 
 namespace {
 
 using ptmatch::reference::Random;
+using ptmatch::testing::AllocationMeter;
 using ptmatch::testing::identityMatrix;
 using ptmatch::testing::matrixOf;
 using ptmatch::testing::randomMatrix;
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr long kMostRows = 2147483647;
 
 double estimateOf(rxMatrixExt a) {
     const double norm = rfOneNorm(a);
@@ -39,6 +42,13 @@ TEST(ConditionEstimate, OneNormIsTheLargestSumOfAColumn) {
     EXPECT_EQ(rfOneNorm(rxMatrixExt()), 0.0);
     EXPECT_EQ(rfOneNorm(rxMatrixExt(3, 0)), 0.0);
     EXPECT_EQ(rfOneNorm(rxMatrixExt(0, 3)), 0.0);
+}
+
+TEST(ConditionEstimate, OneNormOfAMatrixWithoutElementsAllocatesNothing) {
+    const AllocationMeter meter;
+    EXPECT_EQ(rfOneNorm(rxMatrixExt(0, kMostRows)), 0.0);
+    EXPECT_EQ(rfOneNorm(rxMatrixExt(kMostRows, 0)), 0.0);
+    EXPECT_EQ(meter.total(), 0U);
 }
 
 TEST(ConditionEstimate, IsExactForSimpleMatrices) {
@@ -93,10 +103,31 @@ TEST(ConditionEstimate, IsNotBlindWhereEqualComponentsAreMappedToThemselves) {
     EXPECT_GE(estimateOf(a), condition / 3.0);
 }
 
-TEST(ConditionEstimate, TellsASingularMatrix) {
-    // An exchange with a row above; a tiny pivot; a pivot of pure rounding.
+TEST(ConditionEstimate, OfAMatrixWithoutAPivotIsInfinite) {
+    // No pivot in the second column, which is exchanged with the first row.
     EXPECT_EQ(estimateOf(matrixOf({{1, 1}, {1, 1}})), kInfinity);
-    EXPECT_GE(estimateOf(matrixOf({{0, 1}, {0, 1}})), 1e39);
+    // None in the first column: its pivot is the substitute for zero. Units decide nothing.
+    for (const double unit : {1.0, 1e-30, 1e-38, 1e-40, 1e-42, 1e-200, 1e30}) {
+        SCOPED_TRACE(unit);
+        EXPECT_EQ(estimateOf(matrixOf({{0, unit}, {0, unit}})), kInfinity);
+        EXPECT_EQ(estimateOf(matrixOf({{0, unit, 0}, {0, unit, unit}, {0, 0, unit}})), kInfinity);
+        // In the last one.
+        EXPECT_EQ(estimateOf(matrixOf({{unit, 0, unit}, {0, unit, unit}, {0, unit, unit}})),
+                  kInfinity);
+    }
+}
+
+TEST(ConditionEstimate, OfAMatrixOfSmallElementsIsThatOfItsMultiples) {
+    for (const double unit : {1e-30, 1e-39, 1.0001e-40, 1e-41, 1e-200}) {
+        EXPECT_NEAR(estimateOf(matrixOf({{unit, 0}, {unit, unit}})),
+                    estimateOf(matrixOf({{1, 0}, {1, 1}})), 1e-12)
+            << unit;
+    }
+    EXPECT_EQ(estimateOf(matrixOf({{1e-40}})), kInfinity) << "as the header says";
+}
+
+TEST(ConditionEstimate, TellsASingularMatrix) {
+    // A pivot of pure rounding.
     EXPECT_GE(estimateOf(matrixOf({{0.1, 0.2, 0.3}, {0.4, 0.5, 0.6}, {0.7, 0.8, 0.9}})), 1e15);
     EXPECT_EQ(estimateOf(matrixOf({{1e-300, 0}, {0, 1e300}})), kInfinity) << "out of range";
 }
