@@ -41,15 +41,17 @@ struct rxLeastSquaresSolution {
 ///     counts as zero. Negative: the larger size of A times 2^-52. Those below 1e-150 times the
 ///     largest count as zero in any case.
 /// @throws std::out_of_range: b is shorter than that.
+/// @throws std::length_error: no equations for more than 46,340 unknowns, more than the largest
+///     square matrix has. Up to there x is so many zeros.
 /// @throws rxMathError: A, b or the tolerance holds what is not a finite number, or a component of
 ///     x is beyond the range of double.
-/// Cost O(rows cols^2); allocates a copy of A.
+/// Cost O(rows cols^2); allocates a copy of A, and x.
 PTMATCH_EXPORT rxLeastSquaresSolution rfSolveLeastSquares(const rxMatrixExt& a,
                                                           std::span<const double> b,
                                                           double relativeTolerance = -1.0);
 
 /// The singular values of a matrix, the largest first; as many as the smaller of its sizes.
-/// Method, cost and exceptions as above.
+/// Method, cost and rxMathError as above.
 PTMATCH_EXPORT std::vector<double> rfSingularValues(const rxMatrixExt& a);
 
 /// Least-squares solution of a linear system whose equations arrive one at a time, like

@@ -169,6 +169,22 @@ void requireFinite(const rxMatrixExt& a, std::span<const double> b, double toler
     }
 }
 
+// A matrix without elements may have any number of rows or columns: what takes memory for each of
+// them is not for it.
+rxLeastSquaresSolution solutionWithoutElements(const rxMatrixExt& a, std::span<const double> b) {
+    constexpr long kMostUnknowns = 46340;
+    if (a.cols() > kMostUnknowns) {
+        throw std::length_error("least squares: no equations for " + std::to_string(a.cols()) +
+                                " unknowns");
+    }
+    rxLeastSquaresSolution solution;
+    solution.x.assign(static_cast<std::size_t>(a.cols()), 0.0);
+    solution.condition = a.cols() == 0 ? 1.0 : kInfinity;
+    solution.numEquations = a.rows();
+    for (const double value : b) solution.residualNorm = hypotenuse(solution.residualNorm, value);
+    return solution;
+}
+
 double defaultTolerance(long numRows, long numCols) {
     return static_cast<double>(std::max(numRows, numCols)) * kEpsilon;
 }
@@ -194,12 +210,14 @@ rxLeastSquaresSolution rfSolveLeastSquares(const rxMatrixExt& a, std::span<const
     const double tolerance =
         relativeTolerance < 0.0 ? defaultTolerance(a.rows(), a.cols()) : relativeTolerance;
     rxLeastSquaresSolution solution =
-        RankRevealing(a, b).solution(std::max(tolerance, kSmallestRatio));
+        a.isBound() == 0 ? solutionWithoutElements(a, b)
+                         : RankRevealing(a, b).solution(std::max(tolerance, kSmallestRatio));
     requireInRange(solution);
     return solution;
 }
 
 std::vector<double> rfSingularValues(const rxMatrixExt& a) {
+    if (a.isBound() == 0) return {};
     const std::vector<double> zeros(static_cast<std::size_t>(a.rows()));
     requireFinite(a, zeros, 0.0);
     return RankRevealing(a, zeros).singularValues();

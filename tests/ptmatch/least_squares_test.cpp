@@ -139,6 +139,33 @@ TEST(SolveLeastSquares, ProblemsWithoutEquationsOrUnknowns) {
     EXPECT_TRUE(rfSolveLeastSquares(rxMatrixExt(), {}).isDetermined());
 }
 
+TEST(SolveLeastSquares, MatrixWithoutElementsCostsNoMoreThanItsResult) {
+    constexpr long kMost = 2147483647;
+    {
+        const AllocationMeter meter;
+        EXPECT_TRUE(rfSingularValues(rxMatrixExt(0, kMost)).empty());
+        EXPECT_TRUE(rfSingularValues(rxMatrixExt(kMost, 0)).empty());
+        EXPECT_EQ(meter.total(), 0U);
+    }
+    {
+        const AllocationMeter meter;
+        EXPECT_THROW((void)rfSolveLeastSquares(rxMatrixExt(0, kMost), {}), std::length_error);
+        EXPECT_THROW((void)rfSolveLeastSquares(rxMatrixExt(0, 46341), {}), std::length_error);
+        EXPECT_THROW((void)rfSolveLeastSquares(rxMatrixExt(kMost, 0), {}), std::out_of_range);
+        EXPECT_LT(meter.total(), 2000U) << "the messages";
+    }
+    {
+        const AllocationMeter meter;
+        EXPECT_EQ(rfSolveLeastSquares(rxMatrixExt(0, 46340), {}).x.size(), 46340U);
+        EXPECT_EQ(meter.total(), 46340 * sizeof(double));
+    }
+    const std::vector<double> b(1000, -2e200);
+    const AllocationMeter meter;
+    const rxLeastSquaresSolution none = rfSolveLeastSquares(rxMatrixExt(1000, 0), b);
+    EXPECT_EQ(meter.total(), 0U);
+    EXPECT_NEAR(none.rmsResidual() / 2e200, 1.0, 100 * kEpsilon);
+}
+
 TEST(SolveLeastSquares, ToleranceDecidesWhatCountsAsZero) {
     const rxMatrixExt a = matrixOf({{1, 0}, {0, 1e-6}});
     const std::vector<double> b{1, 1};
