@@ -13,8 +13,10 @@
 /// rectangle: the same points, for that square. What is left can be asked of `rfFitResidual`.
 /// @param area  its extents may be negative, not 0.
 /// @return the least-squares fit in plane b, dof 6, with the 36 pairs accumulated.
-/// @throws rxMathError: w vanishes or changes its sign within the rectangle, so that it is torn
-///     apart at infinity; the fit has no inverse.
-/// @throws rxLSPointToPointFitter::Errors: an extent is 0, or a coordinate not finite.
+/// @throws rxMathError: a parameter of tm is not finite, or a corner of the rectangle not, or it or
+///     its image beyond 1e140; w vanishes or changes its sign within the rectangle, so that it is
+///     torn apart at infinity; the fit has no inverse.
+/// @throws rxLSPointToPointFitter::Errors: an extent is 0, or lost in the rounding of the
+///     coordinates, or below 1e-140.
 PTMATCH_EXPORT rx2PtMatchTm rfAffineApproximation(const rx2PTm& tm,
                                                   const rxRectangle<double>& area);

@@ -17,7 +17,8 @@ struct PTMATCH_EXPORT rxFitResidual {
 };
 
 /// The distances |a2b(a[i]) - b[i]| of the pairs, in units of b. All 0 without pairs; a distance
-/// that is not a number makes `rms` and `largest` not a number and is the worst.
+/// that is not a number makes `rms` and `largest` not a number and is the worst. Distances of any
+/// size are told, small ones relative to the largest; one beyond the range of double is infinite.
 /// @throws rx2PtMatchTm::BadArgs, rx2PTm::BadArgs or rx3PtMatchTm::BadArgs: the sequences differ in
 ///     length.
 /// No allocation.

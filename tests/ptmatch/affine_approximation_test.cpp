@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "foundation/exception.h"
 #include "ptmatch/fit_residual.h"
 #include "ptmatch/perspective_fit.h"
@@ -102,6 +104,41 @@ TEST(AffineApproximation, ARectangleWithoutAreaIsRefused) {
                  rxLSPointToPointFitter::Errors);
     EXPECT_THROW(rfAffineApproximation(oblique(1e-4), Area(5, 5, 0, 0)),
                  rxLSPointToPointFitter::Errors);
+}
+
+TEST(AffineApproximation, WhatIsNotFiniteOrBeyondRangeIsAMathErrorThatSaysSo) {
+    const auto messageOf = [](const rx2PTm& tm, const Area& area) {
+        try {
+            (void)rfAffineApproximation(tm, area);
+        } catch (const rxMathError& error) {
+            return error.message();
+        }
+        return std::string("fitted");
+    };
+    const std::string notFinite =
+        "a parameter is not finite, or a corner of the rectangle not, or beyond 1e140\n";
+    for (const double bad : {kNaN, kInfinity, -kInfinity, 1e308, 2e140}) {
+        SCOPED_TRACE(bad);
+        EXPECT_EQ(messageOf(rx2PTm(), Area(bad, 0, 1, 1)), notFinite);
+        EXPECT_EQ(messageOf(rx2PTm(), Area(0, bad, 1, 1)), notFinite);
+        EXPECT_EQ(messageOf(rx2PTm(), Area(0, 0, bad, 1)), notFinite);
+        EXPECT_EQ(messageOf(oblique(1e-4), Area(0, 0, 1, bad)), notFinite);
+    }
+    EXPECT_EQ(messageOf(rx2PTm(), Area(1e308, 0, 1e308, 1)), notFinite) << "the far corner";
+    const rx2PTm enlarging = rfExactPerspective({1e100, 0, 0, 0, 1e100, 0, 0, 0});
+    EXPECT_EQ(messageOf(enlarging, Area(0, 0, 1e50, 1e50)),
+              "the image of a corner of the rectangle is beyond 1e140\n");
+    EXPECT_EQ(messageOf(enlarging, Area(0, 0, 1e40, 1e40)), "fitted");
+    EXPECT_EQ(messageOf(rx2PTm(), Area(-1e140, -1e140, 2e140, 2e140)), "fitted");
+}
+
+TEST(AffineApproximation, ExtentsThatRoundingHidesAreRefused) {
+    EXPECT_THROW(rfAffineApproximation(rx2PTm(), Area(1e9, 0, 1e-9, 1)),
+                 rxLSPointToPointFitter::Errors);
+    EXPECT_THROW(rfAffineApproximation(rx2PTm(), Area(0, 0, 1e-170, 1e-170)),
+                 rxLSPointToPointFitter::Errors);
+    EXPECT_NO_THROW(rfAffineApproximation(rx2PTm(), Area(0, 0, 1e-140, 1e-140)));
+    EXPECT_NO_THROW(rfAffineApproximation(rx2PTm(), Area(0, 0, 1e-17, 1)));
 }
 
 }  // namespace

@@ -45,6 +45,29 @@ TEST(FitResidual, WithoutPairsIsZero) {
     EXPECT_EQ(rfFitResidual(rx2PTm(), PlanePoints(), PlanePoints()), rxFitResidual());
 }
 
+TEST(FitResidual, DistancesWhoseSquaresLeaveTheRangeOfDoubleAreTold) {
+    const PlanePoints a(4, rxVector<2>(0, 0));
+    for (const int exponent : {-1022, -600, -530, -470, 500, 510, 515, 600, 1020}) {
+        SCOPED_TRACE(exponent);
+        const double unit = std::ldexp(1.0, exponent);
+        const PlanePoints b = {{0, 0}, {3 * unit, 4 * unit}, {0, 0}, {0, -5 * unit}};
+        const rxFitResidual residual = rfFitResidual(rx2PTm(), a, b);
+        EXPECT_EQ(residual.largest / unit, 5.0);
+        EXPECT_NEAR(residual.rms / unit, std::sqrt(12.5), 4 * kEps * 5.0);
+        EXPECT_EQ(residual.worst, 1U);
+    }
+    const PlanePoints mixed = {{1e-200, 0}, {0, 1e200}, {1e-200, 0}, {1, 0}};
+    EXPECT_EQ(rfFitResidual(rx2PTm(), a, mixed), (rxFitResidual{5e199, 1e200, 1}));
+    const rxFitResidual smallest = rfFitResidual(rx2PTm(), a, PlanePoints(4, {0, 0x1p-1074}));
+    EXPECT_EQ(smallest, (rxFitResidual{0x1p-1074, 0x1p-1074, 0}));
+}
+
+TEST(FitResidual, ADistanceBeyondTheRangeOfDoubleIsInfinite) {
+    const PlanePoints a = {{1e308, 0}, {0, 0}};
+    const rxFitResidual residual = rfFitResidual(rx2PTm(), a, PlanePoints{{-1e308, 0}, {1, 1}});
+    EXPECT_EQ(residual, (rxFitResidual{kInfinity, kInfinity, 0}));
+}
+
 TEST(FitResidual, ADistanceThatIsNotANumberIsTheWorst) {
     const PlanePoints a = {{0, 0}, {1, 0}, {2, 0}, {3, 0}};
     const PlanePoints b = {{0, 9}, {kNaN, 0}, {2, 100}, {kNaN, 0}};
