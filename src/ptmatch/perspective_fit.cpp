@@ -6,20 +6,18 @@
 #include <limits>
 
 #include "foundation/exception.h"
-#include "ptmatch/difference_of_products.h"
+#include "ptmatch/balanced_adjugate.h"
 #include "ptmatch/jacobi_svd.h"
 #include "ptmatch/point_frame.h"
 #include "ptmatch/row_reducer.h"
 
+using ptmatch::detail::BalancedAdjugate;
 using ptmatch::detail::coordinates;
-using ptmatch::detail::differenceOfProducts;
 using ptmatch::detail::JacobiSvd;
 using ptmatch::detail::PointFrame;
 using ptmatch::detail::RowReducer;
 
 namespace {
-
-constexpr double kEps = std::numeric_limits<double>::epsilon();
 
 /// By rows; (x, y, 1) goes to a multiple of (x', y', 1).
 using Homography = ptmatch::detail::SquareArray<3>;
@@ -39,46 +37,16 @@ Homography homographyOf(const rx2PTm::Params& p) {
     return {{{p[0], p[1], p[2]}, {p[3], p[4], p[5]}, {p[6], p[7], 1.0}}};
 }
 
+bool areFinite(const rx2PTm::Params& p) {
+    return std::all_of(p.begin(), p.end(), [](double v) { return std::isfinite(v); });
+}
+
 /// The homography divided by its last element.
 rx2PTm::Params paramsOf(const Homography& h, const char* without) {
     rx2PTm::Params p;
     for (std::size_t k = 0; k < p.size(); ++k) p[k] = h[k / 3][k % 3] / h[2][2];
-    // Also when the divisor was 0.
-    if (!std::all_of(p.begin(), p.end(), [](double v) { return std::isfinite(v); })) {
-        throw rxMathError(without);
-    }
+    if (!areFinite(p)) throw rxMathError(without);  // also when the divisor was 0
     return p;
-}
-
-Homography adjugate(const Homography& h) {
-    // The cofactor of element (c, r): the rows and columns after it, in turn, make the signs come
-    // right by themselves.
-    const auto element = [&](std::size_t r, std::size_t c) {
-        const std::size_t r1 = (c + 1) % 3;
-        const std::size_t r2 = (c + 2) % 3;
-        const std::size_t c1 = (r + 1) % 3;
-        const std::size_t c2 = (r + 2) % 3;
-        return differenceOfProducts(h[r1][c1], h[r2][c2], h[r1][c2], h[r2][c1]);
-    };
-    Homography adjugate;
-    for (std::size_t r = 0; r < 3; ++r) {
-        for (std::size_t c = 0; c < 3; ++c) adjugate[r][c] = element(r, c);
-    }
-    return adjugate;
-}
-
-/// Whether the determinant is that of a singular matrix whose elements were rounded, or is not a
-/// number, as that of elements that are not finite. What the rows and columns are multiplied by
-/// does not matter.
-bool isSingular(const Homography& h, const Homography& adjugate) {
-    constexpr double kRoundings = 8.0;
-    double determinant = 0.0;
-    double size = 0.0;
-    for (std::size_t k = 0; k < 3; ++k) {
-        determinant += h[0][k] * adjugate[k][0];
-        size += std::abs(h[0][k] * adjugate[k][0]);
-    }
-    return !(std::abs(determinant) > kRoundings * kEps * size);
 }
 
 struct Equations {
@@ -107,6 +75,37 @@ Equations equationsOf(std::span<const rxVector<2>> a, std::span<const rxVector<2
     return {aFrame, bFrame, ptmatch::detail::jacobiSvd(reducer.triangle())};
 }
 
+/// Whether errors of an eps in each of the parameters move no image of the points by more than a
+/// thousandth of the mean distance of the images from their mean.
+bool parametersHold(const rx2PTm::Params& p, std::span<const rxVector<2>> points,
+                    const PointFrame<2>& ofImages) {
+    constexpr double kEps = std::numeric_limits<double>::epsilon();
+    const double most = 1e-3 * std::sqrt(2.0) / ofImages.scale;
+    return std::all_of(points.begin(), points.end(), [&](const rxVector<2>& point) {
+        const auto [x, y] = coordinates(point);
+        const double w = p[6] * x + p[7] * y + 1.0;
+        const double wTerms = std::abs(p[6] * x) + std::abs(p[7] * y) + 1.0;
+        const auto isHeld = [&, x = x, y = y](double px, double py, double p0) {
+            const double image = (px * x + py * y + p0) / w;
+            const double terms = std::abs(px * x) + std::abs(py * y) + std::abs(p0);
+            // Not so, either, when w is 0 or one of these not a number.
+            return kEps * (terms + std::abs(image) * wTerms) / std::abs(w) <= most;
+        };
+        return isHeld(p[0], p[1], p[2]) && isHeld(p[3], p[4], p[5]);
+    });
+}
+
+/// Coordinates far from the origin can be good, and the equations in their frames too, and yet the
+/// eight parameters, which refer to the origins, not hold the transform.
+void requireThatParametersHold(const rx2PTm::Params& p, std::span<const rxVector<2>> points,
+                               const PointFrame<2>& ofImages) {
+    if (!parametersHold(p, points, ofImages)) {
+        throw rxMathError(
+            "the points lie too far from the origin for the eight parameters of a perspective "
+            "transform: move the origins\n");
+    }
+}
+
 Homography toFrame(const PointFrame<2>& f) {
     return {{{f.scale, 0.0, -f.scale * f.centroid[0]},
              {0.0, f.scale, -f.scale * f.centroid[1]},
@@ -123,17 +122,23 @@ Homography fromFrame(const PointFrame<2>& f) {
 }  // namespace
 
 rx2PTm rfExactPerspective(const rx2PTm::Params& a2b) {
-    const Homography h = homographyOf(a2b);
-    const Homography inverse = adjugate(h);
-    if (isSingular(h, inverse)) {
+    const BalancedAdjugate adjugate = ptmatch::detail::balancedAdjugate(homographyOf(a2b));
+    if (adjugate.isSingular) {
         throw rxMathError("a perspective transform is singular or not finite\n");
     }
     rx2PTm exact;
-    exact.b2aParams_ =
-        paramsOf(inverse,
-                 "the inverse of a perspective transform has no eight-parameter form: it takes the "
-                 "origin to infinity\n");
     exact.a2bParams_ = a2b;
+    for (std::size_t k = 0; k < a2b.size(); ++k) {
+        const std::size_t r = k / 3;
+        const std::size_t c = k % 3;
+        exact.b2aParams_[k] = std::scalbn(adjugate.elements[r][c] / adjugate.elements[2][2],
+                                          adjugate.exponent(r, c) - adjugate.exponent(2, 2));
+    }
+    if (!areFinite(exact.b2aParams_)) {
+        throw rxMathError(
+            "the inverse of a perspective transform has no eight-parameter form: it takes the "
+            "origin to infinity\n");
+    }
     return exact;
 }
 
@@ -162,10 +167,14 @@ rx2PTm rfFitPerspectiveNormalized(std::span<const rxVector<2>> a, std::span<cons
     }
     const Homography inPlanes =
         product(fromFrame(equations.b), product(inFrames, toFrame(equations.a)));
-    return rfExactPerspective(
+    const rx2PTm::Params params =
         paramsOf(inPlanes,
                  "the pairs determine a perspective transform without eight-parameter "
-                 "form: it takes the origin to infinity\n"));
+                 "form: it takes the origin to infinity\n");
+    requireThatParametersHold(params, a, equations.b);
+    const rx2PTm tm = rfExactPerspective(params);
+    requireThatParametersHold(tm.b2aParams(), b, equations.a);
+    return tm;
 }
 
 double rfPerspectiveConditioning(std::span<const rxVector<2>> a, std::span<const rxVector<2>> b) {

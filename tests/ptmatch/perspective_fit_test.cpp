@@ -36,6 +36,12 @@ PlanePoints shifted(const PlanePoints& points, double x, double y) {
     return result;
 }
 
+double largestCoordinate(const PlanePoints& points) {
+    double largest = 0.0;
+    for (const auto& p : points) largest = std::max({largest, std::abs(p.x()), std::abs(p.y())});
+    return largest;
+}
+
 /// Four corners of a square and random points within it.
 PlanePoints pointsWithin(TransformWorld& world, double half, int more) {
     PlanePoints points = {{-0.8 * half, -0.6 * half},
@@ -118,6 +124,57 @@ TEST(ExactPerspective, NearlySingularTransformIsInvertedAsLongAsItIsNot) {
     const rx2PTm tm = rfExactPerspective({1, 1, 0, 1, 1 + e, 0, 0, 0});
     EXPECT_EQ(tm.b2aParams(), (Params{(1 + e) / e, -1 / e, 0, -1 / e, 1 / e, 0, 0, 0}));
     EXPECT_THROW(rfExactPerspective({1, 1, 0, 1, 1 + 2 * kEps, 0, 0, 0}), rxMathError);
+}
+
+TEST(ExactPerspective, RowsAndColumnsThatDependOnceRoundedAreRefused) {
+    // The second row is 0.7 times the third.
+    EXPECT_THROW(rfExactPerspective({1, 2, 3, 0.1 * 0.7, 0.3 * 0.7, 0.7, 0.1, 0.3}), rxMathError);
+    for (unsigned seed = 1; seed <= 2000; ++seed) {
+        SCOPED_TRACE(seed);
+        TransformWorld world(seed);
+        const auto random = [&] { return world.uniform(-1.0, 1.0); };
+        std::array<std::array<double, 3>, 3> m;
+        for (auto& row : m) row = {random(), random(), random()};
+        const double s = random();
+        for (const double t : {0.0, random()}) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                auto rows = m;
+                auto columns = m;
+                for (std::size_t i = 0; i < 3; ++i) {
+                    rows[k][i] = s * m[(k + 1) % 3][i] + t * m[(k + 2) % 3][i];
+                    columns[i][k] = s * m[i][(k + 1) % 3] + t * m[i][(k + 2) % 3];
+                }
+                for (const auto& h : {rows, columns}) {
+                    const double last = h[2][2];
+                    const Params p = {h[0][0] / last, h[0][1] / last, h[0][2] / last,
+                                      h[1][0] / last, h[1][1] / last, h[1][2] / last,
+                                      h[2][0] / last, h[2][1] / last};
+                    ASSERT_THROW(rfExactPerspective(p), rxMathError) << k << ", " << t;
+                }
+            }
+        }
+    }
+}
+
+TEST(ExactPerspective, IsAsGoodInAllUnits) {
+    const PlanePoints points = lattice(-4, 4, 5);
+    for (const double b : {1e-300, 1e-161, 1e-158, 1e-100, 1e150, 1e300}) {
+        SCOPED_TRACE(b);
+        const rx2PTm tm =
+            rfExactPerspective({1.1 * b, 0.3 * b, 5 * b, -0.2 * b, 0.9 * b, 2 * b, 1e-3, 2e-3});
+        EXPECT_LT(roundTripError(tm, points), 16 * kEps * 5);
+    }
+    for (const double a : {1e-120, 1e-80, 1e80, 1e120}) {
+        for (const double b : {1e-120, 1e-80, 1e80, 1e120}) {
+            SCOPED_TRACE(testing::Message() << a << ", " << b);
+            const rx2PTm tm = rfExactPerspective({1.1 * b / a, 0.3 * b / a, 5 * b, -0.2 * b / a,
+                                                  0.9 * b / a, 2 * b, 1e-3 / a, 2e-3 / a});
+            for (const auto& p : points) {
+                const rxVector<2> back = tm.b2a(tm.a2b({a * p.x(), a * p.y()}));
+                EXPECT_LT(distance({back.x() / a, back.y() / a}, p), 16 * kEps * 5);
+            }
+        }
+    }
 }
 
 TEST(ExactPerspective, AnInverseWithoutEightParametersIsRefused) {
@@ -218,13 +275,106 @@ TEST(FitPerspectiveNormalized, RecoversRandomTransformsOfAnySize) {
                 const PlanePoints a = shifted(at0, offset * half, offset * half);
                 const PlanePoints b = shifted(images(truth, at0), offset * half, -offset * half);
                 const rx2PTm tm = rfFitPerspectiveNormalized(a, b);
-                // Measured: 20 and 14 eps of the largest coordinate.
                 const double rounding = kEps * half * (1.0 + offset);
                 ASSERT_LT(rfFitResidual(tm, a, b).largest, 64 * rounding) << "seed " << seed;
                 ASSERT_LT(roundTripError(tm, a), 64 * rounding) << "seed " << seed;
             }
         }
     }
+}
+
+TEST(FitPerspectiveNormalized, IsAsGoodInAllUnits) {
+    TransformWorld world(7);
+    const PlanePoints a = pointsWithin(world, 5, 6);
+    const PlanePoints b = images({0.9, 0.2, 3.0, -0.1, 1.1, -2.0, 0.03, -0.02}, a);
+    for (const double unitA : {1e-130, 1e-80, 1.0, 1e80, 1e130}) {
+        for (const double unitB : {1e-130, 1e-80, 1.0, 1e80, 1e130}) {
+            SCOPED_TRACE(testing::Message() << unitA << ", " << unitB);
+            PlanePoints a2;
+            PlanePoints b2;
+            for (const auto& p : a) a2.emplace_back(unitA * p.x(), unitA * p.y());
+            for (const auto& p : b) b2.emplace_back(unitB * p.x(), unitB * p.y());
+            const rx2PTm tm = rfFitPerspectiveNormalized(a2, b2);
+            EXPECT_LT(rfFitResidual(tm, a2, b2).largest / unitB, 64 * kEps * 10);
+            EXPECT_LT(roundTripError(tm, a2) / unitA, 64 * kEps * 5);
+        }
+    }
+}
+
+TEST(FitPerspectiveNormalized, OriginsTooFarForEightParametersAreRefused) {
+    const PlanePoints image = {{0, 0}, {3999, 0}, {3999, 2999}, {0, 2999}};
+    const PlanePoints oblique = {{412.3, 250.7}, {3391.9, 301.2}, {3900.5, 2900.1}, {55.2, 2811.8}};
+    struct Stated {
+        double offset;
+        double error;
+    };
+    for (const Stated& stated : {Stated{1e8, 5e-4}, Stated{1e9, 0.05}, Stated{3e9, 0.4}}) {
+        SCOPED_TRACE(stated.offset);
+        for (const double sign : {1.0, -1.0}) {
+            const PlanePoints a = shifted(image, stated.offset, sign * stated.offset);
+            const PlanePoints b = shifted(oblique, stated.offset, stated.offset);
+            const rx2PTm tm = rfFitPerspectiveNormalized(a, b);
+            EXPECT_LT(rfFitResidual(tm, a, b).largest, stated.error);
+            EXPECT_LT(roundTripError(tm, a), stated.error);
+        }
+    }
+    const char* const tooFar =
+        "the points lie too far from the origin for the eight parameters of a perspective "
+        "transform: move the origins\n";
+    for (const double offset : {5e9, 1e10, 1e11, 1e12}) {
+        const PlanePoints a = shifted(image, offset, offset);
+        EXPECT_EQ(refusal(a, shifted(oblique, offset, offset)), tooFar) << offset;
+        EXPECT_EQ(refusal(a, shifted(oblique, offset, -offset)), tooFar) << offset;
+    }
+    // Without perspective, or with one origin near, the parameters hold more.
+    EXPECT_EQ(refusal(shifted(image, 1e12, 1e12), oblique), "fitted");
+    EXPECT_EQ(refusal(image, shifted(oblique, 1e12, 1e12)), "fitted");
+    EXPECT_EQ(refusal(shifted(image, 1e12, 1e12), shifted(image, 1e12, -1e12)), "fitted");
+}
+
+TEST(FitPerspectiveNormalized, PairsOfVeryUnequalDistancesAreRefusedAsStated) {
+    const PlanePoints square = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
+    const auto strip = [](double length) {
+        return PlanePoints{{0, 0}, {length, 0}, {length, 1}, {0, 1}};
+    };
+    const auto oneFar = [](double away) {
+        return PlanePoints{{0, 0}, {1, 0}, {0, 1}, {away, away}};
+    };
+    EXPECT_EQ(refusal(strip(3e6), square), "fitted");
+    EXPECT_EQ(refusal(square, strip(3e6)), "fitted");
+    EXPECT_EQ(refusal(strip(4e6), square), kSingular);
+    EXPECT_EQ(refusal(square, strip(4e6)), kSingular);
+    EXPECT_EQ(refusal(oneFar(2e6), oneFar(2e6)), "fitted");
+    EXPECT_EQ(refusal(oneFar(3e6), oneFar(3e6)), kOpen);
+}
+
+TEST(FitPerspectiveNormalized, ErrsNoMoreThanTheHeaderStates) {
+    constexpr double kHalf = 500;
+    double worst = 0.0;         // in eps of the largest coordinate
+    double worstFarAway = 0.0;  // in pixels
+    for (const int more : {0, 6, 30}) {
+        for (unsigned seed = 1; seed <= 2000; ++seed) {
+            TransformWorld world(seed);
+            const Params truth = world.perspective(kHalf);
+            const PlanePoints at0 = pointsWithin(world, kHalf, more);
+            for (const double offset : {0.0, 10.0, 1000.0}) {
+                const double shift = offset * kHalf;
+                const PlanePoints a = shifted(at0, shift, shift);
+                const PlanePoints b = shifted(images(truth, at0), shift, -shift);
+                const rx2PTm tm = rfFitPerspectiveNormalized(a, b);
+                const double ofImages = rfFitResidual(tm, a, b).largest;
+                const double ofRoundTrips = roundTripError(tm, a);
+                if (offset == 1000.0) {
+                    worstFarAway = std::max({worstFarAway, ofImages, ofRoundTrips});
+                } else {
+                    worst = std::max({worst, ofImages / largestCoordinate(b) / kEps,
+                                      ofRoundTrips / largestCoordinate(a) / kEps});
+                }
+            }
+        }
+    }
+    EXPECT_LT(worst, 32.0);
+    EXPECT_LT(worstFarAway, 3e-7);
 }
 
 TEST(FitPerspectiveNormalized, IsBetterThanThePlainFitOnPixelsByDigits) {
