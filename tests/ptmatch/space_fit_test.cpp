@@ -71,6 +71,30 @@ double sumOfSquares(const rx3PtMatchTm& tm, const SpacePoints& a, const SpacePoi
     return rms * rms * static_cast<double>(a.size());
 }
 
+rxVector<3> meanOf(const SpacePoints& points) {
+    std::array<double, 3> sum{};
+    for (const auto& p : points) {
+        sum[0] += p.x();
+        sum[1] += p.y();
+        sum[2] += p.z();
+    }
+    const auto n = static_cast<double>(points.size());
+    return {sum[0] / n, sum[1] / n, sum[2] / n};
+}
+
+/// First a turn about the line through p along the first axis of space a.
+rx3PtMatchTm turnedBefore(const rx3PtMatchTm& tm, const rxVector<3>& p, double angle) {
+    Params turned = tm.a2bParams();
+    for (std::size_t r = 0; r < 12; r += 4) {
+        const double y = turned[r + 1];
+        const double z = turned[r + 2];
+        turned[r + 1] = std::cos(angle) * y + std::sin(angle) * z;
+        turned[r + 2] = std::cos(angle) * z - std::sin(angle) * y;
+        turned[r + 3] += (y - turned[r + 1]) * p.y() + (z - turned[r + 2]) * p.z();
+    }
+    return rfExactSpaceTransform(turned);
+}
+
 // --- Exact recoveries
 
 TEST(SpaceFits, RecoverExactTransformsToTheRoundingOfTheCoordinates) {
@@ -115,6 +139,112 @@ TEST(SpaceFits, LoseNoDigitsToAnOffsetThatCostsTheClassEleven) {
     EXPECT_GT(matrixError(rx3PtMatchTm(a, b)), 1e-5);
     // The coordinates are multiples of 1e-10 and the points some units apart.
     for (const Fit fit : kFits) EXPECT_LT(matrixError(fit(a, b)), 1e-9);
+}
+
+TEST(SpaceFits, MeetThinPatternsAsWellAsTheirCoordinatesTell) {
+    struct Thin {
+        double offset;
+        double thickness;
+    };
+    for (const Thin& thin :
+         {Thin{0, 1e-1}, Thin{0, 1e-4}, Thin{0, 1e-8}, Thin{0, 1e-12}, Thin{1e3, 1e-6},
+          Thin{1e3, 1e-10}, Thin{1e5, 1e-5}, Thin{1e5, 1e-9}, Thin{1e6, 1e-4}, Thin{1e6, 1e-8}}) {
+        for (unsigned seed = 1; seed <= 20; ++seed) {
+            SCOPED_TRACE(testing::Message()
+                         << thin.thickness << " at " << thin.offset << ", seed " << seed);
+            TransformWorld world(seed);
+            const rx3PtMatchTm truth = world.rotation();
+            SpacePoints rod;
+            SpacePoints slab;
+            for (int i = 0; i < 12; ++i) {
+                const rxVector<3> p = world.spacePoints({0, 0, 0}, 1, 1).front();
+                const double thickness = thin.thickness;
+                rod.emplace_back(5 * p.x(), thickness * p.y(), thickness * p.z());
+                slab.emplace_back(5 * p.x(), 5 * p.y(), thickness * p.z());
+            }
+            const rx3PtMatchTm placing = world.rotation();
+            const rxVector<3> origin(thin.offset, -thin.offset, thin.offset);
+            const double rounding = kEps * (10 + 4 * thin.offset);
+            for (const Fit fit : kFits) {
+                const SpacePoints at0 = mapped(placing, fit == rfFitAffine3D ? slab : rod);
+                const SpacePoints a = shifted(at0, origin);
+                const SpacePoints b = shifted(mapped(truth, at0), origin);
+                const rx3PtMatchTm tm = fit(a, b);
+                EXPECT_LT(rfFitResidual(tm, a, b).largest, 16 * rounding);
+                Params p = tm.a2bParams();
+                for (const std::size_t t : {3U, 7U, 11U}) p[t] = truth.a2bParams()[t];
+                EXPECT_LT(difference(p, truth.a2bParams()), 16 * rounding / thin.thickness);
+            }
+        }
+    }
+}
+
+TEST(SpaceFits, FlatImagesOfSolidsAreThinNotPlane) {
+    TransformWorld world(6);
+    const rx3PtMatchTm turn = world.rotation();
+    const SpacePoints at0 = world.spacePoints({0, 0, 0}, 5, 12);
+    SpacePoints flat;
+    for (const auto& p : at0) flat.emplace_back(p.x(), p.y(), 1e-10 * p.z());
+    const SpacePoints a = shifted(at0, {1e6, 1e6, 1e6});
+    const SpacePoints b = mapped(turn, flat);
+    const rx3PtMatchTm tm = rfFitAffine3D(a, b);
+    EXPECT_LT(rfFitResidual(tm, a, b).largest, 1e-9);
+    EXPECT_NEAR(determinant(tm) / 1e-10, 1.0, 1e-4);
+}
+
+TEST(SpaceFits, GoFromAnyUnitsToAnyOthers) {
+    TransformWorld world(5);
+    const SpacePoints at1 = world.spacePoints({1, 2, 3}, 5, 8);
+    const SpacePoints turned = mapped(world.rotation(), at1);
+    const auto inUnits = [](const SpacePoints& points, double unit) {
+        SpacePoints result;
+        for (const auto& p : points) result.emplace_back(unit * p.x(), unit * p.y(), unit * p.z());
+        return result;
+    };
+    for (const double unitA : {1e-149, 1e-140, 1e-100, 1.0, 1e100, 1e148}) {
+        for (const double unitB : {1e-149, 1e-140, 1e-100, 1.0, 1e100, 1e148}) {
+            SCOPED_TRACE(testing::Message() << unitA << " to " << unitB);
+            const SpacePoints a = inUnits(at1, unitA);
+            const SpacePoints b = inUnits(turned, unitB);
+            for (const Fit fit : {rfFitSimilarity3D, rfFitAffine3D}) {
+                const rx3PtMatchTm tm = fit(a, b);
+                EXPECT_LT(rfFitResidual(tm, a, b).largest / unitB, 64 * kEps * 10);
+                EXPECT_LT(roundTripError(tm, a) / unitA, 64 * kEps * 10);
+            }
+        }
+    }
+}
+
+TEST(SpaceFits, ErrNoMoreThanTheHeaderStates) {
+    struct Stated {
+        int numPairs;
+        double rigid;
+        double affine;
+    };
+    for (const Stated& stated :
+         {Stated{4, 1.4e-10, 8e-6}, Stated{12, 2e-11, 4e-11}, Stated{33, 1e-11, 2e-11}}) {
+        SCOPED_TRACE(stated.numPairs);
+        std::array<double, 3> worst{};
+        double worstResidual = 0.0;
+        for (unsigned seed = 1; seed <= 2000; ++seed) {
+            TransformWorld world(seed);
+            const rx3PtMatchTm truth = world.rotation();
+            const SpacePoints at0 = world.spacePoints({0, 0, 0}, 5, stated.numPairs);
+            const SpacePoints a = shifted(at0, {1e6, 1e6, 1e6});
+            const SpacePoints b = shifted(mapped(truth, at0), {1e6, 1e6, 1e6});
+            for (std::size_t k = 0; k < 3; ++k) {
+                const rx3PtMatchTm tm = kFits[k](a, b);
+                Params p = tm.a2bParams();
+                for (const std::size_t t : {3U, 7U, 11U}) p[t] = truth.a2bParams()[t];
+                worst[k] = std::max(worst[k], difference(p, truth.a2bParams()));
+                worstResidual = std::max(worstResidual, rfFitResidual(tm, a, b).largest);
+            }
+        }
+        EXPECT_LT(worst[0], stated.rigid);
+        EXPECT_LT(worst[1], stated.rigid);
+        EXPECT_LT(worst[2], stated.affine);
+        EXPECT_LT(worstResidual, 1e-9);
+    }
 }
 
 // --- The models
@@ -167,6 +297,26 @@ TEST(FitRigid3D, NoOtherRotationIsBetter) {
             other.rotateOnZ(rxRadian(world.normal(1e-3)));
             other.translate({world.normal(1e-3), world.normal(1e-3), world.normal(1e-3)});
             EXPECT_GE(sumOfSquares(other, a, b), least);
+        }
+    }
+}
+
+TEST(FitRigid3D, NoOtherRotationOfAThinPatternIsBetter) {
+    for (unsigned seed = 1; seed <= 50; ++seed) {
+        SCOPED_TRACE(seed);
+        TransformWorld world(seed);
+        SpacePoints a;
+        for (const auto& p : world.spacePoints({0, 0, 0}, 1, 10)) {
+            a.emplace_back(5 * p.x(), 0.01 * p.y(), 0.02 * p.z());
+        }
+        const rxVector<3> mean = meanOf(a);
+        const SpacePoints b = noisy(world, mapped(world.rotation(), a), 0.01);
+        const rx3PtMatchTm best = rfFitRigid3D(a, b);
+        EXPECT_LT(shear(best, 1.0), 32 * kEps);
+        EXPECT_NEAR(determinant(best), 1.0, 32 * kEps);
+        const double least = sumOfSquares(best, a, b);
+        for (int k = 0; k < 30; ++k) {
+            EXPECT_GE(sumOfSquares(turnedBefore(best, mean, world.uniform(-3, 3)), a, b), least);
         }
     }
 }
@@ -241,6 +391,24 @@ TEST(SpaceFits, PointsOnOneLineAreRefused) {
     }
 }
 
+TEST(SpaceFits, VeryManyPointsOnOneLineOrInOnePlaneAreRefused) {
+    constexpr int kPoints = 1000000;
+    SpacePoints line;
+    SpacePoints plane;
+    TransformWorld world(3);
+    for (int i = 0; i < kPoints; ++i) {
+        const double s = world.uniform(-5, 5);
+        const double t = world.uniform(-5, 5);
+        line.emplace_back(0.3 * t, -0.7 * t, 0.45 * t);
+        plane.emplace_back(s + 0.3 * t, t, 0.3 * s - 0.7 * t);
+    }
+    const SpacePoints cloud = world.spacePoints({0, 0, 0}, 5, kPoints);
+    EXPECT_EQ(refusal(rfFitRigid3D, line, cloud), "the points lie on one line\n");
+    EXPECT_EQ(refusal(rfFitRigid3D, cloud, line), "the points lie on one line\n");
+    EXPECT_EQ(refusal(rfFitAffine3D, plane, cloud), "the points a lie in one plane\n");
+    EXPECT_EQ(refusal(rfFitAffine3D, cloud, plane), "the points b lie in one plane\n");
+}
+
 TEST(SpaceFits, PointsInOnePlaneLeaveTheAffineTransformOpen) {
     for (const double offset : {0.0, 1e3, 1e6}) {
         SpacePoints plane;
@@ -300,6 +468,49 @@ TEST(ExactSpaceTransform, AgreesWithTheInverseByElimination) {
         tm.translate({1, 2, 3});
         EXPECT_LT(difference(rfExactSpaceTransform(tm.a2bParams()).b2aParams(), tm.b2aParams()),
                   64 * kEps);
+    }
+}
+
+TEST(ExactSpaceTransform, RowsAndColumnsThatDependOnceRoundedAreRefused) {
+    for (unsigned seed = 1; seed <= 2000; ++seed) {
+        SCOPED_TRACE(seed);
+        TransformWorld world(seed);
+        const auto random = [&] { return world.uniform(-1.0, 1.0); };
+        Params p;
+        for (double& element : p) element = random();
+        const double s = random();
+        for (const double t : {0.0, random()}) {
+            for (std::size_t k = 0; k < 3; ++k) {
+                Params rows = p;
+                Params columns = p;
+                const std::size_t k1 = (k + 1) % 3;
+                const std::size_t k2 = (k + 2) % 3;
+                for (std::size_t i = 0; i < 3; ++i) {
+                    rows[4 * k + i] = s * p[4 * k1 + i] + t * p[4 * k2 + i];
+                    columns[4 * i + k] = s * p[4 * i + k1] + t * p[4 * i + k2];
+                }
+                ASSERT_THROW(rfExactSpaceTransform(rows), rxMathError) << k << ", " << t;
+                ASSERT_THROW(rfExactSpaceTransform(columns), rxMathError) << k << ", " << t;
+            }
+        }
+    }
+}
+
+TEST(ExactSpaceTransform, IsAsGoodInAllUnits) {
+    for (unsigned seed = 1; seed <= 50; ++seed) {
+        TransformWorld world(seed);
+        const Params p = world.rotation().a2bParams();
+        for (const double unit : {1e-300, 1e-150, 1e150, 1e300}) {
+            SCOPED_TRACE(testing::Message() << "seed " << seed << ", unit " << unit);
+            Params scaled = p;
+            for (double& element : scaled) element *= unit;
+            const Params inverse = rfExactSpaceTransform(scaled).b2aParams();
+            for (std::size_t r = 0; r < 3; ++r) {
+                for (std::size_t c = 0; c < 3; ++c) {
+                    EXPECT_NEAR(inverse[4 * r + c] * unit, p[4 * c + r], 8 * kEps);
+                }
+            }
+        }
     }
 }
 
