@@ -13,8 +13,9 @@ namespace {
 // Quotes are only understood around a whole field: no field of a table of coordinates has a reason
 // to hold a comma.
 CsvFields splitFields(std::string_view line, const CsvPlace& place) {
+    // No table has lines of a single column.
     if (line.find(',') == std::string_view::npos &&
-        line.find_first_of(";\t") != std::string_view::npos) {
+        line.find_first_of("; \t") != std::string_view::npos) {
         place.fail("columns must be separated by commas, found " + inQuotes(line));
     }
     CsvFields fields;
@@ -28,6 +29,20 @@ CsvFields splitFields(std::string_view line, const CsvPlace& place) {
         if (comma == std::string_view::npos) return fields;
         line.remove_prefix(comma + 1);
     }
+}
+
+// Several numbers in one field, separated by semicolons or blanks.
+bool holdsNumbers(std::string_view field) {
+    std::size_t count = 0;
+    while (!field.empty()) {
+        const auto end = field.find_first_of("; \t");
+        const std::string_view piece = field.substr(0, end);
+        field.remove_prefix(end == std::string_view::npos ? field.size() : end + 1);
+        if (piece.empty()) continue;
+        if (!parseNumber(piece)) return false;
+        ++count;
+    }
+    return count > 1;
 }
 
 std::string inSmallLetters(std::string_view text) {
@@ -52,6 +67,21 @@ void CsvPlace::fail(const std::string& message) const {
     throw InputError(name + ":" + std::to_string(line) + ": " + message);
 }
 
+std::string likelyCause(const CsvFields& fields, std::size_t count) {
+    if (std::any_of(fields.begin(), fields.end(), holdsNumbers)) {
+        return " (columns must be separated by commas alone, and numbers need a decimal point, not "
+               "a comma)";
+    }
+    const auto isNumber = [](std::string_view field) { return parseNumber(field).has_value(); };
+    const auto other = std::find_if_not(fields.begin(), fields.end(), isNumber);
+    if (other != fields.end() && fields.size() > count) {
+        return " (column " + std::to_string(other - fields.begin() + 1) + " holds " +
+               inQuotes(*other) +
+               ": a table with other columns needs a header, which names them all)";
+    }
+    return fields.size() > count ? kDecimalCommaHint : "";
+}
+
 void forEachCsvLine(std::string_view text, const std::string& name,
                     const std::function<void(const CsvFields&, const CsvPlace&)>& use) {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -59,6 +89,12 @@ void forEachCsvLine(std::string_view text, const std::string& name,
         text.remove_prefix(kByteOrderMark.size());
     }
     CsvPlace place{name};
+    const std::string_view visible = trimmed(text);
+    if (visible.find('\r') != std::string_view::npos &&
+        visible.find('\n') == std::string_view::npos) {
+        place.line = 1;
+        place.fail("lines must end with LF or CR LF, found CR alone");
+    }
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = trimmed(text.substr(0, end));
@@ -109,7 +145,7 @@ double csvCoordinate(const CsvFields& fields, std::size_t column, const std::str
 void requireCsvColumns(const CsvFields& fields, std::size_t count, const CsvPlace& place) {
     if (fields.size() == count) return;
     place.fail("expected " + std::to_string(count) + " columns, found " +
-               std::to_string(fields.size()) + (fields.size() > count ? kDecimalCommaHint : ""));
+               std::to_string(fields.size()) + likelyCause(fields, count));
 }
 
 }  // namespace ptmatch::tool

@@ -26,11 +26,17 @@ struct CsvPlace {
 /// More columns than there should be are often numbers cut in two.
 constexpr auto kDecimalCommaHint = " (numbers need a decimal point, not a comma)";
 
+/// What probably happened to a line with the wrong number of columns or with a field that is no
+/// number, for the end of a message: other separators, a column of names without a header, decimal
+/// commas. Empty when nothing of the kind is to be seen.
+/// @param count  how many columns there should be
+std::string likelyCause(const CsvFields& fields, std::size_t count);
+
 /// Calls `use` for every line of `text` that is neither blank nor begins with '#', in order; a byte
 /// order mark and CR LF line ends are fine.
 /// @param name  what messages call the table
-/// @throws InputError  the columns are separated by something else than commas; and what `use`
-///                     throws.
+/// @throws InputError  the columns are separated by something else than commas, or the lines by CR
+///                     alone; and what `use` throws.
 void forEachCsvLine(std::string_view text, const std::string& name,
                     const std::function<void(const CsvFields&, const CsvPlace&)>& use);
 

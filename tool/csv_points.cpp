@@ -35,10 +35,12 @@ Columns columnsOfHeader(const CsvFields& header, const CsvPlace& place) {
     return {*x, *y, findCsvColumn(header, "weight", place), header.size()};
 }
 
-Columns columnsWithoutHeader(std::size_t count, const CsvPlace& place) {
-    if (count != 2 && count != 3) {
+Columns columnsWithoutHeader(const CsvFields& fields, const CsvPlace& place) {
+    constexpr std::size_t kMostColumns = 3;
+    const std::size_t count = fields.size();
+    if (count != 2 && count != kMostColumns) {
         place.fail("expected 2 or 3 columns (x, y, weight) separated by commas, found " +
-                   std::to_string(count) + (count > 3 ? kDecimalCommaHint : ""));
+                   std::to_string(count) + likelyCause(fields, kMostColumns));
     }
     Columns columns;
     columns.count = count;
@@ -70,8 +72,7 @@ PointTable parsePoints(std::string_view text, const std::string& name) {
     forEachCsvLine(text, name, [&](const CsvFields& fields, const CsvPlace& place) {
         if (!columns) {
             const bool header = isCsvHeader(fields);
-            columns = header ? columnsOfHeader(fields, place)
-                             : columnsWithoutHeader(fields.size(), place);
+            columns = header ? columnsOfHeader(fields, place) : columnsWithoutHeader(fields, place);
             if (header) return;
         }
         appendPoint(table, fields, *columns, place);

@@ -1,5 +1,6 @@
 #include "pair_table.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "csv_lines.h"
@@ -44,25 +45,43 @@ Columns columnsOfHeader(const CsvFields& header, std::size_t dimensions, const C
     return columns;
 }
 
+bool areNumbers(const CsvFields& fields) {
+    return std::all_of(fields.begin(), fields.end(),
+                       [](std::string_view field) { return parseNumber(field).has_value(); });
+}
+
 // The columns of the other kind of points are no slip of the keyboard.
-std::string hintOnCount(std::size_t count, std::size_t dimensions) {
+std::string hintOnCount(const CsvFields& fields, std::size_t dimensions) {
+    const std::size_t count = fields.size();
+    if (!areNumbers(fields)) return likelyCause(fields, 2 * dimensions);
     if (dimensions == 2 && count == 6) {
         return "; the models for points of space are rigid3d, similarity3d and affine3d";
     }
     if (dimensions == 3 && count == 4) {
         return "; the models for points of the plane are rigid, similarity, affine and perspective";
     }
-    return count > 2 * dimensions ? kDecimalCommaHint : "";
+    return likelyCause(fields, 2 * dimensions);
 }
 
-Columns columnsWithoutHeader(std::size_t count, std::size_t dimensions, const CsvPlace& place) {
+Columns columnsWithoutHeader(const CsvFields& fields, std::size_t dimensions,
+                             const CsvPlace& place) {
+    const std::size_t count = fields.size();
     Columns columns{pairColumns(dimensions), {}, count};
     if (count != columns.names.size()) {
         place.fail("expected " + std::to_string(columns.names.size()) + " columns (" +
                    listed(columns.names, ", ") + ") separated by commas, found " +
-                   std::to_string(count) + hintOnCount(count, dimensions));
+                   std::to_string(count) + hintOnCount(fields, dimensions));
     }
-    for (std::size_t k = 0; k < count; ++k) columns.places.push_back(k);
+    for (std::size_t k = 0; k < count; ++k) {
+        if (!parseNumber(fields[k])) {
+            place.fail("expected a number in column " + std::to_string(k + 1) + " (" +
+                       columns.names[k] + "), found " +
+                       (fields[k].empty() ? "nothing" : inQuotes(fields[k])) +
+                       "; a first line some of whose fields are numbers is taken for a pair, not "
+                       "for a header");
+        }
+        columns.places.push_back(k);
+    }
     return columns;
 }
 
@@ -97,7 +116,7 @@ PairTable parsePairs(std::string_view text, std::size_t dimensions, const std::s
         if (!columns) {
             const bool header = isCsvHeader(fields);
             columns = header ? columnsOfHeader(fields, dimensions, place)
-                             : columnsWithoutHeader(fields.size(), dimensions, place);
+                             : columnsWithoutHeader(fields, dimensions, place);
             if (header) {
                 table.leavesOutZ = dimensions == 2 && findCsvColumn(fields, "az", place) &&
                                    findCsvColumn(fields, "bz", place);

@@ -75,6 +75,37 @@ TEST(PairTable, WrongNumbersOfColumnsAreNamed) {
               "t.csv:1: columns must be separated by commas, found \"1;2;3;4\"");
 }
 
+TEST(PairTable, LikelyCausesAreNamed) {
+    const std::string begin =
+        "t.csv:1: expected 4 columns (ax, ay, bx, by) separated by commas, found ";
+    const std::string commasAlone =
+        " (columns must be separated by commas alone, and numbers need a decimal point, not a "
+        "comma)";
+    EXPECT_EQ(refusal("0,5;0;1,5;2\n"), begin + "3" + commasAlone);
+    EXPECT_EQ(refusal("0,5 0 1,5 2\n"), begin + "3" + commasAlone);
+    EXPECT_EQ(refusal("ax,ay,bx,by\n0,5;0;1,5;2\n"),
+              "t.csv:2: expected 4 columns, found 3" + commasAlone);
+    EXPECT_EQ(refusal("P1,0,0,1,2\n"),
+              begin +
+                  "5 (column 1 holds \"P1\": a table with other columns needs a header, which "
+                  "names them all)");
+    EXPECT_EQ(refusal("px,py,1,2\n1,2,3,4\n"),
+              "t.csv:1: expected a number in column 1 (ax), found \"px\"; a first line some of "
+              "whose fields are numbers is taken for a pair, not for a header");
+    EXPECT_EQ(refusal("0 0 1 2\n"),
+              "t.csv:1: columns must be separated by commas, found \"0 0 1 2\"");
+    EXPECT_EQ(refusal("ax ay bx by\n"),
+              "t.csv:1: columns must be separated by commas, found \"ax ay bx by\"");
+}
+
+TEST(PairTable, LineEndsOfCrAloneAreNamed) {
+    for (const char* text : {"1,2,3,4\r5,6,7,8\r", "ax,ay,bx,by\r1,2,3,4", "# note\r1,2,3,4\r"}) {
+        EXPECT_EQ(refusal(text), "t.csv:1: lines must end with LF or CR LF, found CR alone");
+    }
+    EXPECT_EQ(refusal("1,2,3,4\r"), "");
+    EXPECT_EQ(refusal("1,2,3,4\r\n5,6,7,8\r\n"), "");
+}
+
 TEST(PairTable, HeaderMustNameEveryColumnOnce) {
     EXPECT_EQ(refusal("ax,ay,bx,q\n1,2,3,4\n"),
               "t.csv:1: the header names no column by (it has: ax, ay, bx, q)");
