@@ -1,7 +1,10 @@
 #include "fit_table.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <tuple>
+#include <vector>
 
 #include "fit_warnings.h"
 #include "matrix_parts.h"
@@ -21,12 +24,57 @@ std::string parameterText(double value) {
     return significantText(value, kParameterDigits);
 }
 
+// Where the points go when the elements of the matrix are printed with this many digits.
+double largestShift(const HomogeneousMatrix& matrix, const std::vector<Coordinates>& points,
+                    int digits) {
+    HomogeneousMatrix printed = matrix;
+    for (std::vector<double>& row : printed) {
+        for (double& element : row) {
+            element = parseNumber(significantText(element, digits)).value_or(element);
+        }
+    }
+    double largest = 0.0;
+    for (const Coordinates& p : points) {
+        const Coordinates exact = mapped(matrix, p);
+        const Coordinates shifted = mapped(printed, p);
+        const double shift =
+            std::hypot(shifted[0] - exact[0], shifted[1] - exact[1], shifted[2] - exact[2]);
+        largest = std::isnan(shift) ? shift : std::max(largest, shift);
+    }
+    return largest;
+}
+
+// The fewest digits, but not fewer than other parameters have, with which the matrix maps the
+// points as well as it fits them. The translation of a map far from the origin needs more than
+// others, and so does a matrix that is to cancel it.
+int matrixDigits(const HomogeneousMatrix& matrix, const std::vector<Coordinates>& points,
+                 const std::vector<Coordinates>& partners) {
+    constexpr double kShareOfResidual = 1e-3;
+    constexpr double kRounding = 1e-13;
+    constexpr int kAllDigits = 17;
+    double squares = 0.0;
+    double farthest = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const Coordinates image = mapped(matrix, points[i]);
+        const double length = std::hypot(partners[i][0] - image[0], partners[i][1] - image[1],
+                                         partners[i][2] - image[2]);
+        squares = std::hypot(squares, length);
+        farthest = std::max(farthest, std::hypot(image[0], image[1], image[2]));
+    }
+    const double rms = squares / std::sqrt(static_cast<double>(points.size()));
+    const double tolerance = std::max(kShareOfResidual * rms, kRounding * farthest);
+    for (int digits = kParameterDigits; digits < kAllDigits; ++digits) {
+        if (largestShift(matrix, points, digits) <= tolerance) return digits;
+    }
+    return kAllDigits;
+}
+
 // The last row of transforms that are not perspective says nothing.
 void appendMatrix(std::vector<TableRow>& rows, const std::string& name,
-                  const HomogeneousMatrix& matrix, bool isPerspective) {
+                  const HomogeneousMatrix& matrix, int digits, bool isPerspective) {
     for (std::size_t r = 0; r + (isPerspective ? 0 : 1) < matrix.size(); ++r) {
         TableRow row = {r == 0 ? name : ""};
-        for (const double element : matrix[r]) row.push_back(parameterText(element));
+        for (const double element : matrix[r]) row.push_back(significantText(element, digits));
         rows.push_back(row);
     }
 }
@@ -34,8 +82,10 @@ void appendMatrix(std::vector<TableRow>& rows, const std::string& name,
 std::string matrixTable(const FitReport& report) {
     const bool isPerspective = report.model == FitModel::kPerspective;
     std::vector<TableRow> rows;
-    appendMatrix(rows, kThere, report.fitted.bFromA, isPerspective);
-    appendMatrix(rows, kBack, report.fitted.aFromB, isPerspective);
+    const auto& [a, b] = std::tie(report.pairs.a, report.pairs.b);
+    const FittedTransform& fitted = report.fitted;
+    appendMatrix(rows, kThere, fitted.bFromA, matrixDigits(fitted.bFromA, a, b), isPerspective);
+    appendMatrix(rows, kBack, fitted.aFromB, matrixDigits(fitted.aFromB, b, a), isPerspective);
     return alignedText(rows);
 }
 

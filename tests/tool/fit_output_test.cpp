@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "fit_json.h"
 #include "fit_table.h"
@@ -63,6 +65,39 @@ TEST(FitTable, SimilaritiesAreToldAsRotationScaleAndTranslation) {
     EXPECT_THAT(space, StartsWith("similarity3d fitted to 5 pairs (15 equations, 7 unknowns)\n"));
     EXPECT_THAT(space, ContainsRegex("translation x +y +z +axis x +y +z\n"));
     EXPECT_THAT(space, ContainsRegex("\na to b +40.1070457 +3 +30 +-12 +5 .* 1\n"));
+}
+
+TEST(FitTable, MatricesMapThePointsAsWellAsTheFit) {
+    // Coordinates of a national grid, and millimetres to be kept.
+    PairTable pairs = samplePairs(FitModel::kAffine, 10);
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        pairs.b[i][0] += 5e5 + (i % 3 == 0 ? 0.004 : -0.002);
+        pairs.b[i][1] += 5.4e6 + (i % 2 == 0 ? 0.003 : -0.003);
+    }
+    const FitReport report = reportOnFit(FitModel::kAffine, pairs, "p.csv");
+    std::istringstream table(fitTable(report));
+    std::string word;
+    while (table >> word && word != "b") continue;
+    const auto matrixAfter = [&](const std::string& last) {
+        HomogeneousMatrix matrix = {{0, 0, 0}, {0, 0, 0}, {0, 0, 1}};
+        while (table >> word && word != last) continue;
+        for (std::size_t k = 0; k < 6; ++k) table >> matrix[k / 3][k % 3];
+        return matrix;
+    };
+    HomogeneousMatrix there = {{0, 0, 0}, {0, 0, 0}, {0, 0, 1}};
+    for (std::size_t k = 0; k < 6; ++k) table >> there[k / 3][k % 3];
+    const HomogeneousMatrix back = matrixAfter("a");
+    const auto expectShift = [](const HomogeneousMatrix& printed, const HomogeneousMatrix& matrix,
+                                const std::vector<Coordinates>& points, double largest) {
+        for (const Coordinates& p : points) {
+            const Coordinates shifted = mapped(printed, p);
+            const Coordinates exact = mapped(matrix, p);
+            EXPECT_LE(std::hypot(shifted[0] - exact[0], shifted[1] - exact[1]), largest);
+        }
+    };
+    const double tolerance = 1e-3 * report.fitted.residual.rms;
+    expectShift(there, report.fitted.bFromA, pairs.a, tolerance);
+    expectShift(back, report.fitted.aFromB, pairs.b, tolerance);
 }
 
 TEST(FitTable, ResidualsAreListedByPairAndLine) {
