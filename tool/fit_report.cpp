@@ -24,9 +24,50 @@ std::string inWordsOfTheUser(FitModel model, const std::string& refusal) {
         return reason;
     }
     if (model != FitModel::kPerspective) return refusal;
-    const bool lacksForm = refusal.find("eight-parameter") != std::string::npos;
-    return refusal + (lacksForm ? "; add a constant to the coordinates of a or b"
-                                : "; it takes four pairs of which no three lie on one line");
+    if (refusal.find("eight-parameter") != std::string::npos) {
+        return refusal + "; add a constant to the coordinates of a or b";
+    }
+    if (refusal.find("singular") != std::string::npos) {
+        return "the pairs do not tell the transform from a singular one, which takes the plane to "
+               "a line or a point";
+    }
+    const bool isOpen = refusal.find("open") != std::string::npos;
+    return refusal + (isOpen ? "; it takes four pairs of which no three lie on one line" : "");
+}
+
+// All points but one, which is far from them, are to a fit much like one point: a clause to add, or
+// nothing.
+std::string farPointText(const PairTable& pairs, const std::vector<Coordinates>& points,
+                         const std::string& name) {
+    constexpr double kClose = 0.01;
+    const PointSpread all = spreadOf(points, pairs.dimensions);
+    const auto fromMean = [&](const Coordinates& p) {
+        return std::hypot(p[0] - all.mean[0], p[1] - all.mean[1], p[2] - all.mean[2]);
+    };
+    const auto farthest =
+        std::max_element(points.begin(), points.end(),
+                         [&](const auto& p, const auto& q) { return fromMean(p) < fromMean(q); });
+    std::vector<Coordinates> others = points;
+    const std::ptrdiff_t pair = farthest - points.begin();
+    others.erase(others.begin() + pair);
+    const double share = spreadOf(others, pairs.dimensions).reach / all.reach;
+    if (!(share <= kClose)) return {};
+    return ": all points " + name + " but that of line " +
+           std::to_string(pairs.lines[static_cast<std::size_t>(pair)]) +
+           " lie close together, within " + significantText(100.0 * share, 2) +
+           " % of its distance";
+}
+
+// What can be fitted to points that are too few, or too flat, for a model: a clause to add, or
+// nothing.
+std::string wayOutOf(const std::string& degeneracy, const FitModelTraits& traits) {
+    if (degeneracy == "lie on one line" && traits.dimensions == 2) {
+        return "; for points on one line, take similarity or rigid";
+    }
+    if (degeneracy == "lie in one plane") {
+        return "; for points in one plane, take similarity3d or rigid3d";
+    }
+    return {};
 }
 
 // What is wrong with pairs that the fit has refused: in words of the points if these say it, else
@@ -43,9 +84,14 @@ std::string whyRefused(const FitReport& report, const std::string& refusal) {
     for (const auto& [name, spread] :
          {std::pair("a", report.spreadA), std::pair("b", report.spreadB)}) {
         const std::string degeneracy = degeneracyOf(spread, kRounding);
-        if (isMatter(degeneracy)) return std::string("the points ") + name + " " + degeneracy;
+        if (!isMatter(degeneracy)) continue;
+        return std::string("the points ") + name + " " + degeneracy +
+               wayOutOf(degeneracy, report.traits());
     }
-    return inWordsOfTheUser(report.model, refusal);
+    std::string reason = inWordsOfTheUser(report.model, refusal);
+    if (report.model != FitModel::kPerspective) return reason;
+    const std::string far = farPointText(report.pairs, report.pairs.a, "a");
+    return reason + (far.empty() ? farPointText(report.pairs, report.pairs.b, "b") : far);
 }
 
 // Beyond this, squares leave the range of double.
@@ -76,10 +122,23 @@ Coordinates FitReport::residualOf(std::size_t pair) const {
 }
 
 std::optional<double> FitReport::estimatedError() const {
-    const auto all = static_cast<double>(equations());
-    const double redundant = all - static_cast<double>(traits().unknowns);
+    return errorOfPairs(traits(), pairs.size(), fitted.residual.rms);
+}
+
+std::size_t FitReport::distinctPairs() const {
+    std::vector<std::pair<Coordinates, Coordinates>> sorted;
+    sorted.reserve(pairs.size());
+    for (std::size_t i = 0; i < pairs.size(); ++i) sorted.emplace_back(pairs.a[i], pairs.b[i]);
+    std::sort(sorted.begin(), sorted.end());
+    return static_cast<std::size_t>(std::unique(sorted.begin(), sorted.end()) - sorted.begin());
+}
+
+std::optional<double> errorOfPairs(const FitModelTraits& traits, std::size_t pairs,
+                                   double rmsResidual) {
+    const auto all = static_cast<double>(traits.dimensions * pairs);
+    const double redundant = all - static_cast<double>(traits.unknowns);
     if (!(redundant > 0.0)) return std::nullopt;
-    return fitted.residual.rms * std::sqrt(all / redundant);
+    return rmsResidual * std::sqrt(all / redundant);
 }
 
 FitReport reportOnFit(FitModel model, PairTable pairs, const std::string& pairsFile) {

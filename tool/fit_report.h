@@ -26,13 +26,19 @@ struct FitReport {
     FitStrength strengthBack;
 
     const FitModelTraits& traits() const { return traitsOf(model); }
+    /// How many pairs there are, identical ones counted once.
+    std::size_t distinctPairs() const;
     std::size_t equations() const { return traits().dimensions * pairs.size(); }
     /// The distance of a point b from where the transform takes its partner a, by coordinates.
     Coordinates residualOf(std::size_t pair) const;
-    /// An estimate of the root mean square error of the pairs: their residuals, made up for what
-    /// the fit follows of the errors. Absent when it follows all.
+    /// As errorOfPairs.
     std::optional<double> estimatedError() const;
 };
+
+/// An estimate of the root mean square error of pairs from what a fit of the model leaves: made up
+/// for what it follows of the errors. Absent when it follows all.
+std::optional<double> errorOfPairs(const FitModelTraits& traits, std::size_t pairs,
+                                   double rmsResidual);
 
 /// Fits the model to the pairs and finds out what the fit is worth.
 /// @throws InputError  there are too few pairs, or they do not determine the transform.

@@ -42,6 +42,15 @@ class Equations {
                    : 1.0;
     }
 
+    // Whether a point lies where the errors of a perspective transform are looked at: before the
+    // horizon, and its image no farther out than those of the points.
+    bool isNearPoints(const Coordinates& point) const {
+        if (traits_.model != FitModel::kPerspective) return true;
+        if (!(denominator(point) > 0.0)) return false;
+        const Coordinates image = mapped(matrix_, point);
+        return std::hypot(image[0] - to_.mean[0], image[1] - to_.mean[1]) <= to_.reach;
+    }
+
     // One gradient for each coordinate of the image.
     std::array<Gradient, 3> gradientsAt(const Coordinates& point) const {
         Coordinates x{};
@@ -137,19 +146,42 @@ rxMatrixExt cofactors(const Equations& equations, std::span<const Coordinates> p
     return inverse;
 }
 
-// The mean over the coordinates of the variances of the image, for pairs with errors of variance 1.
-double meanVariance(const std::array<Gradient, 3>& gradients, const rxMatrixExt& inverse,
-                    const FitModelTraits& traits) {
-    double sum = 0.0;
+// How the errors of the coordinates of an image spread and hang together, for pairs with errors of
+// variance 1.
+rxMatrixExt covariance(const std::array<Gradient, 3>& gradients, const rxMatrixExt& inverse,
+                       const FitModelTraits& traits) {
+    const auto dimensions = static_cast<long>(traits.dimensions);
+    rxMatrixExt result(dimensions, dimensions);
     for (std::size_t k = 0; k < traits.dimensions; ++k) {
+        std::array<double, kMostUnknowns> product{};
         for (std::size_t r = 0; r < traits.unknowns; ++r) {
             const double* const row = inverse.pointToRow(static_cast<long>(r));
-            double product = 0.0;
-            for (std::size_t c = 0; c < traits.unknowns; ++c) product += row[c] * gradients[k][c];
-            sum += gradients[k][r] * product;
+            for (std::size_t c = 0; c < traits.unknowns; ++c)
+                product[r] += row[c] * gradients[k][c];
+        }
+        for (std::size_t j = 0; j < traits.dimensions; ++j) {
+            double sum = 0.0;
+            for (std::size_t r = 0; r < traits.unknowns; ++r) sum += gradients[j][r] * product[r];
+            result.element(static_cast<long>(j), static_cast<long>(k), sum);
         }
     }
-    return sum / static_cast<double>(traits.dimensions);
+    return result;
+}
+
+double meanVariance(const rxMatrixExt& covariance) {
+    double sum = 0.0;
+    for (long k = 0; k < covariance.rows(); ++k) sum += covariance.pointToRow(k)[k];
+    return sum / static_cast<double>(covariance.rows());
+}
+
+// Of the variances along all directions. A mean over them would hide that a pair alone holds one.
+double largestVariance(const rxMatrixExt& covariance) {
+    for (long r = 0; r < covariance.rows(); ++r) {
+        for (long c = 0; c < covariance.cols(); ++c) {
+            if (!std::isfinite(covariance.pointToRow(r)[c])) return kInfinity;
+        }
+    }
+    return rfSingularValues(covariance).front();
 }
 
 // Directions less than 8 degrees from any other one, in space 15.
@@ -170,9 +202,9 @@ std::vector<Coordinates> directions(std::size_t dimensions) {
     return result;
 }
 
-// The point of the rim in this direction, nearer to the mean where it would come near the horizon.
-Coordinates rimPoint(const Equations& equations, const Coordinates& direction,
-                     double smallestDenominator) {
+// The point of the rim in this direction, or the last one towards it that is near the points: the
+// set of these is convex and holds the mean.
+Coordinates rimPoint(const Equations& equations, const Coordinates& direction) {
     const PointSpread& from = equations.from();
     const auto at = [&](double share) {
         Coordinates p{};
@@ -181,10 +213,15 @@ Coordinates rimPoint(const Equations& equations, const Coordinates& direction,
         }
         return p;
     };
-    const double atRim = equations.denominator(at(1.0));
-    const double lowest = 0.5 * smallestDenominator;
-    if (atRim >= lowest) return at(1.0);
-    return at((1.0 - lowest) / (1.0 - atRim));  // it is 1 at the mean
+    if (equations.isNearPoints(at(1.0))) return at(1.0);
+    constexpr int kHalvings = 40;
+    double near = 0.0;
+    double far = 1.0;
+    for (int k = 0; k < kHalvings; ++k) {
+        const double middle = 0.5 * (near + far);
+        (equations.isNearPoints(at(middle)) ? near : far) = middle;
+    }
+    return at(near);
 }
 
 }  // namespace
@@ -200,13 +237,14 @@ FitStrength strengthOf(const FitModelTraits& traits, std::span<const Coordinates
     if (inverse.isBound() == 0) return strength;
 
     for (std::size_t i = 0; i < points.size(); ++i) {
-        const double leverage = meanVariance(equations.gradientsAt(points[i]), inverse, traits);
+        const double leverage =
+            largestVariance(covariance(equations.gradientsAt(points[i]), inverse, traits));
         strength.leverages[i] = std::clamp(leverage, 0.0, 1.0);
     }
     double largest = 0.0;
     for (const Coordinates& direction : directions(traits.dimensions)) {
-        const Coordinates p = rimPoint(equations, direction, smallest);
-        const double variance = meanVariance(equations.gradientsAt(p), inverse, traits);
+        const Coordinates p = rimPoint(equations, direction);
+        const double variance = meanVariance(covariance(equations.gradientsAt(p), inverse, traits));
         // Negative: an inverse that rounding has spoilt.
         if (!(variance >= 0.0)) return strength;
         largest = std::max(largest, variance);

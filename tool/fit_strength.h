@@ -22,8 +22,8 @@ struct FitStrength {
     /// well-spread points, less for many; infinite when a part of the transform is left open, to
     /// within some 1e-7.
     double errorGrowth = 0.0;
-    /// For each pair the share of its error that the fit follows, 0 to 1 (its leverage); the rest
-    /// shows in its residual. They add up to the unknowns divided by the dimensions.
+    /// For each pair the share of its error that the fit follows, 0 to 1 (its leverage), along the
+    /// direction in which it follows most; the rest shows in its residual.
     std::vector<double> leverages;
     /// The denominator of a perspective transform has different signs at different points: its
     /// horizon runs through the points. The errors then grow without bound.
@@ -32,8 +32,10 @@ struct FitStrength {
 
 /// @param points  what the transform was fitted from; not all in one place
 /// @param matrix  the transform from there
-/// Where a perspective transform has its horizon near, the circle is cut off at half of the
-/// smallest denominator among the points.
+/// Of a perspective transform the errors are looked at in that part of the circle whose images lie
+/// within the circle about the mean of the images of the points that reaches the farthest of them.
+/// So both ways are judged over the same part of the plane: the circle about points that were seen
+/// obliquely reaches the horizon easily, far from all of them.
 FitStrength strengthOf(const FitModelTraits& traits, std::span<const Coordinates> points,
                        const HomogeneousMatrix& matrix);
 

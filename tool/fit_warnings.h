@@ -10,7 +10,7 @@ namespace ptmatch::tool {
 /// A reason not to trust a fit.
 struct FitWarning {
     /// A word for programs: "fewest_pairs", "weak_geometry", "weak_inverse", "decisive_pairs",
-    /// "large_residuals" or "horizon".
+    /// "large_residuals", "other_scale", "outlier" or "horizon".
     std::string kind;
     /// One line for people.
     std::string message;
@@ -26,6 +26,11 @@ constexpr double kDecisiveLeverage = 0.95;
 /// Residuals larger than this share of the spread of the points b (both root mean square) look like
 /// pairs that do not belong together.
 constexpr double kLargeResidual = 0.5;
+
+/// Points that fill their plane or space to no more than this share of their length are called
+/// nearly on one line or in one plane. Of affine fits, errors do not grow by kWeakGrowth before
+/// points are as thin as that, however few they are.
+constexpr double kNearlyFlat = 0.1;
 
 /// All that speaks against the fit, the gravest first.
 std::vector<FitWarning> warningsFor(const FitReport& report);

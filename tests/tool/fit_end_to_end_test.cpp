@@ -67,7 +67,9 @@ TEST_F(FitTool, TextTellsParametersResidualsAndTheWorstPair) {
     write("p.csv", kPairs);
     const Outcome outcome = fit({"--pairs", "p.csv", "--model", "similarity", "--residuals"});
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.err,
+              "ptmatch: warning: pair 5 (line 7) is 6 off where the others take it, which have "
+              "errors of 0: is it wrong?\n");
     EXPECT_THAT(outcome.out,
                 StartsWith("similarity fitted to 6 pairs (12 equations, 4 unknowns)\n\na to b "));
     EXPECT_THAT(outcome.out, HasSubstr("residual (RMS)  largest  of pair  in line  "));
@@ -144,7 +146,8 @@ TEST_F(FitTool, BadInputIsNamedAndCodeTwo) {
     EXPECT_EQ(refusal({"--pairs", "few.csv", "--model", "affine"}),
               "ptmatch: few.csv: affine needs at least 3 pairs, found 2\n");
     EXPECT_EQ(refusal({"--pairs", "line.csv", "--model", "affine"}),
-              "ptmatch: line.csv: affine cannot be fitted: the points a lie on one line\n");
+              "ptmatch: line.csv: affine cannot be fitted: the points a lie on one line; for "
+              "points on one line, take similarity or rigid\n");
     EXPECT_EQ(refusal({"--pairs", "large.csv", "--model", "rigid"}),
               "ptmatch: large.csv:3: coordinates must be within 1e150\n");
     EXPECT_THAT(refusal({"--pairs", "p.csv", "--model", "rigid3d"}),
@@ -180,7 +183,8 @@ TEST_F(FitTool, OutputsSpareThePairsAndEachOther) {
         {"/bin/sh", "-c",
          std::string(PTMATCH_TOOL) + " fit --pairs p.csv --model affine --csv a.csv >/dev/full"});
     EXPECT_EQ(full.exitCode, 2);
-    EXPECT_EQ(full.err, "ptmatch: the results cannot be written to standard output\n");
+    EXPECT_THAT(full.err,
+                testing::EndsWith("ptmatch: the results cannot be written to standard output\n"));
     EXPECT_THAT(filesInWork(), ElementsAre("p.csv"));
 }
 

@@ -16,6 +16,8 @@ using testing::StartsWith;
 
 namespace {
 
+const std::string kForLines = "; for points on one line, take similarity or rigid";
+
 std::string refusal(FitModel model, const PairTable& pairs) {
     try {
         reportOnFit(model, pairs, "p.csv");
@@ -106,13 +108,13 @@ TEST(FitReport, PairsThatLeaveTheTransformOpenAreSaidToBeSo) {
     const auto square = [](const Coordinates& p) { return Coordinates{p[0], p[0] * p[0], 0}; };
     const auto place = [](const Coordinates&) { return Coordinates{7, 7, 0}; };
     EXPECT_EQ(refusal(FitModel::kAffine, planePairs(line, square)),
-              "p.csv: affine cannot be fitted: the points a lie on one line");
+              "p.csv: affine cannot be fitted: the points a lie on one line" + kForLines);
     EXPECT_EQ(refusal(FitModel::kPerspective, planePairs(line, square)),
-              "p.csv: perspective cannot be fitted: the points a lie on one line");
+              "p.csv: perspective cannot be fitted: the points a lie on one line" + kForLines);
     const std::vector<Coordinates> spread = {{0, 0, 0}, {1, 2, 0}, {2, 1, 0}, {3, 9, 0}, {5, 4, 0}};
     const auto flat = [](const Coordinates& p) { return Coordinates{p[0] + p[1], 3, 0}; };
     EXPECT_EQ(refusal(FitModel::kAffine, planePairs(spread, flat)),
-              "p.csv: affine cannot be fitted: the points b lie on one line");
+              "p.csv: affine cannot be fitted: the points b lie on one line" + kForLines);
     for (const FitModel model : {FitModel::kRigid, FitModel::kSimilarity}) {
         const std::string begin =
             std::string("p.csv: ") + traitsOf(model).name + " cannot be fitted: ";
@@ -135,7 +137,7 @@ TEST(FitReport, PointsApartByRoundingOnlyAreNamedByTheirSide) {
               "p.csv: rigid cannot be fitted: the points a lie in one place");
     EXPECT_EQ(
         refusal(FitModel::kAffine, planePairs({{1e6, 1, 0}, {next, 2, 0}, {1e6, 3, 0}}, same)),
-        "p.csv: affine cannot be fitted: the points a lie on one line");
+        "p.csv: affine cannot be fitted: the points a lie on one line" + kForLines);
 }
 
 TEST(FitReport, PerspectivePairsNeedFourInGeneralPosition) {
@@ -156,6 +158,32 @@ TEST(FitReport, PerspectivePairsNeedFourInGeneralPosition) {
     EXPECT_THAT(message, HasSubstr("; add a constant to the coordinates of a or b"));
 }
 
+TEST(FitReport, OnePointFarFromAllOthersIsNamed) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution<double> uniform(0.0, 1.0);
+    std::normal_distribution<double> noise(0.0, 0.01);
+    std::vector<Coordinates> points;
+    for (int k = 0; k < 10; ++k) points.push_back({uniform(random), uniform(random), 0});
+    points.insert(points.begin() + 3, {1e6, 1e6, 0});
+    const auto noisy = [&](const Coordinates& p) {
+        return Coordinates{p[0] + noise(random), p[1] + noise(random), 0};
+    };
+    EXPECT_THAT(refusal(FitModel::kPerspective, planePairs(points, noisy)),
+                testing::MatchesRegex(
+                    "p.csv: perspective cannot be fitted: the pairs do not tell the transform from "
+                    "a singular one, which takes the plane to a line or a point: all points a but "
+                    "that of line 4 lie close together, within .* % of its distance"));
+}
+
+TEST(FitReport, IdenticalPairsCountOnce) {
+    const std::vector<Coordinates> points = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 0, 0}};
+    const auto same = [](const Coordinates& p) { return p; };
+    PairTable pairs = planePairs(points, same);
+    EXPECT_EQ(reportOnFit(FitModel::kAffine, pairs, "p.csv").distinctPairs(), 3U);
+    pairs.b[3][0] += 0.1;  // measured twice
+    EXPECT_EQ(reportOnFit(FitModel::kAffine, pairs, "p.csv").distinctPairs(), 4U);
+}
+
 TEST(FitReport, PairsOfSpaceOnALineOrInAPlaneAreNamed) {
     const auto tableOf = [](const std::vector<Coordinates>& points) {
         PairTable pairs = planePairs(points, [](const Coordinates& p) { return p; });
@@ -169,7 +197,8 @@ TEST(FitReport, PairsOfSpaceOnALineOrInAPlaneAreNamed) {
     EXPECT_EQ(refusal(FitModel::kRigid3D, plane), "");
     EXPECT_EQ(refusal(FitModel::kSimilarity3D, plane), "");
     EXPECT_EQ(refusal(FitModel::kAffine3D, plane),
-              "p.csv: affine3d cannot be fitted: the points a lie in one plane");
+              "p.csv: affine3d cannot be fitted: the points a lie in one plane; for points in one "
+              "plane, take similarity3d or rigid3d");
 }
 
 TEST(FitReport, CoordinatesTooLargeToComputeWithAreNamedByLine) {

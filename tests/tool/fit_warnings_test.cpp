@@ -113,8 +113,8 @@ TEST(FitWarnings, APairThatDecidesAloneIsNamed) {
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].kind, "decisive_pairs");
     EXPECT_EQ(found[0].message,
-              "pair 7 (line 7) decides a part of the transform alone: its residual shows less than "
-              "5 % of its error");
+              "pair 7 (line 7) decides a part of the transform alone: in some direction its "
+              "residual shows less than 5 % of its error");
 }
 
 TEST(FitWarnings, AllButOneNearlyOnALineIsWeakForPerspective) {
@@ -123,7 +123,9 @@ TEST(FitWarnings, AllButOneNearlyOnALineIsWeakForPerspective) {
     const auto found = warnings(FitModel::kPerspective, planePairs(points, same));
     ASSERT_FALSE(found.empty());
     EXPECT_EQ(found[0].kind, "weak_geometry");
-    EXPECT_THAT(found[0].message, HasSubstr("too many of the points a lie nearly on one line; "));
+    EXPECT_THAT(found[0].message,
+                HasSubstr("perspective: all points a but that of pair 21 (line 21) lie "
+                          "nearly on one line (0.017 % as wide as long); "));
 }
 
 TEST(FitWarnings, PairsThatDoNotBelongTogetherAreAskedAbout) {
@@ -133,15 +135,54 @@ TEST(FitWarnings, PairsThatDoNotBelongTogetherAreAskedAbout) {
     auto found = warnings(FitModel::kRigid, planePairs(points, mirrored));
     ASSERT_EQ(found.size(), 1U);
     EXPECT_EQ(found[0].kind, "large_residuals");
-    EXPECT_THAT(found[0].message, HasSubstr("One side is more like the mirror image of the other, "
-                                            "which rigid does not make"));
+    EXPECT_THAT(found[0].message, HasSubstr("(8.944 against 6.573)"));
+    EXPECT_THAT(found[0].message, HasSubstr("One side is like the mirror image of the other, "
+                                            "which rigid does not make (mirrored, a similarity "
+                                            "leaves "));
     const auto doubled = [](const Coordinates& p) { return Coordinates{3 * p[0], 3 * p[1], 0}; };
     found = warnings(FitModel::kRigid, planePairs(points, doubled));
-    ASSERT_EQ(found.size(), 1U);
+    ASSERT_EQ(found.size(), 2U);
     EXPECT_THAT(found[0].message, HasSubstr("The points b reach 3 times as far as the points a, "
                                             "and rigid does not scale."));
     EXPECT_THAT(found[0].message, testing::Not(HasSubstr("mirror")));
+    EXPECT_EQ(found[1].kind, "other_scale");
+    EXPECT_THAT(found[1].message, StartsWith("similarity, of scale 3, leaves far less: the error "
+                                             "of a pair is "));
     EXPECT_THAT(kinds(FitModel::kSimilarity, planePairs(points, doubled)), IsEmpty());
+}
+
+TEST(FitWarnings, APairThatStandsOutIsNamedWithItsLine) {
+    PairTable pairs = samplePairs(FitModel::kSimilarity, 12);
+    for (std::size_t i = 0; i < pairs.size(); ++i) pairs.b[i][0] += i % 2 == 0 ? 0.1 : -0.1;
+    pairs.b[6][1] += 9.0;
+    const auto found = warnings(FitModel::kSimilarity, pairs);
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].kind, "outlier");
+    EXPECT_THAT(found[0].message,
+                testing::MatchesRegex("pair 7 \\(line 8\\) is .* off where the others take it, "
+                                      "which have errors of 0.1.*: is it wrong\\?"));
+}
+
+TEST(FitWarnings, RepeatedPairsDoNotCount) {
+    const std::vector<Coordinates> points = {{0, 0, 0}, {9, 0, 0}, {0, 9, 0}, {9, 0, 0}};
+    const auto found = warnings(FitModel::kAffine, planePairs(points, same));
+    ASSERT_EQ(found.size(), 1U);
+    EXPECT_EQ(found[0].message,
+              "3 pairs without the repeated ones are the fewest for affine: it meets them exactly, "
+              "whatever their errors are, and the residuals say nothing");
+}
+
+TEST(FitWarnings, PointsAreOnlyCalledNearlyOnALineWhenTheyAre) {
+    // A sixth as wide as long, and to a perspective transform little more than three points.
+    const auto weak = warnings(
+        FitModel::kPerspective,
+        planePairs({{0, 0, 0}, {10, 2, 0}, {10, 2.01, 0}, {0, 0.01, 0}, {5, 2, 0}, {5, 2.01, 0}},
+                   same));
+    ASSERT_FALSE(weak.empty());
+    EXPECT_EQ(weak[0].kind, "weak_geometry");
+    EXPECT_THAT(weak[0].message,
+                StartsWith("the pairs barely determine perspective: too few of the pairs fix some "
+                           "part of it; errors of the pairs grow "));
 }
 
 TEST(FitWarnings, AHorizonThroughThePointsIsWarnedOf) {
