@@ -1,7 +1,7 @@
 #include "ptmatch/label_image.h"
 
 #include "foundation/image_functions.h"
-#include "ptmatch/mark_image.h"
+#include "ptmatch/block_pixels.h"
 #include "ptmatch/search_grid.h"
 
 namespace ptmatch::detail {

@@ -10,6 +10,9 @@ namespace ptmatch::detail {
 
 struct SearchGrid;
 
+/// Alignment, in bytes, of the rows of a label image.
+inline constexpr long kRowAlignment = 32;
+
 /// Data points up to which labels of 16 bits suffice.
 inline constexpr std::size_t kMaxShortLabels = 65535;
 

@@ -8,7 +8,6 @@
 #include "foundation/angle.h"
 #include "foundation/real.h"
 #include "ptmatch/label_image.h"
-#include "ptmatch/mark_image.h"
 #include "ptmatch/point_matcher_defs.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"

@@ -1,47 +1,178 @@
 #include "ptmatch/translation_search.h"
 
-#include "ptmatch/mark_image.h"
+#include <algorithm>
+#include <bit>
+
 #include "ptmatch/point_matcher_model.h"
-#include "ptmatch/vote_counter.h"
-#include "ptmatch/vote_peaks.h"
+#include "ptmatch/vote_kernel_choice.h"
 
 namespace ptmatch::detail {
 namespace {
 
-template <class Vote>
-PeakRule peakRule(const rxPelBuffer<Vote>& votes, const CoarseStore& store) {
-    const bool hasNeighbours = votes.width() >= 2 && votes.height() >= 2;
-    return store.capacity() >= 2 && hasNeighbours ? PeakRule::LocalMaxima : PeakRule::EveryVote;
+// Votes that are looked at for peaks at a time: few enough to stay in the cache, enough for the
+// points to be collected for many blocks.
+constexpr long kVotesPerPart = 1L << 17;
+
+// A store with so little room left is full soon and then raises the threshold for all that follows:
+// it is worth looking often.
+constexpr long kLittleRoom = 64;
+
+long bandsPerPart(long width) {
+    return std::max(1L, kVotesPerPart / (width * kBlockRows));
+}
+
+std::vector<rxPair<long>> pixelsOf(const SearchGrid& grid) {
+    std::vector<rxPair<long>> pixels;
+    pixels.reserve(grid.data.size());
+    for (const rxVector<2>& d : grid.data) pixels.push_back(pixelOf(grid.imageFromModel * d));
+    return pixels;
 }
 
 }  // namespace
 
 TranslationSearch::TranslationSearch(const SearchGrid& grid, const rx_PointMatcherModel& model,
                                      const VoteWeights& weights, const rxPelRect& window)
-    : grid_(grid), model_(model), weights_(weights), window_(window), marks_(drawMarks(grid)) {
-    const long width = window.width() + 1;
-    const long height = window.height() + 1;
-    if (weights.fitsShort) {
-        votes_ = rxPelBuffer<short>(width, height, kRowAlignment);
-    } else {
-        votes_ = rxPelBuffer<std::int32_t>(width, height, kRowAlignment);
-    }
+    : grid_(grid),
+      model_(model),
+      window_(window),
+      width_(window.width() + 1),
+      height_(window.height() + 1),
+      dataPixels_(pixelsOf(grid)),
+      points_(model.points().size(), weights.scaled),
+      counter_(voteKernel(), model.points().size(), points_.positive().size()),
+      negativeCounter_(voteKernel(), model.points().size(), points_.negative().size()),
+      bandsPerPart_(std::min(bandsPerPart(width_), TileExtent(1, width_, height_).bands)),
+      rows_(width_, bandsPerPart_ * kBlockRows),
+      planner_(width_, height_, bitmap_(1).density(), model.points().size(), weights) {
     modelPixels_.reserve(model.points().size());
+}
+
+const MarkBitmap& TranslationSearch::bitmap_(long tile) {
+    std::optional<MarkBitmap>& bitmap = bitmaps_[tileIndex(tile)];
+    if (!bitmap) bitmap.emplace(tile, grid_.width, grid_.height, dataPixels_);
+    return *bitmap;
+}
+
+BlockFlags& TranslationSearch::flags_(long tile) {
+    std::optional<BlockFlags>& flags = blockFlags_[tileIndex(tile)];
+    if (!flags) flags.emplace(TileExtent(tile, width_, height_));
+    return *flags;
 }
 
 void TranslationSearch::offerPeaks(double scale, double rotationDegrees, long threshold,
                                    CoarseStore& store) {
     modelPixels(grid_, model_, scale, rotationDegrees, modelPixels_);
-    std::visit(
-        [&](auto& votes) {
-            countVotes(rxPelBuffer_const<unsigned char>(marks_), window_, modelPixels_,
-                       weights_.scaled, votes);
-            forEachPeak(votes, threshold, peakRule(votes, store), [&](long x, long y, long vote) {
-                const rxPair<long> ul = window_.ul();
-                store.add(vote, {{ul.x() + x, ul.y() + y}, scale, rotationDegrees});
+    points_.place(modelPixels_, window_.ul());
+    descend_(planner_.tileFor(threshold), threshold);
+    harvest_(scale, rotationDegrees, threshold, store);
+}
+
+// From the largest tiles down to the translations that may reach the threshold, block by block.
+void TranslationSearch::descend_(long tile, long threshold) {
+    flags_(tile).setAll();
+    for (; tile > 1; tile = nextTile(tile)) {
+        boundTiles_(tile, threshold);
+        planner_.learn(tile, threshold, flags_(nextTile(tile)).numFlagged());
+    }
+}
+
+// Bounds the flagged blocks of tiles, and flags the blocks of the next smaller ones in which a tile
+// reached the threshold.
+void TranslationSearch::boundTiles_(long tile, long threshold) {
+    const MarkBitmap& bitmap = bitmap_(tile);
+    const BlockFlags& flags = flags_(tile);
+    BlockFlags& next = flags_(nextTile(tile));
+    next.clear();
+    const long bands = flags.extent().bands;
+    for (long strip = 0; strip < flags.extent().strips; ++strip) {
+        long band = flags.nextInStrip(strip, 0, bands);
+        if (band == bands) continue;
+        counter_.aimAt(bitmap, points_.positive(), strip);
+        for (; band < bands; band = flags.nextInStrip(strip, band + 1, bands)) {
+            if (counter_.count(band, threshold))
+                flagSurvivors_(strip, band, tile / nextTile(tile), next);
+        }
+    }
+}
+
+// A block of tiles covers ratio x ratio blocks of the next smaller ones.
+void TranslationSearch::flagSurvivors_(long strip, long band, long ratio, BlockFlags& next) const {
+    const int rowsOfNext = kBlockRows / static_cast<int>(ratio);
+    const long columnsOfNext = 64 / ratio;
+    const std::uint64_t first = (std::uint64_t{1} << columnsOfNext) - 1;
+    for (int row = 0; row < kBlockRows; row += rowsOfNext) {
+        std::uint64_t survivors = 0;
+        for (int r = row; r < row + rowsOfNext; ++r) survivors |= counter_.survivors(r);
+        for (long i = 0; survivors != 0; ++i, survivors >>= columnsOfNext) {
+            if ((survivors & first) != 0) {
+                next.set(strip * ratio + i, band * ratio + row / rowsOfNext);
+            }
+        }
+    }
+}
+
+// Counts the flagged blocks of translations and offers their peaks, a part of the window at a time.
+void TranslationSearch::harvest_(double scale, double rotationDegrees, long threshold,
+                                 CoarseStore& store) {
+    const BlockFlags& flags = flags_(1);
+    const long bands = flags.extent().bands;
+    const PeakRule rule = store.capacity() >= 2 && width_ >= 2 && height_ >= 2
+                              ? PeakRule::LocalMaxima
+                              : PeakRule::EveryVote;
+    for (long band = flags.nextBand(0, bands); band < bands;) {
+        const bool isFullSoon =
+            !store.isFull() && store.capacity() - store.numResults() < kLittleRoom;
+        const long end = std::min(bands, band + (isFullSoon ? 1 : bandsPerPart_));
+        countPart_(band, end, threshold);
+        if (rows_.hasVotes()) {
+            const long firstRow = band * kBlockRows;
+            const long numRows = (end - band) * kBlockRows;
+            rows_.forEachPeak(numRows, end == bands, rule, [&](long row, long column, long vote) {
+                const rxPair<long> shift(column, firstRow + row);
+                store.add(vote, {window_.ul() + shift, scale, rotationDegrees});
             });
-        },
-        votes_);
+            if (end == bands) {
+                rows_.clear(numRows);
+            } else {
+                rows_.advance(numRows);
+            }
+            threshold = voteThreshold(store, threshold);
+        }
+        // Rows that wait for the next ones have to meet them, flagged or not.
+        band = rows_.hasVotes() ? end : flags.nextBand(end, bands);
+    }
+}
+
+void TranslationSearch::countPart_(long firstBand, long endBand, long threshold) {
+    const MarkBitmap& bitmap = bitmap_(1);
+    const BlockFlags& flags = flags_(1);
+    for (long strip = 0; strip < flags.extent().strips; ++strip) {
+        long band = flags.nextInStrip(strip, firstBand, endBand);
+        if (band == endBand) continue;
+        counter_.aimAt(bitmap, points_.positive(), strip);
+        if (points_.hasNegative()) negativeCounter_.aimAt(bitmap, points_.negative(), strip);
+        for (; band < endBand; band = flags.nextInStrip(strip, band + 1, endBand)) {
+            if (counter_.count(band, threshold)) enterSurvivors_(strip, band, firstBand, threshold);
+        }
+    }
+}
+
+void TranslationSearch::enterSurvivors_(long strip, long band, long firstBand, long threshold) {
+    const long columnsLeft = width_ - 64 * strip;
+    const std::uint64_t inside =
+        columnsLeft >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << columnsLeft) - 1;
+    const int numRows = static_cast<int>(std::min<long>(kBlockRows, height_ - kBlockRows * band));
+    const bool subtracts = points_.hasNegative() && negativeCounter_.count(band, 0);
+    for (int row = 0; row < numRows; ++row) {
+        for (std::uint64_t left = counter_.survivors(row) & inside; left != 0; left &= left - 1) {
+            const int column = std::countr_zero(left);
+            const long vote = counter_.voteAt(row, column) -
+                              (subtracts ? negativeCounter_.voteAt(row, column) : 0);
+            if (vote < threshold) continue;
+            rows_.enter((band - firstBand) * kBlockRows + row, 64 * strip + column,
+                        static_cast<std::int32_t>(vote));
+        }
+    }
 }
 
 long voteThreshold(const CoarseStore& store, long whileRoomIsLeft) {

@@ -6,7 +6,6 @@
 #include <limits>
 
 #include "ptmatch/label_image.h"
-#include "ptmatch/mark_image.h"
 #include "ptmatch/point_matcher_defs.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
@@ -98,27 +97,6 @@ TEST(SearchGrid, RefusesDataThatOverflowAtTheStartPose) {
     const std::vector<rxVector<2>> data{{1e300, 0}};
     EXPECT_EQ(badParams([&] { makeSearchGrid(data, triangle(), start, 1.0); }),
               "data overflow when they are seen from startPose\n");
-}
-
-TEST(MarkImage, BlockAtTheEdgeIsDrawnInPart) {
-    // The data box is one pixel: its block fills the 3 x 3 image. A second point at the far end
-    // rounds down into the last column but one, so every block still fits; one beyond is cut.
-    SearchGrid grid = gridOver({{0, 0}}, 1.0);
-    grid.data.push_back(rxVector<2>(1.5, 0));  // pixel (2, 1), at the edge
-    const rxPelBuffer<unsigned char> marks = drawMarks(grid);
-    EXPECT_EQ(marks.width(), 3);
-    for (long y = 0; y < 3; ++y) {
-        for (long x = 0; x < 3; ++x) EXPECT_EQ(marks.pointToRow(y)[x], 1);
-    }
-}
-
-TEST(MarkImage, OverlappingBlocksStayOne) {
-    const SearchGrid grid = gridOver({{0, 0}, {0, 0}, {1, 0}, {6, 0}}, 1.0);
-    const rxPelBuffer<unsigned char> marks = drawMarks(grid);
-    const std::vector<int> expected{1, 1, 1, 1, 0, 0, 1, 1, 1};
-    for (long x = 0; x < marks.width(); ++x) {
-        EXPECT_EQ(marks.pointToRow(1)[x], expected[static_cast<std::size_t>(x)]) << x;
-    }
 }
 
 TEST(LabelImage, LaterPointOverwritesAnEarlierOne) {

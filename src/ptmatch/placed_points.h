@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "foundation/vector.h"
+
+namespace ptmatch::detail {
+
+/// A model point in the search image, seen from the first translation of the window.
+struct PlacedPoint {
+    std::int64_t x;
+    std::int64_t y;
+};
+
+/// The model points of one lattice point, as votes are counted: by the binary digits of their
+/// weights, from the highest digit to the lowest, and within a digit from top to bottom.
+/// Without weights there is one digit that all points have.
+class PlacedPoints {
+  public:
+    /// @param weights  one per model point, or empty: each counts 1.
+    PlacedPoints(std::size_t numPoints, std::span<const std::int16_t> weights);
+
+    /// Takes the pixels of the model points at a new lattice point.
+    void place(std::span<const rxPair<long>> modelPixels, const rxPair<long>& firstTranslation);
+
+    /// For each digit, the points that have it; points of negative weight are kept apart.
+    using Digits = std::vector<std::vector<PlacedPoint>>;
+    const Digits& positive() const { return positive_; }
+    const Digits& negative() const { return negative_; }
+    bool hasNegative() const { return !negative_.empty(); }
+
+  private:
+    void sort_();
+
+    std::vector<std::int32_t> weights_;  // all 1 without weights
+    std::vector<PlacedPoint> points_;
+    // From top to bottom at the last lattice point. The next one is a small turn away, so little
+    // is out of order there.
+    std::vector<std::uint32_t> order_;
+    Digits positive_;
+    Digits negative_;
+};
+
+}  // namespace ptmatch::detail

@@ -1,0 +1,71 @@
+#include "ptmatch/strip_counter.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace ptmatch::detail {
+
+StripCounter::StripCounter(const VoteKernel& kernel, std::size_t numPoints, std::size_t numDigits)
+    : countBlock_(kernel.countBlock) {
+    views_.resize(numPoints * numDigits);
+    rows_.resize(numPoints * numDigits);
+    digits_.reserve(numDigits);
+    groups_.reserve(numDigits);
+}
+
+void StripCounter::aimAt(const MarkBitmap& bitmap, const PlacedPoints::Digits& points, long strip) {
+    bitmap_ = &bitmap;
+    digits_.clear();
+    std::size_t end = 0;
+    for (const std::vector<PlacedPoint>& ofDigit : points) {
+        const std::size_t begin = end;
+        for (const PlacedPoint& point : ofDigit) {
+            MarkBitmap::Sight sight = bitmap.sightFrom(point.x, point.y);
+            sight.column += std::int64_t{64} * strip;
+            // Written in any case, and kept if it counts: there is no telling in advance.
+            views_[end] = bitmap.view(sight);
+            rows_[end] = sight.row;
+            end += bitmap.meetsColumns(sight.column) ? 1 : 0;
+        }
+        digits_.push_back({begin, end, end});
+    }
+}
+
+// The points are sorted by row, so those that meet a band are a range, which moves towards the
+// beginning as the band moves down.
+void StripCounter::narrowTo_(long band, Digit& digit) const {
+    const std::int64_t down = std::int64_t{kBlockRows} * band;
+    while (digit.liveEnd > digit.begin && !(rows_[digit.liveEnd - 1] + down < bitmap_->rows())) {
+        --digit.liveEnd;
+    }
+    digit.liveBegin = std::min(digit.liveBegin, digit.liveEnd);
+    while (digit.liveBegin > digit.begin && rows_[digit.liveBegin - 1] + down > -kBlockRows) {
+        --digit.liveBegin;
+    }
+}
+
+bool StripCounter::count(long band, long threshold) {
+    groups_.clear();
+    long total = 0;
+    for (Digit& digit : digits_) {
+        narrowTo_(band, digit);
+        total = 2 * total + static_cast<long>(digit.liveEnd - digit.liveBegin);
+    }
+    if (total < threshold) return false;
+    long lighter = total;
+    for (std::size_t i = 0; i < digits_.size(); ++i) {
+        const Digit& digit = digits_[i];
+        lighter -= static_cast<long>(digit.liveEnd - digit.liveBegin) << (digits_.size() - 1 - i);
+        groups_.push_back(
+            {views_.data() + digit.liveBegin, views_.data() + digit.liveEnd, lighter});
+    }
+    numPlanes_ =
+        std::max(1U, static_cast<unsigned>(std::bit_width(static_cast<unsigned long>(total))));
+    const VoteBlock block{
+        groups_.data(),   static_cast<unsigned>(groups_.size()), numPlanes_,
+        bitmap_->words(), std::ptrdiff_t{kBlockRows} * band,     bitmap_->stride(),
+        threshold};
+    return countBlock_(block, planes_, survivors_);
+}
+
+}  // namespace ptmatch::detail

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "ptmatch/mark_bitmap.h"
+#include "ptmatch/placed_points.h"
+#include "ptmatch/vote_kernel.h"
+
+namespace ptmatch::detail {
+
+/// Counts blocks of votes, one strip (64 columns of tiles) after the other and in each from top to
+/// bottom. Points that see no mark from a block are left out of it.
+class StripCounter {
+  public:
+    StripCounter(const VoteKernel& kernel, std::size_t numPoints, std::size_t numDigits);
+
+    /// Goes to a strip: collects the points that may see marks from it.
+    void aimAt(const MarkBitmap& bitmap, const PlacedPoints::Digits& points, long strip);
+
+    /// Counts the block of a band, kBlockRows rows of tiles. The bands of one strip must ascend.
+    /// @return whether any cell reaches the threshold; only then there are planes and survivors.
+    bool count(long band, long threshold);
+
+    /// Cells that reach the threshold, a word for each row.
+    std::uint64_t survivors(int row) const { return survivors_[row]; }
+
+    /// The vote of a cell of the last block.
+    long voteAt(int row, int column) const {
+        std::uint64_t vote = 0;
+        for (unsigned p = 0; p < numPlanes_; ++p) {
+            vote |= ((planes_[p * kBlockRows + static_cast<unsigned>(row)] >> column) & 1) << p;
+        }
+        return static_cast<long>(vote);
+    }
+
+  private:
+    // The points of one digit that see the strip, and which of them see the band.
+    struct Digit {
+        std::size_t begin;  // in views_
+        std::size_t liveBegin;
+        std::size_t liveEnd;
+    };
+
+    void narrowTo_(long band, Digit& digit) const;
+
+    CountBlock countBlock_;
+    const MarkBitmap* bitmap_ = nullptr;
+    std::vector<MarkView> views_;
+    std::vector<std::int64_t> rows_;  // of the points in their phases, seen from band 0
+    std::vector<Digit> digits_;
+    std::vector<ViewGroup> groups_;
+    unsigned numPlanes_ = 0;
+    std::uint64_t planes_[kMaxPlanes * kBlockRows];
+    std::uint64_t survivors_[kBlockRows];
+};
+
+}  // namespace ptmatch::detail

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "ptmatch/tile_extent.h"
+#include "ptmatch/vote_weights.h"
+
+namespace ptmatch::detail {
+
+/// Decides how the translations of a lattice point are searched: one by one, or by tiles, of which
+/// only those are looked into whose bound reaches the threshold. Any choice gives the same votes.
+///
+/// The cost of a choice is the number of blocks times the points to be counted in each. How many
+/// tiles will survive is estimated as if every point met a mark by chance (a binomial tail), and
+/// corrected by the numbers of tiles that did survive. Work is counted, never timed, so that the
+/// same search is always done in the same way.
+class VotePlanner {
+  public:
+    /// @param width, height  of the window.
+    /// @param density        part of the pixels that are marked.
+    VotePlanner(long width, long height, double density, std::size_t numPoints,
+                const VoteWeights& weights);
+
+    /// The tile to begin with: 1, 2, 4, 8 or 16; 1 is the search without tiles.
+    long tileFor(long threshold);
+
+    /// Tells how many blocks of the next smaller tile held survivors of this tile.
+    void learn(long tile, long threshold, long numBlocks);
+
+  private:
+    struct Level {
+        TileExtent extent;
+        double density = 0.0;         // of the marks that a tile of this size sees
+        double correction = 1.0;      // survivors found, as a multiple of the estimate
+        double blocksExpected = 0.0;  // since the last decision
+        double blocksFound = 0.0;
+    };
+
+    double survival_(const Level& level, long threshold) const;
+    double blocksLeft_(const Level& level, long threshold) const;
+    double cost_(const Level& level, long threshold) const;
+    void decide_(long threshold);
+    void correct_(Level& level);
+
+    std::array<Level, kNumTileSizes> levels_;
+    double viewsPerBlock_ = 0.0;
+    double numPoints_ = 0.0;    // of equal weight that vary as much as the model's
+    double pointWeight_ = 1.0;  // of one of them
+    long tile_ = 1;             // the last decision
+    long threshold_ = -1;       // which it was made for
+    long lookupsLeft_ = 0;      // until it is thought over
+};
+
+/// For tests: all planners choose this tile from now on; 0 gives the choice back to them.
+void forceTile(long tile);
+
+}  // namespace ptmatch::detail
