@@ -7,12 +7,15 @@
 #include "foundation/attention.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/same_bits.h"
+#include "ptmatch/vote_kernel_choice.h"
+#include "ptmatch/vote_planner.h"
 #include "reference/random_problems.h"
 #include "reference/reference_model.h"
 #include "reference/reference_run.h"
 
 // The matcher against the plain reference, on thousands of random problems: every result, in its
-// order, to the last bit. PTMATCH_DIFFERENTIAL_CASES sets the number of problems of each kind.
+// order, to the last bit, whichever vote kernel counts and whatever tiles the search begins with.
+// PTMATCH_DIFFERENTIAL_CASES sets the number of problems of each kind; 2200 make 100,000 problems.
 namespace {
 
 using ptmatch::reference::Problem;
@@ -20,7 +23,7 @@ using ptmatch::reference::ProblemKind;
 using ptmatch::reference::Random;
 using ptmatch::reference::RunReport;
 
-constexpr long kCasesOfAKind = 50;
+constexpr long kCasesOfAKind = 110;  // 5,000 in all
 constexpr std::uint64_t kFirstSeed = 7'000'000;
 
 long casesOfAKind() {
@@ -60,32 +63,57 @@ void expectSameResults(const rxPointMatcherResultSet& actual, const RunReport& e
     }
 }
 
-/// Runs both on the problem and compares; returns the number of results.
-std::size_t compareRuns(const Problem& problem, rxPointMatcherDefs::Mode mode) {
+rxPointMatcher trainedOn(const Problem& problem, rxPointMatcherDefs::Mode mode) {
     rxPointMatcher matcher;
     if (problem.weights.empty()) {
         matcher.train(problem.model, mode);
     } else {
         matcher.train(problem.model, problem.weights, mode);
     }
+    return matcher;
+}
+
+void compareRun(const rxPointMatcher& matcher, const Problem& problem, const RunReport& expected) {
     rxPointMatcherResultSet actual;
     const PollCounter counter;
     matcher.run(problem.data, problem.params, actual);
-
-    const auto model = ptmatch::reference::trainModel(problem.model, problem.weights);
-    const bool isExhaustive = mode == rxPointMatcherDefs::eExhaustiveMode;
-    const RunReport expected =
-        isExhaustive ? ptmatch::reference::runExhaustively(model, problem.data, problem.params)
-                     : ptmatch::reference::run(model, problem.data, problem.params);
     expectSameResults(actual, expected);
     EXPECT_EQ(polls, expected.polls);
     EXPECT_EQ(actual.time() > 0.0, expected.isTimed);
-    return expected.results.size();
+}
+
+/// Lets searches use one kernel and begin with one tile.
+class ForcedSearch {
+  public:
+    ForcedSearch(const char* kernel, long tile) {
+        ptmatch::detail::forceVoteKernel(kernel);
+        ptmatch::detail::forceTile(tile);
+    }
+    ~ForcedSearch() {
+        ptmatch::detail::forceVoteKernel("");
+        ptmatch::detail::forceTile(0);
+    }
+    ForcedSearch(const ForcedSearch&) = delete;
+    ForcedSearch& operator=(const ForcedSearch&) = delete;
+};
+
+/// Every kernel, each with the planner's choice of tiles and with another one forced.
+void compareSearches(const Problem& problem, const RunReport& expected, long round) {
+    const rxPointMatcher matcher = trainedOn(problem, rxPointMatcherDefs::eAutoDetect);
+    for (const ptmatch::detail::VoteKernel* kernel : ptmatch::detail::voteKernels()) {
+        for (const long tile : {0L, 1L << (round++ % 5)}) {
+            SCOPED_TRACE(testing::Message() << kernel->name << ", tile " << tile);
+            const ForcedSearch forced(kernel->name, tile);
+            compareRun(matcher, problem, expected);
+        }
+    }
 }
 
 class DifferentialTest : public testing::TestWithParam<ProblemKind> {
   protected:
-    static void compareMany(rxPointMatcherDefs::Mode mode) {
+    /// compare(problem, round) returns what the reference found.
+    template <class Compare>
+    static void compareMany(Compare compare) {
         const ProblemKind& kind = GetParam();
         std::size_t found = 0;
         const long cases = casesOfAKind();
@@ -93,7 +121,7 @@ class DifferentialTest : public testing::TestWithParam<ProblemKind> {
             const std::uint64_t seed = kFirstSeed + static_cast<std::uint64_t>(i);
             SCOPED_TRACE(testing::Message() << kind.name << ", seed " << seed);
             Random random(seed);
-            found += compareRuns(kind.make(random), mode);
+            found += compare(kind.make(random), i).results.size();
             if (HasFailure()) return;
         }
         EXPECT_EQ(found == 0, kind.findsNothing) << found << " results in all";
@@ -107,7 +135,12 @@ std::string nameOf(const testing::TestParamInfo<ProblemKind>& info) {
 class PoseSearchDifferential : public DifferentialTest {};
 
 TEST_P(PoseSearchDifferential, EqualsTheReference) {
-    compareMany(rxPointMatcherDefs::eAutoDetect);
+    compareMany([](const Problem& problem, long round) {
+        const auto model = ptmatch::reference::trainModel(problem.model, problem.weights);
+        RunReport expected = ptmatch::reference::run(model, problem.data, problem.params);
+        compareSearches(problem, expected, round);
+        return expected;
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Random, PoseSearchDifferential,
@@ -116,7 +149,13 @@ INSTANTIATE_TEST_SUITE_P(Random, PoseSearchDifferential,
 class ExhaustiveDifferential : public DifferentialTest {};
 
 TEST_P(ExhaustiveDifferential, EqualsTheReference) {
-    compareMany(rxPointMatcherDefs::eExhaustiveMode);
+    compareMany([](const Problem& problem, long) {
+        const auto model = ptmatch::reference::trainModel(problem.model, problem.weights);
+        RunReport expected =
+            ptmatch::reference::runExhaustively(model, problem.data, problem.params);
+        compareRun(trainedOn(problem, rxPointMatcherDefs::eExhaustiveMode), problem, expected);
+        return expected;
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(Random, ExhaustiveDifferential,
