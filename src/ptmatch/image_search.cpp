@@ -2,9 +2,9 @@
 
 #include <optional>
 
-#include "foundation/attention.h"
 #include "ptmatch/correspondence.h"
 #include "ptmatch/label_image.h"
+#include "ptmatch/lattice_vote.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
 #include "ptmatch/recentring.h"
@@ -14,25 +14,6 @@
 #include "ptmatch/vote_weights.h"
 
 namespace ptmatch::detail {
-namespace {
-
-// First vote: all translations at every scale and rotation of the lattice.
-void voteOverLattice(const rx_PointMatcherModel& model, const rxPointMatcherRunParams& params,
-                     double gridSize, long minimumScore, TranslationSearch& search,
-                     CoarseStore& coarse) {
-    long threshold = minimumScore;
-    scaleLattice(params.scaleUncertainty(), model, gridSize).forEach([&](double scale) {
-        rotationLattice(params.rotationUncertainty(), model, scale, gridSize)
-            .forEach([&](double degrees) {
-                rxAttention::check();
-                threshold = voteThreshold(coarse, threshold);
-                search.offerPeaks(scale, degrees, threshold, coarse);
-            });
-    });
-}
-
-}  // namespace
-
 void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherModel& model,
                     const rxPointMatcherRunParams& params, rx_PoseScoreStore& store) {
     const ResolvedSizes sizes = resolveSizes(params, model);
@@ -52,8 +33,12 @@ void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherMode
     const LabelImage blocks(*grid, LabelImage::Extent::Block);
     {
         TranslationSearch search(*grid, model, *weights, *window);
-        voteOverLattice(model, params, sizes.gridSize, weights->minimumScore, search, coarse);
-        recentre(*grid, model, blocks, weights->minimumScore, search, coarse, revoted);
+        const OfferPeaks offerPeaks = [&](double scale, double degrees, long threshold,
+                                          CoarseStore& to) {
+            search.offerPeaks(scale, degrees, threshold, to);
+        };
+        voteOverLattice(model, params, sizes.gridSize, weights->minimumScore, offerPeaks, coarse);
+        recentre(*grid, model, blocks, weights->minimumScore, offerPeaks, coarse, revoted);
     }
     const LabelImage points(*grid, LabelImage::Extent::Point);
     findCorrespondences(data, *grid, model, sizes.captureRange, blocks, points, revoted, store);

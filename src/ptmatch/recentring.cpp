@@ -57,7 +57,7 @@ std::optional<ScaleAndRotation> fitToBlocks(const SearchGrid& grid,
 }  // namespace
 
 void recentre(const SearchGrid& grid, const rx_PointMatcherModel& model, const LabelImage& blocks,
-              long minimumScore, TranslationSearch& search, CoarseStore& coarse,
+              long minimumScore, const OfferPeaks& offerPeaks, CoarseStore& coarse,
               CoarseStore& revoted) {
     VisitedList visited;
     std::vector<rxPair<long>> pixels;
@@ -71,8 +71,8 @@ void recentre(const SearchGrid& grid, const rx_PointMatcherModel& model, const L
         const double rotationStep = model.rotationStep_(fitted->scale, 0.0);
         if (visited.holdsNeighbourOf(*fitted, rotationStep)) continue;
         visited.add(*fitted);
-        search.offerPeaks(fitted->scale, fitted->rotationDegrees,
-                          voteThreshold(revoted, minimumScore), revoted);
+        offerPeaks(fitted->scale, fitted->rotationDegrees, voteThreshold(revoted, minimumScore),
+                   revoted);
     }
 }
 

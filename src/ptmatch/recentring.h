@@ -1,7 +1,7 @@
 #pragma once
 
 #include "ptmatch/label_image.h"
-#include "ptmatch/translation_search.h"
+#include "ptmatch/lattice_vote.h"
 
 class rx_PointMatcherModel;
 
@@ -16,7 +16,7 @@ namespace ptmatch::detail {
 /// @param blocks        labels of the 3 x 3 blocks around the data points.
 /// @param minimumScore  smallest vote to keep while `revoted` is not full.
 void recentre(const SearchGrid& grid, const rx_PointMatcherModel& model, const LabelImage& blocks,
-              long minimumScore, TranslationSearch& search, CoarseStore& coarse,
+              long minimumScore, const OfferPeaks& offerPeaks, CoarseStore& coarse,
               CoarseStore& revoted);
 
 }  // namespace ptmatch::detail

@@ -17,38 +17,52 @@ namespace {
 // A kernel is one loop; the pieces only give its steps names.
 #define PTMATCH_STEP [[gnu::always_inline]] inline
 
+// The planes that every point changes. They hold nothing else, so that they live in registers: in
+// memory, each addition would wait for the one before it to be stored and loaded again.
 template <class Lanes>
-struct VerticalCounter {
+struct LowPlanes {
     using Word = typename Lanes::Word;
 
     Word ones = Lanes::zero();
     Word twos = Lanes::zero();
     Word fours = Lanes::zero();
     Word eights = Lanes::zero();
-    // Planes of 16 and up. Doubling all numbers renames the planes, so these move down the storage
-    // by one for each digit of the weights.
-    Word storage[kMaxPlanes + kMaxDigits];
-    Word* high;
-    unsigned numHigh;
+};
+
+// The planes of 16 and up, which every sixteenth point changes. Doubling all numbers renames the
+// planes, so these move down the storage by one for each digit of the weights.
+template <class Lanes>
+struct HighPlanes {
+    typename Lanes::Word storage[kMaxPlanes + kMaxDigits];
+    typename Lanes::Word* first;
+    unsigned count;
 };
 
 template <class Lanes>
-PTMATCH_STEP void clear(VerticalCounter<Lanes>& counter, const VoteBlock& block) {
-    counter.numHigh = block.numPlanes > 4 ? block.numPlanes - 4 : 0;
-    counter.high = counter.storage + (block.numGroups - 1);
-    for (unsigned i = 0; i + 1 < counter.numHigh + block.numGroups; ++i) {
-        counter.storage[i] = Lanes::zero();
-    }
+PTMATCH_STEP void clear(HighPlanes<Lanes>& high, const VoteBlock& block) {
+    high.count = block.numPlanes > 4 ? block.numPlanes - 4 : 0;
+    high.first = high.storage + (block.numGroups - 1);
+    for (unsigned i = 0; i + 1 < high.count + block.numGroups; ++i) high.storage[i] = Lanes::zero();
 }
 
 template <class Lanes>
-PTMATCH_STEP void doubleAll(VerticalCounter<Lanes>& counter) {
-    --counter.high;
-    counter.high[0] = counter.eights;
-    counter.eights = counter.fours;
-    counter.fours = counter.twos;
-    counter.twos = counter.ones;
-    counter.ones = Lanes::zero();
+PTMATCH_STEP void doubleAll(LowPlanes<Lanes>& low, HighPlanes<Lanes>& high) {
+    --high.first;
+    high.first[0] = low.eights;
+    low.eights = low.fours;
+    low.fours = low.twos;
+    low.twos = low.ones;
+    low.ones = Lanes::zero();
+}
+
+// A carry of weight 16.
+template <class Lanes>
+PTMATCH_STEP void carryIntoHigh(HighPlanes<Lanes>& high, typename Lanes::Word carry) {
+    for (unsigned i = 0; i < high.count; ++i) {
+        const typename Lanes::Word plane = high.first[i];
+        high.first[i] = Lanes::bitXor(plane, carry);
+        carry = Lanes::bitAnd(plane, carry);
+    }
 }
 
 // The marks that some rows of a block show to its points.
@@ -56,141 +70,134 @@ template <class Lanes>
 struct Marks {
     using Word = typename Lanes::Word;
 
-    const std::uint64_t* words;
-    std::ptrdiff_t offset;
-    std::ptrdiff_t stride;
+    const std::uint64_t* left;  // of the pair of words that a view joins
+    const std::uint64_t* right;
 
     PTMATCH_STEP Word under(const MarkView& view) const {
-        const std::uint64_t* low = words + (view.word + offset);
-        return Lanes::join(Lanes::load(low), Lanes::load(low + stride), view.shift);
+        return Lanes::join(Lanes::load(left + view.word), Lanes::load(right + view.word),
+                           view.shift);
     }
 };
 
-// a + b + c: returns the digit, sets the carry.
+// digit + a + b: leaves the digit, returns the carry.
 template <class Lanes, class Word = typename Lanes::Word>
-PTMATCH_STEP Word addThree(Word a, Word b, Word c, Word& carry) {
-    carry = Lanes::majority(a, b, c);
-    return Lanes::parity(a, b, c);
-}
-
-// Adds four planes of weight 1; returns the carry of weight 4.
-template <class Lanes, class Word = typename Lanes::Word>
-PTMATCH_STEP Word addFour(VerticalCounter<Lanes>& counter, Word a, Word b, Word c, Word d) {
-    Word twosA, twosB, carry;
-    counter.ones = addThree<Lanes>(counter.ones, a, b, twosA);
-    counter.ones = addThree<Lanes>(counter.ones, c, d, twosB);
-    counter.twos = addThree<Lanes>(counter.twos, twosA, twosB, carry);
+PTMATCH_STEP Word addTwo(Word& digit, Word a, Word b) {
+    const Word carry = Lanes::majority(a, b, digit);
+    digit = Lanes::parity(a, b, digit);
     return carry;
 }
 
+// Four planes of weight 1; returns the carry of weight 4.
+template <class Lanes, class Word = typename Lanes::Word>
+PTMATCH_STEP Word addFour(LowPlanes<Lanes>& low, Word a, Word b, Word c, Word d) {
+    const Word twosA = addTwo<Lanes>(low.ones, a, b);
+    const Word twosB = addTwo<Lanes>(low.ones, c, d);
+    return addTwo<Lanes>(low.twos, twosA, twosB);
+}
+
 template <class Lanes>
-PTMATCH_STEP typename Lanes::Word addFour(VerticalCounter<Lanes>& counter,
-                                          const Marks<Lanes>& marks, const MarkView* views) {
-    return addFour(counter, marks.under(views[0]), marks.under(views[1]), marks.under(views[2]),
+PTMATCH_STEP typename Lanes::Word addFour(LowPlanes<Lanes>& low, const Marks<Lanes>& marks,
+                                          const MarkView* views) {
+    return addFour(low, marks.under(views[0]), marks.under(views[1]), marks.under(views[2]),
                    marks.under(views[3]));
 }
 
-// A carry of weight 16 into the planes of that weight and up.
+// Sixteen views; returns the carry of weight 16.
 template <class Lanes>
-PTMATCH_STEP void carryIntoHigh(VerticalCounter<Lanes>& counter, typename Lanes::Word carry) {
-    for (unsigned i = 0; i < counter.numHigh; ++i) {
-        const typename Lanes::Word plane = counter.high[i];
-        counter.high[i] = Lanes::bitXor(plane, carry);
-        carry = Lanes::bitAnd(plane, carry);
-    }
+PTMATCH_STEP typename Lanes::Word addSixteen(LowPlanes<Lanes>& low, const Marks<Lanes>& marks,
+                                             const MarkView* views) {
+    using Word = typename Lanes::Word;
+    const Word foursA = addFour(low, marks, views);
+    const Word foursB = addFour(low, marks, views + 4);
+    const Word eightsA = addTwo<Lanes>(low.fours, foursA, foursB);
+    const Word foursC = addFour(low, marks, views + 8);
+    const Word foursD = addFour(low, marks, views + 12);
+    const Word eightsB = addTwo<Lanes>(low.fours, foursC, foursD);
+    return addTwo<Lanes>(low.eights, eightsA, eightsB);
 }
 
+// A carry of weight 4 that comes alone; returns the carry of weight 16.
 template <class Lanes>
-PTMATCH_STEP void addSixteen(VerticalCounter<Lanes>& counter, const Marks<Lanes>& marks,
-                             const MarkView* views) {
-    typename Lanes::Word eightsA, eightsB, sixteens;
-    typename Lanes::Word foursA = addFour(counter, marks, views);
-    typename Lanes::Word foursB = addFour(counter, marks, views + 4);
-    counter.fours = addThree<Lanes>(counter.fours, foursA, foursB, eightsA);
-    foursA = addFour(counter, marks, views + 8);
-    foursB = addFour(counter, marks, views + 12);
-    counter.fours = addThree<Lanes>(counter.fours, foursA, foursB, eightsB);
-    counter.eights = addThree<Lanes>(counter.eights, eightsA, eightsB, sixteens);
-    carryIntoHigh(counter, sixteens);
+PTMATCH_STEP typename Lanes::Word carryIntoFours(LowPlanes<Lanes>& low,
+                                                 typename Lanes::Word carry) {
+    const typename Lanes::Word toEights = Lanes::bitAnd(low.fours, carry);
+    low.fours = Lanes::bitXor(low.fours, carry);
+    const typename Lanes::Word toSixteens = Lanes::bitAnd(low.eights, toEights);
+    low.eights = Lanes::bitXor(low.eights, toEights);
+    return toSixteens;
 }
 
-// A carry of weight 4 that comes alone.
+// One to three views; returns the carry of weight 4.
 template <class Lanes>
-PTMATCH_STEP void carryIntoFours(VerticalCounter<Lanes>& counter, typename Lanes::Word carry) {
-    const typename Lanes::Word toEights = Lanes::bitAnd(counter.fours, carry);
-    counter.fours = Lanes::bitXor(counter.fours, carry);
-    const typename Lanes::Word toSixteens = Lanes::bitAnd(counter.eights, toEights);
-    counter.eights = Lanes::bitXor(counter.eights, toEights);
-    carryIntoHigh(counter, toSixteens);
-}
-
-// One to three views.
-template <class Lanes>
-PTMATCH_STEP typename Lanes::Word addLast(VerticalCounter<Lanes>& counter,
-                                          const Marks<Lanes>& marks, const MarkView* views,
-                                          std::ptrdiff_t count) {
+PTMATCH_STEP typename Lanes::Word addLast(LowPlanes<Lanes>& low, const Marks<Lanes>& marks,
+                                          const MarkView* views, std::ptrdiff_t count) {
     const typename Lanes::Word none = Lanes::zero();
-    return addFour(counter, marks.under(views[0]), count > 1 ? marks.under(views[1]) : none,
+    return addFour(low, marks.under(views[0]), count > 1 ? marks.under(views[1]) : none,
                    count > 2 ? marks.under(views[2]) : none, none);
+}
+
+template <class Lanes, class Word = typename Lanes::Word>
+PTMATCH_STEP Word include(Word plane, long digitOfThreshold, Word reached) {
+    return (digitOfThreshold & 1) != 0 ? Lanes::bitAnd(plane, reached)
+                                       : Lanes::bitOr(plane, reached);
 }
 
 // Cells whose number is at least the threshold. From the lowest digit up: a cell is at least as
 // large in the digits so far when this digit is larger, or equal and the lower ones were.
 template <class Lanes>
-PTMATCH_STEP typename Lanes::Word atLeast(const VerticalCounter<Lanes>& counter, long threshold) {
+PTMATCH_STEP typename Lanes::Word atLeast(const LowPlanes<Lanes>& low,
+                                          const HighPlanes<Lanes>& high, long threshold) {
+    using Word = typename Lanes::Word;
     if (threshold <= 0) return Lanes::ones();
-    if ((threshold >> (counter.numHigh + 4)) != 0) return Lanes::zero();
-    typename Lanes::Word reached = Lanes::ones();
-    const auto include = [&](typename Lanes::Word plane) {
-        reached =
-            (threshold & 1) != 0 ? Lanes::bitAnd(plane, reached) : Lanes::bitOr(plane, reached);
-        threshold >>= 1;
-    };
-    include(counter.ones);
-    include(counter.twos);
-    include(counter.fours);
-    include(counter.eights);
-    for (unsigned i = 0; i < counter.numHigh; ++i) include(counter.high[i]);
+    if ((threshold >> (high.count + 4)) != 0) return Lanes::zero();
+    Word reached = include<Lanes>(low.ones, threshold, Lanes::ones());
+    reached = include<Lanes>(low.twos, threshold >> 1, reached);
+    reached = include<Lanes>(low.fours, threshold >> 2, reached);
+    reached = include<Lanes>(low.eights, threshold >> 3, reached);
+    for (unsigned i = 0; i < high.count; ++i) {
+        reached = include<Lanes>(high.first[i], threshold >> (4 + i), reached);
+    }
     return reached;
 }
 
-// Whether some cell can still reach the threshold when `rest` is all that can come. The counter
-// holds votes in units of 2^digit.
+// Whether some cell can still reach the threshold when `rest` is all that can come. The planes hold
+// votes in units of 2^digit.
 template <class Lanes>
-PTMATCH_STEP bool canReach(const VerticalCounter<Lanes>& counter, long threshold, long rest,
-                           unsigned digit) {
+PTMATCH_STEP bool canReach(const LowPlanes<Lanes>& low, const HighPlanes<Lanes>& high,
+                           long threshold, long rest, unsigned digit) {
     if (rest >= threshold) return true;
     const long needed = (threshold - rest + (1L << digit) - 1) >> digit;
-    return !Lanes::isZero(atLeast(counter, needed));
+    return !Lanes::isZero(atLeast(low, high, needed));
 }
 
 // False when no cell can reach the threshold any more.
 template <class Lanes>
-PTMATCH_STEP bool addGroup(VerticalCounter<Lanes>& counter, const VoteBlock& block,
+PTMATCH_STEP bool addGroup(LowPlanes<Lanes>& low, HighPlanes<Lanes>& high, long threshold,
                            const ViewGroup& group, unsigned digit, const Marks<Lanes>& marks) {
     const MarkView* view = group.begin;
     for (; group.end - view >= 16; view += 16) {
         const long rest = ((group.end - view) << digit) + group.lighter;
-        if (!canReach(counter, block.threshold, rest, digit)) return false;
-        addSixteen(counter, marks, view);
+        if (!canReach(low, high, threshold, rest, digit)) return false;
+        carryIntoHigh(high, addSixteen(low, marks, view));
     }
     for (; group.end - view >= 4; view += 4) {
-        carryIntoFours(counter, addFour(counter, marks, view));
+        carryIntoHigh(high, carryIntoFours(low, addFour(low, marks, view)));
     }
     if (view != group.end) {
-        carryIntoFours(counter, addLast(counter, marks, view, group.end - view));
+        carryIntoHigh(high, carryIntoFours(low, addLast(low, marks, view, group.end - view)));
     }
     return true;
 }
 
 template <class Lanes>
-PTMATCH_STEP void storePlanes(const VerticalCounter<Lanes>& counter, std::uint64_t* planes) {
-    Lanes::store(planes, counter.ones);
-    Lanes::store(planes + kBlockRows, counter.twos);
-    Lanes::store(planes + 2 * kBlockRows, counter.fours);
-    Lanes::store(planes + 3 * kBlockRows, counter.eights);
-    for (unsigned i = 0; i < counter.numHigh; ++i) {
-        Lanes::store(planes + (4 + i) * kBlockRows, counter.high[i]);
+PTMATCH_STEP void storePlanes(const LowPlanes<Lanes>& low, const HighPlanes<Lanes>& high,
+                              std::uint64_t* planes) {
+    Lanes::store(planes, low.ones);
+    Lanes::store(planes + kBlockRows, low.twos);
+    Lanes::store(planes + 2 * kBlockRows, low.fours);
+    Lanes::store(planes + 3 * kBlockRows, low.eights);
+    for (unsigned i = 0; i < high.count; ++i) {
+        Lanes::store(planes + (4 + i) * kBlockRows, high.first[i]);
     }
 }
 
@@ -198,18 +205,20 @@ PTMATCH_STEP void storePlanes(const VerticalCounter<Lanes>& counter, std::uint64
 template <class Lanes>
 PTMATCH_STEP bool countRows(const VoteBlock& block, int row, std::uint64_t* planes,
                             std::uint64_t* survivors) {
-    const Marks<Lanes> marks{block.words, block.offset + row, block.stride};
-    VerticalCounter<Lanes> counter;
-    clear(counter, block);
+    const std::uint64_t* words = block.words + (block.offset + row);
+    const Marks<Lanes> marks{words, words + block.stride};
+    LowPlanes<Lanes> low;
+    HighPlanes<Lanes> high;
+    clear(high, block);
     for (unsigned i = 0; i < block.numGroups; ++i) {
-        if (i > 0) doubleAll(counter);
-        if (!addGroup(counter, block, block.groups[i], block.numGroups - 1 - i, marks))
-            return false;
+        if (i > 0) doubleAll(low, high);
+        const unsigned digit = block.numGroups - 1 - i;
+        if (!addGroup(low, high, block.threshold, block.groups[i], digit, marks)) return false;
     }
-    const typename Lanes::Word reached = atLeast(counter, block.threshold);
+    const typename Lanes::Word reached = atLeast(low, high, block.threshold);
     if (Lanes::isZero(reached)) return false;
     Lanes::store(survivors + row, reached);
-    storePlanes(counter, planes + row);
+    storePlanes(low, high, planes + row);
     return true;
 }
 

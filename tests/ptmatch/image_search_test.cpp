@@ -135,7 +135,11 @@ class Recentring : public ::testing::Test {
         CoarseStore revoted(model_.totalWeight(), 1000);
         for (const CoarseCandidate& candidate : candidates) coarse.add(kMinimumScore, candidate);
         TranslationSearch search(grid_, model_, weights_, window_);
-        recentre(grid_, model_, blocks_, weights_.minimumScore, search, coarse, revoted);
+        const OfferPeaks offerPeaks = [&](double scale, double degrees, long threshold,
+                                          CoarseStore& to) {
+            search.offerPeaks(scale, degrees, threshold, to);
+        };
+        recentre(grid_, model_, blocks_, weights_.minimumScore, offerPeaks, coarse, revoted);
         std::vector<CoarseCandidate> found;
         for (long score = revoted.first(); score >= 0; score = revoted.next()) {
             found.push_back(*revoted.current());
