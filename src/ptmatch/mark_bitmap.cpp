@@ -1,28 +1,45 @@
 #include "ptmatch/mark_bitmap.h"
 
 #include <algorithm>
-#include <bit>
+#include <limits>
 
 #include "ptmatch/block_pixels.h"
 
 namespace ptmatch::detail {
+namespace {
 
-MarkBitmap::MarkBitmap(long tile, long width, long height, std::span<const rxPair<long>> pixels)
-    : log2Tile_(std::countr_zero(static_cast<unsigned long>(tile))),
-      columns_(((width - 1) >> log2Tile_) + 2),
-      rows_(((height - 1) >> log2Tile_) + 2),
+constexpr std::ptrdiff_t kNumShifts = 64;
+
+// Copies for all shifts of bitmaps up to this size take 2 MiB at most, so they stay in the caches.
+constexpr std::ptrdiff_t kMaxWordsOfCopy = 4096;
+
+// A word in all its copies costs as much as counting so many views of one block: the shifting, and
+// its share of pages of memory that are touched for the first time.
+constexpr std::int64_t kViewsPerWord = 70;
+
+}  // namespace
+
+MarkBitmap::MarkBitmap(const TileShape& tile, long width, long height,
+                       std::span<const rxPair<long>> pixels)
+    : tile_(tile),
+      columns_(((width - 1) >> tile.log2Columns) + 2),
+      rows_(((height - 1) >> tile.log2Rows) + 2),
       stride_(static_cast<std::ptrdiff_t>(rows_) + kBlockRows - 1),
       phaseSize_(stride_ * (static_cast<std::ptrdiff_t>((columns_ + 63) / 64) + 1)) {
     // The strip of zeros right of the last phase, and the rows of zeros below it.
-    const std::ptrdiff_t numWords =
-        phaseSize_ * static_cast<std::ptrdiff_t>(tile * tile) + stride_ + kBlockRows - 1;
+    const std::ptrdiff_t numPhases = static_cast<std::ptrdiff_t>(tile.columns() * tile.rows());
+    const std::ptrdiff_t numWords = phaseSize_ * numPhases + stride_ + kBlockRows - 1;
     words_.resize(static_cast<std::size_t>(numWords));
+    viewsLeft_ = numWords <= kMaxWordsOfCopy ? kViewsPerWord * numWords
+                                             : std::numeric_limits<std::int64_t>::max();
     for (const rxPair<long>& pixel : pixels) {
         const PixelSpan x = blockSpan(pixel.x(), width);
         const PixelSpan y = blockSpan(pixel.y(), height);
         if (x.isEmpty() || y.isEmpty()) continue;
-        for (long row = y.low - (tile - 1); row <= y.high; ++row) {
-            for (long column = x.low - (tile - 1); column <= x.high; ++column) mark_(column, row);
+        for (long row = y.low - (tile.rows() - 1); row <= y.high; ++row) {
+            for (long column = x.low - (tile.columns() - 1); column <= x.high; ++column) {
+                mark_(column, row);
+            }
         }
     }
     const double numPixels = static_cast<double>(width) * static_cast<double>(height);
@@ -30,11 +47,33 @@ MarkBitmap::MarkBitmap(long tile, long width, long height, std::span<const rxPai
 }
 
 void MarkBitmap::mark_(std::int64_t x, std::int64_t y) {
-    const MarkView at = view(sightFrom(x, y));
-    std::uint64_t& word = words_[static_cast<std::size_t>(at.word)];
-    const std::uint64_t bit = std::uint64_t{1} << at.shift;
+    const Sight sight = sightFrom(x, y);
+    std::uint64_t& word = words_[static_cast<std::size_t>(firstWordOf_(sight))];
+    const std::uint64_t bit = std::uint64_t{1} << (sight.column & 63);
     numMarks_ += (word & bit) == 0 ? 1 : 0;
     word |= bit;
+}
+
+void MarkBitmap::addUse(std::int64_t numViews) {
+    if (isSpread_()) return;
+    viewsLeft_ -= numViews;
+    if (viewsLeft_ < 0) spread_();
+}
+
+void MarkBitmap::spread_() {
+    const std::size_t size = words_.size();
+    words_.resize(size * kNumShifts);
+    std::uint64_t* const words = words_.data();
+    for (std::size_t shift = 1; shift < kNumShifts; ++shift) {
+        std::uint64_t* const copy = words + shift * size;
+        const auto stride = static_cast<std::size_t>(stride_);
+        // The last words have none to their right, and are never the first of a view.
+        for (std::size_t i = 0; i + stride < size; ++i) {
+            copy[i] = (words[i] >> shift) | (words[i + stride] << (64 - shift));
+        }
+    }
+    copySize_ = static_cast<std::ptrdiff_t>(size);
+    shiftMask_ = 0;
 }
 
 }  // namespace ptmatch::detail

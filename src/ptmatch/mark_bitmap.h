@@ -6,16 +6,18 @@
 #include <vector>
 
 #include "foundation/vector.h"
+#include "ptmatch/tile_extent.h"
 #include "ptmatch/vote_kernel.h"
 
 namespace ptmatch::detail {
 
 /// The marks of a search image, one bit each, laid out for vote kernels: a mark for each pixel of
-/// the 3 x 3 blocks around the data points' pixels, or, for tiles of t x t translations, for each
-/// pixel from which a window of t x t pixels to the right and below meets such a block.
+/// the 3 x 3 blocks around the data points' pixels, or, for tiles of several translations, for each
+/// pixel from which a window of the tile's size to the right and below meets such a block.
 ///
-/// A step of one tile is t pixels, so pixels of the same position modulo t stand side by side: the
-/// bitmap consists of t x t phases, each with the cells (x, y) = (a + t i, b + t j) of one (a, b).
+/// A step of one tile is several pixels, so pixels of the same position modulo the tile stand side
+/// by side: for tiles of u x v the bitmap consists of u v phases, each with the cells
+/// (x, y) = (a + u i, b + v j) of one (a, b).
 /// In a phase, 64 columns are a strip of words, one a row, that follow one another row by row.
 /// Around every strip stand rows of zeros and beside the outer ones a strip of zeros, which
 /// neighbours share; so a block that overlaps the phase anywhere can be read whole.
@@ -29,26 +31,26 @@ namespace ptmatch::detail {
 /// Cells of i = -1 and j = -1 exist as well: windows that begin outside may reach inside.
 class MarkBitmap {
   public:
-    /// @param tile    t: 1 for the marks themselves, or a larger power of two.
+    /// @param tile    1 x 1 for the marks themselves.
     /// @param pixels  the data points' pixels; parts of blocks outside width x height are cut.
-    /// Cost O(size of the image / 8 + data (t + 2)^2).
-    MarkBitmap(long tile, long width, long height, std::span<const rxPair<long>> pixels);
-
-    long tile() const { return 1L << log2Tile_; }
+    /// Cost O(size of the image / 8 + data (u + 2) (v + 2)).
+    MarkBitmap(const TileShape& tile, long width, long height,
+               std::span<const rxPair<long>> pixels);
 
     /// What part of the pixels of the image is marked, at most 1.
     double density() const { return density_; }
 
-    /// What a point sees of the bitmap that lies on pixel (x, y) for the tile at the origin.
+    /// Where a point that lies on pixel (x, y) for the first tile finds its marks.
     struct Sight {
-        std::int64_t column;   ///< of the point in its phase
+        std::int64_t column;   ///< in its phase
         std::int64_t row;      ///< likewise
         std::ptrdiff_t phase;  ///< first word of the phase
     };
     Sight sightFrom(std::int64_t x, std::int64_t y) const {
-        const std::int64_t mask = tile() - 1;
-        const std::int64_t phase = ((y & mask) << log2Tile_) + (x & mask);
-        return {(x >> log2Tile_) + 1, (y >> log2Tile_) + 1,
+        const std::int64_t a = x & (tile_.columns() - 1);
+        const std::int64_t b = y & (tile_.rows() - 1);
+        const std::int64_t phase = (b << tile_.log2Columns) + a;
+        return {(x >> tile_.log2Columns) + 1, (y >> tile_.log2Rows) + 1,
                 static_cast<std::ptrdiff_t>(phase) * phaseSize_};
     }
 
@@ -59,26 +61,39 @@ class MarkBitmap {
 
     /// The view from a sight; it may be read where it contains a cell of the phase.
     MarkView view(const Sight& sight) const {
-        return {sight.phase + static_cast<std::ptrdiff_t>((sight.column >> 6) + 1) * stride_ +
-                    static_cast<std::ptrdiff_t>(sight.row) + kBlockRows - 1,
-                static_cast<std::uint64_t>(sight.column & 63)};
+        const std::uint64_t shift = static_cast<std::uint64_t>(sight.column) & 63;
+        return {firstWordOf_(sight) + static_cast<std::ptrdiff_t>(shift) * copySize_,
+                shift & shiftMask_};
     }
 
     const std::uint64_t* words() const { return words_.data(); }
-    /// From a word to the one right of it.
-    std::ptrdiff_t stride() const { return stride_; }
+    /// From a word to the one right of it; 0 when no view needs it.
+    std::ptrdiff_t stride() const { return isSpread_() ? 0 : stride_; }
+
+    /// Tells that this many views were counted in blocks. When it was often enough, and the bitmap
+    /// is small, a copy for each shift is made, which spares the kernels the shifting.
+    void addUse(std::int64_t numViews);
 
   private:
+    bool isSpread_() const { return copySize_ != 0; }
+    std::ptrdiff_t firstWordOf_(const Sight& sight) const {
+        return sight.phase + static_cast<std::ptrdiff_t>((sight.column >> 6) + 1) * stride_ +
+               static_cast<std::ptrdiff_t>(sight.row) + kBlockRows - 1;
+    }
     void mark_(std::int64_t x, std::int64_t y);
+    void spread_();
 
-    int log2Tile_;
+    TileShape tile_;
     std::int64_t columns_;
     std::int64_t rows_;
     std::ptrdiff_t stride_;
     std::ptrdiff_t phaseSize_;
+    std::ptrdiff_t copySize_ = 0;   // words of the copy for one shift; 0 while there is none
+    std::uint64_t shiftMask_ = 63;  // 0 when the copies take the place of shifts
     std::vector<std::uint64_t> words_;
-    double density_ = 0.0;
+    std::int64_t viewsLeft_;  // to be counted before copies pay
     std::int64_t numMarks_ = 0;
+    double density_ = 0.0;
 };
 
 }  // namespace ptmatch::detail

@@ -56,6 +56,7 @@ bool StripCounter::count(long band, long threshold) {
     for (std::size_t i = 0; i < digits_.size(); ++i) {
         const Digit& digit = digits_[i];
         lighter -= static_cast<long>(digit.liveEnd - digit.liveBegin) << (digits_.size() - 1 - i);
+        numViews_ += static_cast<std::int64_t>(digit.liveEnd - digit.liveBegin);
         groups_.push_back(
             {views_.data() + digit.liveBegin, views_.data() + digit.liveEnd, lighter});
     }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "ptmatch/mark_bitmap.h"
@@ -25,6 +26,9 @@ class StripCounter {
 
     /// Cells that reach the threshold, a word for each row.
     std::uint64_t survivors(int row) const { return survivors_[row]; }
+
+    /// Views counted since it was last asked, blocks that end early included.
+    std::int64_t takeNumViews() { return std::exchange(numViews_, 0); }
 
     /// The vote of a cell of the last block.
     long voteAt(int row, int column) const {
@@ -52,6 +56,7 @@ class StripCounter {
     std::vector<Digit> digits_;
     std::vector<ViewGroup> groups_;
     unsigned numPlanes_ = 0;
+    std::int64_t numViews_ = 0;
     std::uint64_t planes_[kMaxPlanes * kBlockRows];
     std::uint64_t survivors_[kBlockRows];
 };

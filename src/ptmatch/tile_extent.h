@@ -1,44 +1,49 @@
 #pragma once
 
-#include <bit>
+#include <array>
 #include <cstddef>
 
 #include "ptmatch/vote_kernel.h"
 
 namespace ptmatch::detail {
 
+/// A rectangle of neighbouring translations that are bounded together.
+struct TileShape {
+    int log2Columns;
+    int log2Rows;
+    std::size_t next;  ///< what surviving tiles are searched by: an index into kTileShapes
+
+    constexpr long columns() const { return 1L << log2Columns; }
+    constexpr long rows() const { return 1L << log2Rows; }
+};
+
+/// The shapes that a search may begin with, the smallest first; the first one is a single
+/// translation. The smaller a tile, the sharper its bound, and the more of them there are.
+inline constexpr std::array<TileShape, 6> kTileShapes{{
+    {0, 0, 0},  // 1 x 1
+    {0, 1, 0},  // 1 x 2, one below the other: strips of words stay as full as they are
+    {1, 1, 0},  // 2 x 2
+    {2, 2, 0},  // 4 x 4
+    {3, 3, 2},  // 8 x 8
+    {4, 4, 3},  // 16 x 16
+}};
+
 /// Tiles that cover a window of translations, in the blocks of 64 columns by kBlockRows rows that
 /// they are counted in. Tiles and blocks may reach beyond the window to the right and below.
 struct TileExtent {
-    long tile = 1;  ///< translations along either side of a tile
     long strips = 0;
     long bands = 0;
 
     TileExtent() = default;
     /// @param width, height  translations of the window.
-    TileExtent(long tileSide, long width, long height)
-        : tile(tileSide),
-          strips(divideUp(width, 64 * tileSide)),
-          bands(divideUp(height, kBlockRows * tileSide)) {}
+    TileExtent(const TileShape& shape, long width, long height)
+        : strips(divideUp(width, 64 * shape.columns())),
+          bands(divideUp(height, kBlockRows * shape.rows())) {}
 
     long blocks() const { return strips * bands; }
 
   private:
     static long divideUp(long a, long b) { return (a + b - 1) / b; }
 };
-
-/// Tiles are 1, 2, 4, 8 or 16 translations wide; 1 stands for the translations themselves.
-inline constexpr std::size_t kNumTileSizes = 5;
-
-/// Their place in that list.
-inline std::size_t tileIndex(long tile) {
-    return static_cast<std::size_t>(std::countr_zero(static_cast<unsigned long>(tile)));
-}
-
-/// The tile that the surviving tiles of a larger one are counted in: a quarter along either side,
-/// and single translations last.
-constexpr long nextTile(long tile) {
-    return tile >= 4 ? tile / 4 : 1;
-}
 
 }  // namespace ptmatch::detail

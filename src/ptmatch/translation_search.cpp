@@ -41,21 +41,22 @@ TranslationSearch::TranslationSearch(const SearchGrid& grid, const rx_PointMatch
       points_(model.points().size(), weights.scaled),
       counter_(voteKernel(), model.points().size(), points_.positive().size()),
       negativeCounter_(voteKernel(), model.points().size(), points_.negative().size()),
-      bandsPerPart_(std::min(bandsPerPart(width_), TileExtent(1, width_, height_).bands)),
+      bandsPerPart_(
+          std::min(bandsPerPart(width_), TileExtent(kTileShapes[0], width_, height_).bands)),
       rows_(width_, bandsPerPart_ * kBlockRows),
-      planner_(width_, height_, bitmap_(1).density(), model.points().size(), weights) {
+      planner_(width_, height_, bitmap_(0).density(), model.points().size(), weights) {
     modelPixels_.reserve(model.points().size());
 }
 
-const MarkBitmap& TranslationSearch::bitmap_(long tile) {
-    std::optional<MarkBitmap>& bitmap = bitmaps_[tileIndex(tile)];
-    if (!bitmap) bitmap.emplace(tile, grid_.width, grid_.height, dataPixels_);
+MarkBitmap& TranslationSearch::bitmap_(std::size_t shape) {
+    std::optional<MarkBitmap>& bitmap = bitmaps_[shape];
+    if (!bitmap) bitmap.emplace(kTileShapes[shape], grid_.width, grid_.height, dataPixels_);
     return *bitmap;
 }
 
-BlockFlags& TranslationSearch::flags_(long tile) {
-    std::optional<BlockFlags>& flags = blockFlags_[tileIndex(tile)];
-    if (!flags) flags.emplace(TileExtent(tile, width_, height_));
+BlockFlags& TranslationSearch::flags_(std::size_t shape) {
+    std::optional<BlockFlags>& flags = blockFlags_[shape];
+    if (!flags) flags.emplace(TileExtent(kTileShapes[shape], width_, height_));
     return *flags;
 }
 
@@ -63,25 +64,26 @@ void TranslationSearch::offerPeaks(double scale, double rotationDegrees, long th
                                    CoarseStore& store) {
     modelPixels(grid_, model_, scale, rotationDegrees, modelPixels_);
     points_.place(modelPixels_, window_.ul());
-    descend_(planner_.tileFor(threshold), threshold);
+    descend_(planner_.shapeFor(threshold), threshold);
     harvest_(scale, rotationDegrees, threshold, store);
+    bitmap_(0).addUse(counter_.takeNumViews() + negativeCounter_.takeNumViews());
 }
 
 // From the largest tiles down to the translations that may reach the threshold, block by block.
-void TranslationSearch::descend_(long tile, long threshold) {
-    flags_(tile).setAll();
-    for (; tile > 1; tile = nextTile(tile)) {
-        boundTiles_(tile, threshold);
-        planner_.learn(tile, threshold, flags_(nextTile(tile)).numFlagged());
+void TranslationSearch::descend_(std::size_t shape, long threshold) {
+    flags_(shape).setAll();
+    for (; shape > 0; shape = kTileShapes[shape].next) {
+        boundTiles_(shape, threshold);
+        planner_.learn(shape, threshold, flags_(kTileShapes[shape].next).numFlagged());
     }
 }
 
 // Bounds the flagged blocks of tiles, and flags the blocks of the next smaller ones in which a tile
 // reached the threshold.
-void TranslationSearch::boundTiles_(long tile, long threshold) {
-    const MarkBitmap& bitmap = bitmap_(tile);
-    const BlockFlags& flags = flags_(tile);
-    BlockFlags& next = flags_(nextTile(tile));
+void TranslationSearch::boundTiles_(std::size_t shape, long threshold) {
+    MarkBitmap& bitmap = bitmap_(shape);
+    const BlockFlags& flags = flags_(shape);
+    BlockFlags& next = flags_(kTileShapes[shape].next);
     next.clear();
     const long bands = flags.extent().bands;
     for (long strip = 0; strip < flags.extent().strips; ++strip) {
@@ -89,23 +91,29 @@ void TranslationSearch::boundTiles_(long tile, long threshold) {
         if (band == bands) continue;
         counter_.aimAt(bitmap, points_.positive(), strip);
         for (; band < bands; band = flags.nextInStrip(strip, band + 1, bands)) {
-            if (counter_.count(band, threshold))
-                flagSurvivors_(strip, band, tile / nextTile(tile), next);
+            if (counter_.count(band, threshold)) flagSurvivors_(shape, strip, band, next);
         }
     }
+    bitmap.addUse(counter_.takeNumViews());
 }
 
-// A block of tiles covers ratio x ratio blocks of the next smaller ones.
-void TranslationSearch::flagSurvivors_(long strip, long band, long ratio, BlockFlags& next) const {
-    const int rowsOfNext = kBlockRows / static_cast<int>(ratio);
-    const long columnsOfNext = 64 / ratio;
-    const std::uint64_t first = (std::uint64_t{1} << columnsOfNext) - 1;
-    for (int row = 0; row < kBlockRows; row += rowsOfNext) {
+// A block of tiles covers several blocks of the next smaller ones, side by side and one below the
+// other.
+void TranslationSearch::flagSurvivors_(std::size_t shape, long strip, long band,
+                                       BlockFlags& next) const {
+    const TileShape& tile = kTileShapes[shape];
+    const TileShape& part = kTileShapes[tile.next];
+    const int log2Across = tile.log2Columns - part.log2Columns;
+    const int log2Down = tile.log2Rows - part.log2Rows;
+    const int columns = 64 >> log2Across;
+    const int rows = kBlockRows >> log2Down;
+    const std::uint64_t first = ~std::uint64_t{0} >> (64 - columns);
+    for (int row = 0; row < kBlockRows; row += rows) {
         std::uint64_t survivors = 0;
-        for (int r = row; r < row + rowsOfNext; ++r) survivors |= counter_.survivors(r);
-        for (long i = 0; survivors != 0; ++i, survivors >>= columnsOfNext) {
-            if ((survivors & first) != 0) {
-                next.set(strip * ratio + i, band * ratio + row / rowsOfNext);
+        for (int r = row; r < row + rows; ++r) survivors |= counter_.survivors(r);
+        for (long i = 0; i < (1L << log2Across); ++i) {
+            if (((survivors >> (i * columns)) & first) != 0) {
+                next.set((strip << log2Across) + i, (band << log2Down) + row / rows);
             }
         }
     }
@@ -114,7 +122,7 @@ void TranslationSearch::flagSurvivors_(long strip, long band, long ratio, BlockF
 // Counts the flagged blocks of translations and offers their peaks, a part of the window at a time.
 void TranslationSearch::harvest_(double scale, double rotationDegrees, long threshold,
                                  CoarseStore& store) {
-    const BlockFlags& flags = flags_(1);
+    const BlockFlags& flags = flags_(0);
     const long bands = flags.extent().bands;
     const PeakRule rule = store.capacity() >= 2 && width_ >= 2 && height_ >= 2
                               ? PeakRule::LocalMaxima
@@ -144,8 +152,8 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
 }
 
 void TranslationSearch::countPart_(long firstBand, long endBand, long threshold) {
-    const MarkBitmap& bitmap = bitmap_(1);
-    const BlockFlags& flags = flags_(1);
+    const MarkBitmap& bitmap = bitmap_(0);
+    const BlockFlags& flags = flags_(0);
     for (long strip = 0; strip < flags.extent().strips; ++strip) {
         long band = flags.nextInStrip(strip, firstBand, endBand);
         if (band == endBand) continue;

@@ -52,11 +52,11 @@ class TranslationSearch {
     void offerPeaks(double scale, double rotationDegrees, long threshold, CoarseStore& store);
 
   private:
-    const MarkBitmap& bitmap_(long tile);
-    BlockFlags& flags_(long tile);
-    void descend_(long tile, long threshold);
-    void boundTiles_(long tile, long threshold);
-    void flagSurvivors_(long strip, long band, long ratio, BlockFlags& next) const;
+    MarkBitmap& bitmap_(std::size_t shape);
+    BlockFlags& flags_(std::size_t shape);
+    void descend_(std::size_t shape, long threshold);
+    void boundTiles_(std::size_t shape, long threshold);
+    void flagSurvivors_(std::size_t shape, long strip, long band, BlockFlags& next) const;
     void harvest_(double scale, double rotationDegrees, long threshold, CoarseStore& store);
     void countPart_(long firstBand, long endBand, long threshold);
     void enterSurvivors_(long strip, long band, long firstBand, long threshold);
@@ -68,9 +68,9 @@ class TranslationSearch {
     long height_;
     std::vector<rxPair<long>> dataPixels_;
     std::vector<rxPair<long>> modelPixels_;
-    // By the binary logarithm of the tile, made when first asked for.
-    std::array<std::optional<MarkBitmap>, kNumTileSizes> bitmaps_;
-    std::array<std::optional<BlockFlags>, kNumTileSizes> blockFlags_;
+    // By the index of the tile's shape, made when first asked for.
+    std::array<std::optional<MarkBitmap>, kTileShapes.size()> bitmaps_;
+    std::array<std::optional<BlockFlags>, kTileShapes.size()> blockFlags_;
     PlacedPoints points_;
     StripCounter counter_;
     StripCounter negativeCounter_;  // of the weights that are subtracted

@@ -38,7 +38,7 @@ struct VoteBlock {
     unsigned numPlanes;  ///< 1 to kMaxPlanes; no vote of the block has more binary digits
     const std::uint64_t* words;
     std::ptrdiff_t offset;
-    std::ptrdiff_t stride;
+    std::ptrdiff_t stride;  ///< 0 when no view has a shift: the words at w are the cells
     long threshold;
 };
 

@@ -65,9 +65,9 @@ PTMATCH_STEP void carryIntoHigh(HighPlanes<Lanes>& high, typename Lanes::Word ca
     }
 }
 
-// The marks that some rows of a block show to its points.
+// The marks that some rows of a block show to its points, when views have to be shifted ...
 template <class Lanes>
-struct Marks {
+struct ShiftedMarks {
     using Word = typename Lanes::Word;
 
     const std::uint64_t* left;  // of the pair of words that a view joins
@@ -77,6 +77,16 @@ struct Marks {
         return Lanes::join(Lanes::load(left + view.word), Lanes::load(right + view.word),
                            view.shift);
     }
+};
+
+// ... and when they need not.
+template <class Lanes>
+struct ReadyMarks {
+    using Word = typename Lanes::Word;
+
+    const std::uint64_t* words;
+
+    PTMATCH_STEP Word under(const MarkView& view) const { return Lanes::load(words + view.word); }
 };
 
 // digit + a + b: leaves the digit, returns the carry.
@@ -95,16 +105,16 @@ PTMATCH_STEP Word addFour(LowPlanes<Lanes>& low, Word a, Word b, Word c, Word d)
     return addTwo<Lanes>(low.twos, twosA, twosB);
 }
 
-template <class Lanes>
-PTMATCH_STEP typename Lanes::Word addFour(LowPlanes<Lanes>& low, const Marks<Lanes>& marks,
+template <class Lanes, class Marks>
+PTMATCH_STEP typename Lanes::Word addFour(LowPlanes<Lanes>& low, const Marks& marks,
                                           const MarkView* views) {
     return addFour(low, marks.under(views[0]), marks.under(views[1]), marks.under(views[2]),
                    marks.under(views[3]));
 }
 
 // Sixteen views; returns the carry of weight 16.
-template <class Lanes>
-PTMATCH_STEP typename Lanes::Word addSixteen(LowPlanes<Lanes>& low, const Marks<Lanes>& marks,
+template <class Lanes, class Marks>
+PTMATCH_STEP typename Lanes::Word addSixteen(LowPlanes<Lanes>& low, const Marks& marks,
                                              const MarkView* views) {
     using Word = typename Lanes::Word;
     const Word foursA = addFour(low, marks, views);
@@ -128,8 +138,8 @@ PTMATCH_STEP typename Lanes::Word carryIntoFours(LowPlanes<Lanes>& low,
 }
 
 // One to three views; returns the carry of weight 4.
-template <class Lanes>
-PTMATCH_STEP typename Lanes::Word addLast(LowPlanes<Lanes>& low, const Marks<Lanes>& marks,
+template <class Lanes, class Marks>
+PTMATCH_STEP typename Lanes::Word addLast(LowPlanes<Lanes>& low, const Marks& marks,
                                           const MarkView* views, std::ptrdiff_t count) {
     const typename Lanes::Word none = Lanes::zero();
     return addFour(low, marks.under(views[0]), count > 1 ? marks.under(views[1]) : none,
@@ -171,9 +181,9 @@ PTMATCH_STEP bool canReach(const LowPlanes<Lanes>& low, const HighPlanes<Lanes>&
 }
 
 // False when no cell can reach the threshold any more.
-template <class Lanes>
+template <class Lanes, class Marks>
 PTMATCH_STEP bool addGroup(LowPlanes<Lanes>& low, HighPlanes<Lanes>& high, long threshold,
-                           const ViewGroup& group, unsigned digit, const Marks<Lanes>& marks) {
+                           const ViewGroup& group, unsigned digit, const Marks& marks) {
     const MarkView* view = group.begin;
     for (; group.end - view >= 16; view += 16) {
         const long rest = ((group.end - view) << digit) + group.lighter;
@@ -202,11 +212,9 @@ PTMATCH_STEP void storePlanes(const LowPlanes<Lanes>& low, const HighPlanes<Lane
 }
 
 // As CountBlock, for kRows rows of the block; survivors are left alone when there are none.
-template <class Lanes>
-PTMATCH_STEP bool countRows(const VoteBlock& block, int row, std::uint64_t* planes,
+template <class Lanes, class Marks>
+PTMATCH_STEP bool countRows(const VoteBlock& block, const Marks& marks, std::uint64_t* planes,
                             std::uint64_t* survivors) {
-    const std::uint64_t* words = block.words + (block.offset + row);
-    const Marks<Lanes> marks{words, words + block.stride};
     LowPlanes<Lanes> low;
     HighPlanes<Lanes> high;
     clear(high, block);
@@ -217,22 +225,34 @@ PTMATCH_STEP bool countRows(const VoteBlock& block, int row, std::uint64_t* plan
     }
     const typename Lanes::Word reached = atLeast(low, high, block.threshold);
     if (Lanes::isZero(reached)) return false;
-    Lanes::store(survivors + row, reached);
-    storePlanes(low, high, planes + row);
+    Lanes::store(survivors, reached);
+    storePlanes(low, high, planes);
     return true;
+}
+
+template <class Lanes, bool isShifted>
+bool countAllRows(const VoteBlock& block, std::uint64_t* planes, std::uint64_t* survivors) {
+    bool any = false;
+    for (int row = 0; row < kBlockRows; row += Lanes::kRows) {
+        const std::uint64_t* words = block.words + (block.offset + row);
+        bool survives = false;
+        if constexpr (isShifted) {
+            const ShiftedMarks<Lanes> marks{words, words + block.stride};
+            survives = countRows<Lanes>(block, marks, planes + row, survivors + row);
+        } else {
+            const ReadyMarks<Lanes> marks{words};
+            survives = countRows<Lanes>(block, marks, planes + row, survivors + row);
+        }
+        any = any || survives;
+        for (int r = row; r < row + Lanes::kRows && !survives; ++r) survivors[r] = 0;
+    }
+    return any;
 }
 
 template <class Lanes>
 bool countBlock(const VoteBlock& block, std::uint64_t* planes, std::uint64_t* survivors) {
-    bool any = false;
-    for (int row = 0; row < kBlockRows; row += Lanes::kRows) {
-        if (countRows<Lanes>(block, row, planes, survivors)) {
-            any = true;
-        } else {
-            for (int r = row; r < row + Lanes::kRows; ++r) survivors[r] = 0;
-        }
-    }
-    return any;
+    return block.stride == 0 ? countAllRows<Lanes, false>(block, planes, survivors)
+                             : countAllRows<Lanes, true>(block, planes, survivors);
 }
 
 #undef PTMATCH_STEP

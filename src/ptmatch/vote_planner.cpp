@@ -45,26 +45,28 @@ double anyOf(double p, double count) {
     return p >= 1.0 ? 1.0 : -std::expm1(count * std::log1p(-p));
 }
 
-double tilesPerBlockOfNext(long tile) {
-    const double ratio = static_cast<double>(tile / nextTile(tile));
-    return 64.0 * kBlockRows / (ratio * ratio);
+double tilesPerBlockOfNext(const TileShape& tile) {
+    const TileShape& part = kTileShapes[tile.next];
+    return 64.0 * kBlockRows * static_cast<double>(part.columns() * part.rows()) /
+           static_cast<double>(tile.columns() * tile.rows());
 }
 
-std::atomic<long> forcedTile{0};
+std::atomic<int> forcedShape{-1};
 
 }  // namespace
 
 VotePlanner::VotePlanner(long width, long height, double density, std::size_t numPoints,
                          const VoteWeights& weights) {
-    for (std::size_t i = 0; i < kNumTileSizes; ++i) {
-        Level& level = levels_[i];
-        level.extent = TileExtent(1L << i, width, height);
-        // A block of marks is 3 pixels wide; seen by windows of t pixels, t + 2.
-        const double reach = (static_cast<double>(level.extent.tile) + 2.0) / 3.0;
-        level.density = -std::expm1(reach * reach * std::log1p(-std::min(density, 0.999)));
-        if (width < kMinColumns * level.extent.tile) level.extent.strips = 0;
+    const double logOfFree = std::log1p(-std::min(density, 0.999));
+    for (std::size_t i = 0; i < kTileShapes.size(); ++i) {
+        const TileShape& tile = kTileShapes[i];
+        levels_[i].shape = i;
+        levels_[i].extent = TileExtent(tile, width, height);
+        levels_[i].isAllowed = width >= kMinColumns * tile.columns() || tile.columns() == 1;
+        // A block of marks is 3 x 3 pixels; seen by windows of u x v pixels, u + 2 by v + 2.
+        const double area = static_cast<double>((tile.columns() + 2) * (tile.rows() + 2)) / 9.0;
+        levels_[i].density = -std::expm1(area * logOfFree);
     }
-    levels_[0].extent = TileExtent(1, width, height);
     double sum = 0.0;
     double squares = 0.0;
     for (const std::int16_t w : weights.scaled) {
@@ -86,9 +88,9 @@ double VotePlanner::survival_(const Level& level, long threshold) const {
 }
 
 double VotePlanner::blocksLeft_(const Level& level, long threshold) const {
-    const Level& next = levels_[tileIndex(nextTile(level.extent.tile))];
-    return static_cast<double>(next.extent.blocks()) *
-           anyOf(survival_(level, threshold), tilesPerBlockOfNext(level.extent.tile));
+    const TileShape& tile = kTileShapes[level.shape];
+    return static_cast<double>(levels_[tile.next].extent.blocks()) *
+           anyOf(survival_(level, threshold), tilesPerBlockOfNext(tile));
 }
 
 double VotePlanner::cost_(const Level& level, long threshold) const {
@@ -96,10 +98,12 @@ double VotePlanner::cost_(const Level& level, long threshold) const {
     const double perStrip = viewsPerBlock_ * kViewOverhead;
     double cost = static_cast<double>(level.extent.blocks()) * perBlock +
                   static_cast<double>(level.extent.strips) * perStrip;
-    for (const Level* at = &level; at->extent.tile > 1;
-         at = &levels_[tileIndex(nextTile(at->extent.tile))]) {
-        // A block that is left over in a wide image mostly stands alone in its strip.
-        cost += blocksLeft_(*at, threshold) * (perBlock + perStrip);
+    for (const Level* at = &level; at->shape > 0; at = &levels_[kTileShapes[at->shape].next]) {
+        // Blocks that are left over share the strips, or stand alone in them.
+        const double blocks = blocksLeft_(*at, threshold);
+        const Level& next = levels_[kTileShapes[at->shape].next];
+        cost += blocks * perBlock +
+                std::min(blocks, static_cast<double>(next.extent.strips)) * perStrip;
     }
     return cost;
 }
@@ -112,36 +116,36 @@ void VotePlanner::correct_(Level& level) {
 }
 
 void VotePlanner::decide_(long threshold) {
+    double lowest = 0.0;
     for (Level& level : levels_) correct_(level);
-    tile_ = 1;
-    double lowest = cost_(levels_[0], threshold);
     for (const Level& level : levels_) {
-        if (level.extent.strips == 0) continue;
+        if (!level.isAllowed) continue;
         const double cost = cost_(level, threshold);
-        if (cost < lowest) {
+        if (level.shape == 0 || cost < lowest) {
             lowest = cost;
-            tile_ = level.extent.tile;
+            shape_ = level.shape;
         }
     }
     threshold_ = threshold;
     lookupsLeft_ = kLookupsPerDecision;
 }
 
-long VotePlanner::tileFor(long threshold) {
-    if (const long forced = forcedTile.load(std::memory_order_relaxed)) return forced;
-    if (static_cast<double>(levels_[0].extent.blocks()) * viewsPerBlock_ < kCheapSweep) return 1;
+std::size_t VotePlanner::shapeFor(long threshold) {
+    const int forced = forcedShape.load(std::memory_order_relaxed);
+    if (forced >= 0) return static_cast<std::size_t>(forced);
+    if (static_cast<double>(levels_[0].extent.blocks()) * viewsPerBlock_ < kCheapSweep) return 0;
     if (threshold != threshold_ || lookupsLeft_-- == 0) decide_(threshold);
-    return tile_;
+    return shape_;
 }
 
-void VotePlanner::learn(long tile, long threshold, long numBlocks) {
-    Level& level = levels_[tileIndex(tile)];
+void VotePlanner::learn(std::size_t shape, long threshold, long numBlocks) {
+    Level& level = levels_[shape];
     level.blocksExpected += blocksLeft_(level, threshold);
     level.blocksFound += static_cast<double>(numBlocks);
 }
 
-void forceTile(long tile) {
-    forcedTile.store(tile, std::memory_order_relaxed);
+void forceTileShape(int shape) {
+    forcedShape.store(shape, std::memory_order_relaxed);
 }
 
 }  // namespace ptmatch::detail

@@ -23,16 +23,19 @@ class VotePlanner {
     VotePlanner(long width, long height, double density, std::size_t numPoints,
                 const VoteWeights& weights);
 
-    /// The tile to begin with: 1, 2, 4, 8 or 16; 1 is the search without tiles.
-    long tileFor(long threshold);
+    /// The shape of the tiles to begin with, an index into kTileShapes; 0 is the search without
+    /// tiles.
+    std::size_t shapeFor(long threshold);
 
-    /// Tells how many blocks of the next smaller tile held survivors of this tile.
-    void learn(long tile, long threshold, long numBlocks);
+    /// Tells how many blocks of the next shape held survivors of tiles of this shape.
+    void learn(std::size_t shape, long threshold, long numBlocks);
 
   private:
     struct Level {
+        std::size_t shape = 0;
         TileExtent extent;
-        double density = 0.0;         // of the marks that a tile of this size sees
+        bool isAllowed = false;
+        double density = 0.0;         // of the marks that a tile of this shape sees
         double correction = 1.0;      // survivors found, as a multiple of the estimate
         double blocksExpected = 0.0;  // since the last decision
         double blocksFound = 0.0;
@@ -42,18 +45,19 @@ class VotePlanner {
     double blocksLeft_(const Level& level, long threshold) const;
     double cost_(const Level& level, long threshold) const;
     void decide_(long threshold);
-    void correct_(Level& level);
+    static void correct_(Level& level);
 
-    std::array<Level, kNumTileSizes> levels_;
+    std::array<Level, kTileShapes.size()> levels_;
     double viewsPerBlock_ = 0.0;
     double numPoints_ = 0.0;    // of equal weight that vary as much as the model's
     double pointWeight_ = 1.0;  // of one of them
-    long tile_ = 1;             // the last decision
+    std::size_t shape_ = 0;     // the last decision
     long threshold_ = -1;       // which it was made for
     long lookupsLeft_ = 0;      // until it is thought over
 };
 
-/// For tests: all planners choose this tile from now on; 0 gives the choice back to them.
-void forceTile(long tile);
+/// For tests: all planners choose this shape from now on, an index into kTileShapes; -1 gives the
+/// choice back to them.
+void forceTileShape(int shape);
 
 }  // namespace ptmatch::detail

@@ -82,16 +82,16 @@ void compareRun(const rxPointMatcher& matcher, const Problem& problem, const Run
     EXPECT_EQ(actual.time() > 0.0, expected.isTimed);
 }
 
-/// Lets searches use one kernel and begin with one tile.
+/// Lets searches use one kernel and begin with one shape of tiles.
 class ForcedSearch {
   public:
-    ForcedSearch(const char* kernel, long tile) {
+    ForcedSearch(const char* kernel, int shape) {
         ptmatch::detail::forceVoteKernel(kernel);
-        ptmatch::detail::forceTile(tile);
+        ptmatch::detail::forceTileShape(shape);
     }
     ~ForcedSearch() {
         ptmatch::detail::forceVoteKernel("");
-        ptmatch::detail::forceTile(0);
+        ptmatch::detail::forceTileShape(-1);
     }
     ForcedSearch(const ForcedSearch&) = delete;
     ForcedSearch& operator=(const ForcedSearch&) = delete;
@@ -101,9 +101,10 @@ class ForcedSearch {
 void compareSearches(const Problem& problem, const RunReport& expected, long round) {
     const rxPointMatcher matcher = trainedOn(problem, rxPointMatcherDefs::eAutoDetect);
     for (const ptmatch::detail::VoteKernel* kernel : ptmatch::detail::voteKernels()) {
-        for (const long tile : {0L, 1L << (round++ % 5)}) {
-            SCOPED_TRACE(testing::Message() << kernel->name << ", tile " << tile);
-            const ForcedSearch forced(kernel->name, tile);
+        const int numShapes = static_cast<int>(ptmatch::detail::kTileShapes.size());
+        for (const int shape : {-1, static_cast<int>(round++ % numShapes)}) {
+            SCOPED_TRACE(testing::Message() << kernel->name << ", tile shape " << shape);
+            const ForcedSearch forced(kernel->name, shape);
             compareRun(matcher, problem, expected);
         }
     }
