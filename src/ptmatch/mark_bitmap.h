@@ -70,6 +70,9 @@ class MarkBitmap {
     /// From a word to the one right of it; 0 when no view needs it.
     std::ptrdiff_t stride() const { return isSpread_() ? 0 : stride_; }
 
+    /// Words from a strip to the next one.
+    std::ptrdiff_t stripSize() const { return stride_; }
+
     /// Tells that this many views were counted in blocks. When it was often enough, and the bitmap
     /// is small, a copy for each shift is made, which spares the kernels the shifting.
     void addUse(std::int64_t numViews);

@@ -33,13 +33,21 @@ class PlacedPoints {
     bool hasNegative() const { return !negative_.empty(); }
 
   private:
-    void sort_();
+    /// A point with its weight.
+    struct Weighed {
+        PlacedPoint point;
+        std::int32_t weight;
+    };
+
+    void sortCoarsely_();
+    void sortNearlySorted_();
+    void distribute_();
 
     std::vector<std::int32_t> weights_;  // all 1 without weights
-    std::vector<PlacedPoint> points_;
-    // From top to bottom at the last lattice point. The next one is a small turn away, so little
-    // is out of order there.
-    std::vector<std::uint32_t> order_;
+    bool isWeighted_;
+    std::vector<Weighed> points_;
+    std::vector<Weighed> sorted_;  // the same from top to bottom
+    std::vector<std::uint32_t> numInBucket_;
     Digits positive_;
     Digits negative_;
 };

@@ -131,6 +131,14 @@ bool stepsAreLost(const Lattice& lattice) {
         "more than 2^31 pairs of scale and rotation would have to be tried\n");
 }
 
+// iRound of a value below kMaxPixelCoordinate in magnitude, without a call: the part after the
+// point is exact, so it can be compared with a half.
+long roundedNear(double v) {
+    const auto whole = static_cast<std::int32_t>(v);  // towards zero
+    const double rest = v - static_cast<double>(whole);
+    return whole + (rest >= 0.5 ? 1 : 0) - (rest <= -0.5 ? 1 : 0);
+}
+
 long checkedSteps(double steps) {
     if (!(std::abs(steps) < kMaxLatticePoints)) refuseUncertainties();
     return static_cast<long>(steps);  // towards zero
@@ -247,8 +255,14 @@ void modelPixels(const SearchGrid& grid, const rx_PointMatcherModel& model, doub
     const rxXform<2> imageFromModel = grid.imageFromModel * translation(centre.x(), centre.y()) *
                                       scaling(scale) * rotationByDegrees(rotationDegrees) *
                                       translation(-centre.x(), -centre.y());
-    pixels.clear();
-    for (const rxVector<2>& m : model.points()) pixels.push_back(nearestPixel(imageFromModel * m));
+    const std::vector<rxVector<2>>& points = model.points();
+    pixels.resize(points.size());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        const rxVector<2> p = imageFromModel * points[i];
+        const bool isNear =
+            std::abs(p.x()) < kMaxPixelCoordinate && std::abs(p.y()) < kMaxPixelCoordinate;
+        pixels[i] = isNear ? rxPair<long>(roundedNear(p.x()), roundedNear(p.y())) : nearestPixel(p);
+    }
 }
 
 rxPair<long> pixelOf(const rxVector<2>& imagePoint) {

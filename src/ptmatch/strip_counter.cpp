@@ -7,25 +7,41 @@ namespace ptmatch::detail {
 
 StripCounter::StripCounter(const VoteKernel& kernel, std::size_t numPoints, std::size_t numDigits)
     : countBlock_(kernel.countBlock) {
+    watchers_.reserve(numPoints * numDigits);
+    digitEnds_.reserve(numDigits);
     views_.resize(numPoints * numDigits);
     rows_.resize(numPoints * numDigits);
     digits_.reserve(numDigits);
     groups_.reserve(numDigits);
 }
 
-void StripCounter::aimAt(const MarkBitmap& bitmap, const PlacedPoints::Digits& points, long strip) {
+void StripCounter::prepare(const MarkBitmap& bitmap, const PlacedPoints::Digits& points) {
     bitmap_ = &bitmap;
+    watchers_.clear();
+    digitEnds_.clear();
+    for (const std::vector<PlacedPoint>& ofDigit : points) {
+        for (const PlacedPoint& point : ofDigit) {
+            const MarkBitmap::Sight sight = bitmap.sightFrom(point.x, point.y);
+            watchers_.push_back({bitmap.view(sight), sight.column, sight.row});
+        }
+        digitEnds_.push_back(watchers_.size());
+    }
+}
+
+void StripCounter::aimAt(long strip) {
+    const std::int64_t right = std::int64_t{64} * strip;
+    stripOffset_ = strip * bitmap_->stripSize();
     digits_.clear();
     std::size_t end = 0;
-    for (const std::vector<PlacedPoint>& ofDigit : points) {
+    std::size_t watcher = 0;
+    for (const std::size_t digitEnd : digitEnds_) {
         const std::size_t begin = end;
-        for (const PlacedPoint& point : ofDigit) {
-            MarkBitmap::Sight sight = bitmap.sightFrom(point.x, point.y);
-            sight.column += std::int64_t{64} * strip;
+        for (; watcher < digitEnd; ++watcher) {
+            const Watcher& from = watchers_[watcher];
             // Written in any case, and kept if it counts: there is no telling in advance.
-            views_[end] = bitmap.view(sight);
-            rows_[end] = sight.row;
-            end += bitmap.meetsColumns(sight.column) ? 1 : 0;
+            views_[end] = from.view;
+            rows_[end] = from.row;
+            end += bitmap_->meetsColumns(from.column + right) ? 1 : 0;
         }
         digits_.push_back({begin, end, end});
     }
@@ -62,10 +78,13 @@ bool StripCounter::count(long band, long threshold) {
     }
     numPlanes_ =
         std::max(1U, static_cast<unsigned>(std::bit_width(static_cast<unsigned long>(total))));
-    const VoteBlock block{
-        groups_.data(),   static_cast<unsigned>(groups_.size()), numPlanes_,
-        bitmap_->words(), std::ptrdiff_t{kBlockRows} * band,     bitmap_->stride(),
-        threshold};
+    const VoteBlock block{groups_.data(),
+                          static_cast<unsigned>(groups_.size()),
+                          numPlanes_,
+                          bitmap_->words(),
+                          stripOffset_ + std::ptrdiff_t{kBlockRows} * band,
+                          bitmap_->stride(),
+                          threshold};
     return countBlock_(block, planes_, survivors_);
 }
 

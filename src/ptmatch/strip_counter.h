@@ -17,8 +17,11 @@ class StripCounter {
   public:
     StripCounter(const VoteKernel& kernel, std::size_t numPoints, std::size_t numDigits);
 
-    /// Goes to a strip: collects the points that may see marks from it.
-    void aimAt(const MarkBitmap& bitmap, const PlacedPoints::Digits& points, long strip);
+    /// Takes the points of a lattice point, as they see a bitmap.
+    void prepare(const MarkBitmap& bitmap, const PlacedPoints::Digits& points);
+
+    /// Goes to a strip of that bitmap: picks the points that may see marks from it.
+    void aimAt(long strip);
 
     /// Counts the block of a band, kBlockRows rows of tiles. The bands of one strip must ascend.
     /// @return whether any cell reaches the threshold; only then there are planes and survivors.
@@ -40,9 +43,16 @@ class StripCounter {
     }
 
   private:
+    // A point as it sees the first strip and band of a bitmap.
+    struct Watcher {
+        MarkView view;
+        std::int64_t column;
+        std::int64_t row;
+    };
+
     // The points of one digit that see the strip, and which of them see the band.
     struct Digit {
-        std::size_t begin;  // in views_
+        std::size_t begin;  // in views_ and rows_
         std::size_t liveBegin;
         std::size_t liveEnd;
     };
@@ -51,8 +61,11 @@ class StripCounter {
 
     CountBlock countBlock_;
     const MarkBitmap* bitmap_ = nullptr;
-    std::vector<MarkView> views_;
-    std::vector<std::int64_t> rows_;  // of the points in their phases, seen from band 0
+    std::vector<Watcher> watchers_;       // digit after digit
+    std::vector<std::size_t> digitEnds_;  // in watchers_
+    std::vector<MarkView> views_;         // of the watchers that see the strip
+    std::vector<std::int64_t> rows_;
+    std::ptrdiff_t stripOffset_ = 0;  // words from the first strip to this one
     std::vector<Digit> digits_;
     std::vector<ViewGroup> groups_;
     unsigned numPlanes_ = 0;

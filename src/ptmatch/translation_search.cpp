@@ -86,10 +86,11 @@ void TranslationSearch::boundTiles_(std::size_t shape, long threshold) {
     BlockFlags& next = flags_(kTileShapes[shape].next);
     next.clear();
     const long bands = flags.extent().bands;
+    counter_.prepare(bitmap, points_.positive());
     for (long strip = 0; strip < flags.extent().strips; ++strip) {
         long band = flags.nextInStrip(strip, 0, bands);
         if (band == bands) continue;
-        counter_.aimAt(bitmap, points_.positive(), strip);
+        counter_.aimAt(strip);
         for (; band < bands; band = flags.nextInStrip(strip, band + 1, bands)) {
             if (counter_.count(band, threshold)) flagSurvivors_(shape, strip, band, next);
         }
@@ -127,6 +128,8 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
     const PeakRule rule = store.capacity() >= 2 && width_ >= 2 && height_ >= 2
                               ? PeakRule::LocalMaxima
                               : PeakRule::EveryVote;
+    counter_.prepare(bitmap_(0), points_.positive());
+    if (points_.hasNegative()) negativeCounter_.prepare(bitmap_(0), points_.negative());
     for (long band = flags.nextBand(0, bands); band < bands;) {
         const bool isFullSoon =
             !store.isFull() && store.capacity() - store.numResults() < kLittleRoom;
@@ -152,13 +155,12 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
 }
 
 void TranslationSearch::countPart_(long firstBand, long endBand, long threshold) {
-    const MarkBitmap& bitmap = bitmap_(0);
     const BlockFlags& flags = flags_(0);
     for (long strip = 0; strip < flags.extent().strips; ++strip) {
         long band = flags.nextInStrip(strip, firstBand, endBand);
         if (band == endBand) continue;
-        counter_.aimAt(bitmap, points_.positive(), strip);
-        if (points_.hasNegative()) negativeCounter_.aimAt(bitmap, points_.negative(), strip);
+        counter_.aimAt(strip);
+        if (points_.hasNegative()) negativeCounter_.aimAt(strip);
         for (; band < endBand; band = flags.nextInStrip(strip, band + 1, endBand)) {
             if (counter_.count(band, threshold)) enterSurvivors_(strip, band, firstBand, threshold);
         }
