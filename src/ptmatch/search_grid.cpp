@@ -23,17 +23,25 @@ constexpr double kMaxPixel = 2147483647.0;
 constexpr double kMinScale = 0.1;
 constexpr long kWindowMargin = 8;  // pixels that a translation may lead beyond the data
 
+// What the constructor from angles gives for angles of 0, to the sign of a zero, without their
+// sines and cosines.
+rxXform<2> withoutTurn(const rxVector<2>& shift, double scale) {
+    return {rxMatrix<2>(scale, -scale * 0.0, scale * 0.0, scale), shift};
+}
+
 rxXform<2> translation(double x, double y) {
-    return {rxVector<2>(x, y), rxRadian(0.0), rxRadian(0.0), 1.0, 1.0};
+    return withoutTurn(rxVector<2>(x, y), 1.0);
 }
 
 rxXform<2> scaling(double s) {
-    return {rxVector<2>(0.0, 0.0), rxRadian(0.0), rxRadian(0.0), s, s};
+    return withoutTurn(rxVector<2>(0.0, 0.0), s);
 }
 
 rxXform<2> rotationByDegrees(double degrees) {
-    const rxRadian angle{rxDegree(degrees)};
-    return {rxVector<2>(0.0, 0.0), angle, angle, 1.0, 1.0};
+    const double angle = rxRadian(rxDegree(degrees)).toDouble();
+    const double sine = std::sin(angle);
+    const double cosine = std::cos(angle);
+    return {rxMatrix<2>(cosine, -sine, sine, cosine), rxVector<2>(0.0, 0.0)};
 }
 
 struct Box {

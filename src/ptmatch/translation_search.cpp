@@ -13,8 +13,8 @@ namespace {
 // points to be collected for many blocks.
 constexpr long kVotesPerPart = 1L << 17;
 
-// A store with so little room left is full soon and then raises the threshold for all that follows:
-// it is worth looking often.
+// A store with so little room left may soon be full, and then raises the threshold for all that
+// follows: the first parts are small.
 constexpr long kLittleRoom = 64;
 
 long bandsPerPart(long width) {
@@ -130,10 +130,11 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
                               : PeakRule::EveryVote;
     counter_.prepare(bitmap_(0), points_.positive());
     if (points_.hasNegative()) negativeCounter_.prepare(bitmap_(0), points_.negative());
+    const bool isFullSoon = !store.isFull() && store.capacity() - store.numResults() < kLittleRoom;
+    long numBands = isFullSoon ? 1 : bandsPerPart_;
     for (long band = flags.nextBand(0, bands); band < bands;) {
-        const bool isFullSoon =
-            !store.isFull() && store.capacity() - store.numResults() < kLittleRoom;
-        const long end = std::min(bands, band + (isFullSoon ? 1 : bandsPerPart_));
+        const long end = std::min(bands, band + numBands);
+        numBands = std::min(2 * numBands, bandsPerPart_);
         countPart_(band, end, threshold);
         if (rows_.hasVotes()) {
             const long firstRow = band * kBlockRows;

@@ -9,9 +9,12 @@ namespace ptmatch::detail {
 namespace {
 
 // What else a block costs, in points counted: the call, finding the points, comparing.
-constexpr double kBlockOverhead = 12.0;
-// Collecting a point for a strip, likewise.
+constexpr double kBlockOverhead = 20.0;
+// Collecting a point for a strip, likewise; and for the shape before that.
 constexpr double kViewOverhead = 0.75;
+constexpr double kPrepareOverhead = 2.0;
+// Another shape has to be cheaper than the last one by this factor: it needs a bitmap of its own.
+constexpr double kClearGain = 0.75;
 // Below this many points counted there is nothing to win by a plan.
 constexpr double kCheapSweep = 400.0;
 // A decision holds for so many lattice points of one threshold.
@@ -102,7 +105,7 @@ double VotePlanner::cost_(const Level& level, long threshold) const {
         // Blocks that are left over share the strips, or stand alone in them.
         const double blocks = blocksLeft_(*at, threshold);
         const Level& next = levels_[kTileShapes[at->shape].next];
-        cost += blocks * perBlock +
+        cost += viewsPerBlock_ * kPrepareOverhead + blocks * perBlock +
                 std::min(blocks, static_cast<double>(next.extent.strips)) * perStrip;
     }
     return cost;
@@ -116,12 +119,11 @@ void VotePlanner::correct_(Level& level) {
 }
 
 void VotePlanner::decide_(long threshold) {
-    double lowest = 0.0;
     for (Level& level : levels_) correct_(level);
+    double lowest = kClearGain * cost_(levels_[shape_], threshold);
     for (const Level& level : levels_) {
-        if (!level.isAllowed) continue;
         const double cost = cost_(level, threshold);
-        if (level.shape == 0 || cost < lowest) {
+        if (level.isAllowed && cost < lowest) {
             lowest = cost;
             shape_ = level.shape;
         }
