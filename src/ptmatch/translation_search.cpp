@@ -14,7 +14,7 @@ namespace {
 constexpr long kVotesPerPart = 1L << 17;
 
 // A store with so little room left may soon be full, and then raises the threshold for all that
-// follows: the first parts are small.
+// follows: parts are small until it stays where it is.
 constexpr long kLittleRoom = 64;
 
 long bandsPerPart(long width) {
@@ -134,7 +134,7 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
     long numBands = isFullSoon ? 1 : bandsPerPart_;
     for (long band = flags.nextBand(0, bands); band < bands;) {
         const long end = std::min(bands, band + numBands);
-        numBands = std::min(2 * numBands, bandsPerPart_);
+        const long thresholdBefore = threshold;
         countPart_(band, end, threshold);
         if (rows_.hasVotes()) {
             const long firstRow = band * kBlockRows;
@@ -150,6 +150,7 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
             }
             threshold = voteThreshold(store, threshold);
         }
+        if (threshold == thresholdBefore) numBands = std::min(2 * numBands, bandsPerPart_);
         // Rows that wait for the next ones have to meet them, flagged or not.
         band = rows_.hasVotes() ? end : flags.nextBand(end, bands);
     }

@@ -13,8 +13,8 @@ constexpr double kBlockOverhead = 20.0;
 // Collecting a point for a strip, likewise; and for the shape before that.
 constexpr double kViewOverhead = 0.75;
 constexpr double kPrepareOverhead = 2.0;
-// Another shape has to be cheaper than the last one by this factor: it needs a bitmap of its own.
-constexpr double kClearGain = 0.75;
+// A shape that was never chosen needs a bitmap first; it has to be the cheaper by this factor.
+constexpr double kFirstUse = 1.4;
 // Below this many points counted there is nothing to win by a plan.
 constexpr double kCheapSweep = 400.0;
 // A decision holds for so many lattice points of one threshold.
@@ -85,15 +85,19 @@ VotePlanner::VotePlanner(long width, long height, double density, std::size_t nu
     numPoints_ = sum / pointWeight_;
 }
 
-double VotePlanner::survival_(const Level& level, long threshold) const {
-    return level.correction *
-           binomialTail(numPoints_, level.density, static_cast<double>(threshold) / pointWeight_);
+// The probability that a tile survives, as if every point met a mark by chance; never 0, so that a
+// correction can make anything of it.
+double VotePlanner::estimate_(const Level& level, long threshold) const {
+    constexpr double kLeast = 1e-60;
+    return std::max(kLeast, binomialTail(numPoints_, level.density,
+                                         static_cast<double>(threshold) / pointWeight_));
 }
 
 double VotePlanner::blocksLeft_(const Level& level, long threshold) const {
     const TileShape& tile = kTileShapes[level.shape];
+    const double survival = level.correction * estimate_(level, threshold);
     return static_cast<double>(levels_[tile.next].extent.blocks()) *
-           anyOf(survival_(level, threshold), tilesPerBlockOfNext(tile));
+           anyOf(survival, tilesPerBlockOfNext(tile));
 }
 
 double VotePlanner::cost_(const Level& level, long threshold) const {
@@ -111,23 +115,31 @@ double VotePlanner::cost_(const Level& level, long threshold) const {
     return cost;
 }
 
+// Compares what was found with what was estimated. A quarter of a block stands for none, which
+// would be no ratio.
 void VotePlanner::correct_(Level& level) {
-    // A quarter of a block stands for none, which is no ratio.
-    const double ratio = std::max(level.blocksFound, 0.25) / std::max(level.blocksExpected, 0.25);
-    level.correction = std::clamp(level.correction * ratio, 1e-4, 1e4);
-    level.blocksExpected = level.blocksFound = 0.0;
+    if (level.numUses == 0.0) return;
+    const TileShape& tile = kTileShapes[level.shape];
+    const double numBlocks =
+        level.numUses * static_cast<double>(levels_[tile.next].extent.blocks());
+    const double share = std::clamp(level.blocksFound, 0.25, 0.999 * numBlocks) / numBlocks;
+    const double survival = -std::expm1(std::log1p(-share) / tilesPerBlockOfNext(tile));
+    level.correction = survival / (level.estimates / level.numUses);
+    level.numUses = level.estimates = level.blocksFound = 0.0;
 }
 
 void VotePlanner::decide_(long threshold) {
     for (Level& level : levels_) correct_(level);
-    double lowest = kClearGain * cost_(levels_[shape_], threshold);
-    for (const Level& level : levels_) {
-        const double cost = cost_(level, threshold);
-        if (level.isAllowed && cost < lowest) {
-            lowest = cost;
-            shape_ = level.shape;
-        }
+    double lowest = cost_(levels_[0], threshold);
+    shape_ = 0;
+    for (Level& level : levels_) {
+        if (!level.isAllowed) continue;
+        const double cost = cost_(level, threshold) * (level.wasChosen ? 1.0 : kFirstUse);
+        if (cost >= lowest) continue;
+        lowest = cost;
+        shape_ = level.shape;
     }
+    levels_[shape_].wasChosen = true;
     threshold_ = threshold;
     lookupsLeft_ = kLookupsPerDecision;
 }
@@ -142,7 +154,8 @@ std::size_t VotePlanner::shapeFor(long threshold) {
 
 void VotePlanner::learn(std::size_t shape, long threshold, long numBlocks) {
     Level& level = levels_[shape];
-    level.blocksExpected += blocksLeft_(level, threshold);
+    level.numUses += 1.0;
+    level.estimates += estimate_(level, threshold);
     level.blocksFound += static_cast<double>(numBlocks);
 }
 

@@ -35,17 +35,20 @@ class VotePlanner {
         std::size_t shape = 0;
         TileExtent extent;
         bool isAllowed = false;
-        double density = 0.0;         // of the marks that a tile of this shape sees
-        double correction = 1.0;      // survivors found, as a multiple of the estimate
-        double blocksExpected = 0.0;  // since the last decision
+        bool wasChosen = false;
+        double density = 0.0;     // of the marks that a tile of this shape sees
+        double correction = 1.0;  // survivors found, as a multiple of the estimate
+        // Since the last decision: sums over the lattice points that began with or came to it.
+        double numUses = 0.0;
+        double estimates = 0.0;
         double blocksFound = 0.0;
     };
 
-    double survival_(const Level& level, long threshold) const;
+    double estimate_(const Level& level, long threshold) const;
     double blocksLeft_(const Level& level, long threshold) const;
     double cost_(const Level& level, long threshold) const;
     void decide_(long threshold);
-    static void correct_(Level& level);
+    void correct_(Level& level);
 
     std::array<Level, kTileShapes.size()> levels_;
     double viewsPerBlock_ = 0.0;
