@@ -100,17 +100,30 @@ double VotePlanner::blocksLeft_(const Level& level, long threshold) const {
            anyOf(survival, tilesPerBlockOfNext(tile));
 }
 
+// A block ends when so many of the points counted missed that the rest cannot reach the threshold:
+// k points miss k (1 - p) times on average, and the luckiest of a block's cells some deviations
+// less.
+double VotePlanner::viewsCounted_(const Level& level, long threshold) const {
+    constexpr double kLuckiest = 3.5;  // standard deviations; 1 of 4,000, and a block has 512 cells
+    const double missed = 1.0 - level.density;
+    const double allowed = numPoints_ - static_cast<double>(threshold) / pointWeight_;
+    if (allowed <= 0.0) return 0.0;
+    const double luck = kLuckiest * std::sqrt(level.density * missed);
+    const double root = (luck + std::sqrt(luck * luck + 4.0 * missed * allowed)) / (2.0 * missed);
+    return viewsPerBlock_ * std::min(1.0, root * root / numPoints_);
+}
+
+double VotePlanner::sweepCost_(const Level& level, double blocks, long threshold) const {
+    const double strips = std::min(blocks, static_cast<double>(level.extent.strips));
+    return blocks * (viewsCounted_(level, threshold) + kBlockOverhead) +
+           strips * viewsPerBlock_ * kViewOverhead + viewsPerBlock_ * kPrepareOverhead;
+}
+
 double VotePlanner::cost_(const Level& level, long threshold) const {
-    const double perBlock = viewsPerBlock_ + kBlockOverhead;
-    const double perStrip = viewsPerBlock_ * kViewOverhead;
-    double cost = static_cast<double>(level.extent.blocks()) * perBlock +
-                  static_cast<double>(level.extent.strips) * perStrip;
+    double cost = sweepCost_(level, static_cast<double>(level.extent.blocks()), threshold);
     for (const Level* at = &level; at->shape > 0; at = &levels_[kTileShapes[at->shape].next]) {
-        // Blocks that are left over share the strips, or stand alone in them.
-        const double blocks = blocksLeft_(*at, threshold);
-        const Level& next = levels_[kTileShapes[at->shape].next];
-        cost += viewsPerBlock_ * kPrepareOverhead + blocks * perBlock +
-                std::min(blocks, static_cast<double>(next.extent.strips)) * perStrip;
+        cost += sweepCost_(levels_[kTileShapes[at->shape].next], blocksLeft_(*at, threshold),
+                           threshold);
     }
     return cost;
 }

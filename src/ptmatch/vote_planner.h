@@ -46,6 +46,8 @@ class VotePlanner {
 
     double estimate_(const Level& level, long threshold) const;
     double blocksLeft_(const Level& level, long threshold) const;
+    double viewsCounted_(const Level& level, long threshold) const;
+    double sweepCost_(const Level& level, double blocks, long threshold) const;
     double cost_(const Level& level, long threshold) const;
     void decide_(long threshold);
     void correct_(Level& level);
