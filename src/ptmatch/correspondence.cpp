@@ -1,6 +1,7 @@
 #include "ptmatch/correspondence.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "foundation/attention.h"
 #include "foundation/fitter.h"
 #include "ptmatch/point_matcher_model.h"
+#include "ptmatch/points_by_x.h"
 #include "ptmatch/try_fit.h"
 
 namespace ptmatch::detail {
@@ -33,7 +35,10 @@ class Correspondence {
   public:
     Correspondence(std::span<const rxVector<2>> data, const rx_PointMatcherModel& model,
                    double captureRange)
-        : data_(data), model_(model), squaredRange_(captureRange * captureRange) {}
+        : data_(data),
+          model_(model),
+          range_(std::abs(captureRange)),
+          squaredRange_(captureRange * captureRange) {}
 
     // Steps that can fail return false: the candidate is to be dropped.
 
@@ -121,19 +126,24 @@ class Correspondence {
         return best;
     }
 
-    Neighbour nearestFree(const rxVector<2>& modelPoint) const {
+    // Of the free data points within the capture range; the first of several that are equally near.
+    Neighbour nearestFree(const rxVector<2>& modelPoint) {
+        if (!dataByX_) dataByX_.emplace(data_);
         const rxVector<2> mapped = dataFromModel_ * modelPoint;
         Neighbour best;
-        for (long k = 0; k < static_cast<long>(data_.size()); ++k) {
-            if (isTaken(k)) continue;
+        dataByX_->forEachNear(mapped, range_, [&](long k) {
+            if (isTaken(k)) return;
             const double d2 = squaredDistance(mapped, dataPoint(k));
-            if (d2 < best.squaredDistance) best = {k, d2};
-        }
+            const bool isFirst = d2 == best.squaredDistance && k < best.dataIndex;
+            if (d2 < best.squaredDistance || isFirst) best = {k, d2};
+        });
         return best;
     }
 
     std::span<const rxVector<2>> data_;
     const rx_PointMatcherModel& model_;
+    std::optional<PointsByX> dataByX_;  // made when first needed
+    double range_;
     double squaredRange_;
     rxXform<2> imageFromModel_;
     rxXform<2> dataFromModel_;
