@@ -62,6 +62,11 @@ SearchProblem randomPoints(long numModel, long numData, bool isFullTurn, long nu
     return searchProblem(makeProblem(numModel, numData, Spread::Spaced, isFullTurn, numSets));
 }
 
+// Points wholly at random: the closest pair makes the grid fine and the marks sparse.
+SearchProblem closePairs(long numModel, long numData, bool isFullTurn) {
+    return searchProblem(makeProblem(numModel, numData, Spread::Uniform, isFullTurn, 1));
+}
+
 SearchProblem withScales(long numModel, long numData) {
     SearchProblem problem = randomPoints(numModel, numData, false);
     problem.params.scaleUncertainty(rxRange(-0.1, 0.1));
@@ -253,6 +258,11 @@ const SearchCase kCases[] = {
     {"dotGrid/fullTurn", [] { return dotGrid(true); }, 11},
     {"100/400/image800", [] { return onImageOf(800, 100, 400); }, 5},
     {"300/2000/image2400", [] { return onImageOf(2400, 300, 2000); }, 1},
+    {"12/40/closePairs/15deg", [] { return closePairs(12, 40, false); }, 51},
+    {"12/40/closePairs/fullTurn", [] { return closePairs(12, 40, true); }, 31},
+    {"50/150/closePairs/15deg", [] { return closePairs(50, 150, false); }, 5},
+    {"50/150/closePairs/fullTurn", [] { return closePairs(50, 150, true); }, 3},
+    {"100/400/closePairs/15deg", [] { return closePairs(100, 400, false); }, 3},
     {"100/400/weighted", [] { return weighted(100, 400); }, 31},
 };
 

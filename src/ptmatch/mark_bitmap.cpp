@@ -13,8 +13,8 @@ constexpr std::ptrdiff_t kNumShifts = 64;
 // Copies for all shifts of bitmaps up to this size take 2 MiB at most, so they stay in the caches.
 constexpr std::ptrdiff_t kMaxWordsOfCopy = 4096;
 
-// What the copies of a word cost (mostly its share of pages of memory that are touched for the first
-// time), in views of a block that are counted with shifts instead of without.
+// What the copies of a word cost (mostly its share of pages of memory that are touched for the
+// first time), in views of a block that are counted with shifts instead of without.
 constexpr std::int64_t kViewsPerWord = 150;
 
 }  // namespace
