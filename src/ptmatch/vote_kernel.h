@@ -54,7 +54,6 @@ using CountBlock = bool (*)(const VoteBlock& block, std::uint64_t* planes,
 /// One way to count, for one instruction set.
 struct VoteKernel {
     const char* name;
-    bool (*isSupported)();  ///< by this processor and its operating system
     CountBlock countBlock;
 };
 

@@ -70,12 +70,13 @@ template <class Lanes>
 struct ShiftedMarks {
     using Word = typename Lanes::Word;
 
-    const std::uint64_t* left;  // of the pair of words that a view joins
-    const std::uint64_t* right;
+    const std::uint64_t* words;
+    std::ptrdiff_t left;  // of the pair of words that a view joins, from the view's word
+    std::ptrdiff_t right;
 
     PTMATCH_STEP Word under(const MarkView& view) const {
-        return Lanes::join(Lanes::load(left + view.word), Lanes::load(right + view.word),
-                           view.shift);
+        return Lanes::join(Lanes::load(words + (left + view.word)),
+                           Lanes::load(words + (right + view.word)), view.shift);
     }
 };
 
@@ -85,8 +86,11 @@ struct ReadyMarks {
     using Word = typename Lanes::Word;
 
     const std::uint64_t* words;
+    std::ptrdiff_t offset;
 
-    PTMATCH_STEP Word under(const MarkView& view) const { return Lanes::load(words + view.word); }
+    PTMATCH_STEP Word under(const MarkView& view) const {
+        return Lanes::load(words + (offset + view.word));
+    }
 };
 
 // digit + a + b: leaves the digit, returns the carry.
@@ -234,13 +238,15 @@ template <class Lanes, bool isShifted>
 bool countAllRows(const VoteBlock& block, std::uint64_t* planes, std::uint64_t* survivors) {
     bool any = false;
     for (int row = 0; row < kBlockRows; row += Lanes::kRows) {
-        const std::uint64_t* words = block.words + (block.offset + row);
+        // Indices are added up before they meet the array: without the view's word, which may be
+        // negative, they can lie outside it.
+        const std::ptrdiff_t offset = block.offset + row;
         bool survives = false;
         if constexpr (isShifted) {
-            const ShiftedMarks<Lanes> marks{words, words + block.stride};
+            const ShiftedMarks<Lanes> marks{block.words, offset, offset + block.stride};
             survives = countRows<Lanes>(block, marks, planes + row, survivors + row);
         } else {
-            const ReadyMarks<Lanes> marks{words};
+            const ReadyMarks<Lanes> marks{block.words, offset};
             survives = countRows<Lanes>(block, marks, planes + row, survivors + row);
         }
         any = any || survives;

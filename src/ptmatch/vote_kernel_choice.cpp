@@ -9,11 +9,21 @@
 namespace ptmatch::detail {
 namespace {
 
-constexpr const VoteKernel* kCompiled[] = {
-    &kPortableKernel,
+struct CompiledKernel {
+    const VoteKernel* kernel;
+    bool (*isSupported)();  // by this processor and its operating system
+};
+
+// Asked here, in a file compiled for every machine, not beside kernels that some cannot run.
+constexpr CompiledKernel kCompiled[] = {
+    {&kPortableKernel, [] { return true; }},
 #ifdef PTMATCH_X86_KERNELS
-    &kAvx2Kernel,
-    &kAvx512Kernel,
+    {&kAvx2Kernel, [] { return __builtin_cpu_supports("avx2") != 0; }},
+    {&kAvx512Kernel,
+     [] {
+         return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
+                __builtin_cpu_supports("avx512vl") != 0 && __builtin_cpu_supports("avx512dq") != 0;
+     }},
 #endif
 };
 
@@ -39,8 +49,8 @@ const VoteKernel& defaultKernel() {
 const std::vector<const VoteKernel*>& voteKernels() {
     static const std::vector<const VoteKernel*> supported = [] {
         std::vector<const VoteKernel*> kernels;
-        for (const VoteKernel* kernel : kCompiled) {
-            if (kernel->isSupported()) kernels.push_back(kernel);
+        for (const CompiledKernel& compiled : kCompiled) {
+            if (compiled.isSupported()) kernels.push_back(compiled.kernel);
         }
         return kernels;
     }();

@@ -7,11 +7,11 @@
 
 namespace ptmatch::detail {
 
-/// The kernels that run on this machine, the slowest (portable) first.
+/// The kernels that run on this machine, the narrowest (portable) first.
 const std::vector<const VoteKernel*>& voteKernels();
 
 /// The kernel that searches use: the forced one; else the one that the environment variable
-/// PTMATCH_KERNEL named when it was first looked at; else the fastest of voteKernels().
+/// PTMATCH_KERNEL named when it was first looked at; else the widest of voteKernels().
 /// @throws rxPointMatcherDefs::BadParams  PTMATCH_KERNEL names no kernel of this machine.
 /// Any number of threads.
 const VoteKernel& voteKernel();

@@ -2,7 +2,7 @@
 
 #include "ptmatch/vote_kernel_body.h"
 
-// Compiled for AVX2: nothing here may run before isSupported() said so, but for itself.
+// Compiled for AVX2: nothing here may run before vote_kernel_choice.cpp found that it can.
 namespace ptmatch::detail {
 namespace {
 
@@ -54,12 +54,8 @@ struct Avx2Lanes {
     }
 };
 
-bool isSupported() {
-    return __builtin_cpu_supports("avx2") != 0;
-}
-
 }  // namespace
 
-const VoteKernel kAvx2Kernel{"avx2", isSupported, countBlock<Avx2Lanes>};
+const VoteKernel kAvx2Kernel{"avx2", countBlock<Avx2Lanes>};
 
 }  // namespace ptmatch::detail

@@ -2,8 +2,8 @@
 
 #include "ptmatch/vote_kernel_body.h"
 
-// Compiled for AVX-512 (F, BW, VL, DQ): nothing here may run before isSupported() said so, but for
-// itself.
+// Compiled for AVX-512 (F, BW, VL, DQ): nothing here may run before vote_kernel_choice.cpp found
+// that it can.
 namespace ptmatch::detail {
 namespace {
 
@@ -36,13 +36,8 @@ struct Avx512Lanes {
     }
 };
 
-bool isSupported() {
-    return __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
-           __builtin_cpu_supports("avx512vl") != 0 && __builtin_cpu_supports("avx512dq") != 0;
-}
-
 }  // namespace
 
-const VoteKernel kAvx512Kernel{"avx512", isSupported, countBlock<Avx512Lanes>};
+const VoteKernel kAvx512Kernel{"avx512", countBlock<Avx512Lanes>};
 
 }  // namespace ptmatch::detail

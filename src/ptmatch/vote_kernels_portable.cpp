@@ -25,12 +25,8 @@ struct PortableLanes {
     }
 };
 
-bool isSupported() {
-    return true;
-}
-
 }  // namespace
 
-const VoteKernel kPortableKernel{"portable", isSupported, countBlock<PortableLanes>};
+const VoteKernel kPortableKernel{"portable", countBlock<PortableLanes>};
 
 }  // namespace ptmatch::detail

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <random>
 #include <string>
 #include <vector>
@@ -164,7 +166,6 @@ INSTANTIATE_TEST_SUITE_P(OfThisMachine, VoteKernels, testing::ValuesIn(voteKerne
 TEST(VoteKernelChoice, PortableKernelIsAlwaysThere) {
     ASSERT_FALSE(voteKernels().empty());
     EXPECT_STREQ(voteKernels().front()->name, "portable");
-    for (const VoteKernel* kernel : voteKernels()) EXPECT_TRUE(kernel->isSupported());
 }
 
 TEST(VoteKernelChoice, ForcedKernelIsUsedUntilTheChoiceIsGivenBack) {
