@@ -186,7 +186,8 @@ class PTMATCH_EXPORT rxPointMatcher {
     ///         transform of the training image is not finite; for a sparse pattern, a grid size
     ///         not above 0 whose automatic switch is off; for any other, an infinite capture range
     ///         in use, steps with a length not within 1e-150 to 1e150, or a bound of the rotation
-    ///         uncertainty beyond a million degrees.
+    ///         uncertainty beyond a million degrees. The environment variable PTMATCH_KERNEL names
+    ///         no vote kernel of this machine (found only by a run that comes to voting).
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory  the data spread over too large a
     ///         part of their grid (2^28 positions).
     /// @throws rxLSPointToPointFitter::Errors, rxMathError  in grid mode: the data were mapped, but

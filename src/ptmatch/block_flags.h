@@ -17,6 +17,11 @@ class BlockFlags {
           flags_(static_cast<std::size_t>(extent.blocks())),
           bands_(static_cast<std::size_t>(extent.bands)) {}
 
+    /// What the flags of an extent take.
+    static double bytes(const TileExtent& extent) {
+        return static_cast<double>(extent.blocks() + extent.bands);
+    }
+
     const TileExtent& extent() const { return extent_; }
     long numFlagged() const { return numFlagged_; }
 

@@ -10,10 +10,12 @@
 #include "ptmatch/recentring.h"
 #include "ptmatch/resolved_sizes.h"
 #include "ptmatch/search_grid.h"
+#include "ptmatch/search_memory.h"
 #include "ptmatch/translation_search.h"
 #include "ptmatch/vote_weights.h"
 
 namespace ptmatch::detail {
+
 void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherModel& model,
                     const rxPointMatcherRunParams& params, rx_PoseScoreStore& store) {
     const ResolvedSizes sizes = resolveSizes(params, model);

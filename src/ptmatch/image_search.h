@@ -21,7 +21,9 @@ namespace ptmatch::detail {
 /// @param store   receives the fitted candidates; built with the model's total weight and
 ///                params.maxNumResults().
 /// @throws rxPointMatcherDefs::BadParams  a grid size too small for the data or for the
-/// uncertainties. Cost O(lattice points x model points x window).
+///         uncertainties; the environment variable PTMATCH_KERNEL names no vote kernel of this
+///         machine.
+/// Cost O(lattice points x model points x window).
 void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherModel& model,
                     const rxPointMatcherRunParams& params, rx_PoseScoreStore& store);
 

@@ -19,19 +19,34 @@ constexpr std::int64_t kViewsPerWord = 150;
 
 }  // namespace
 
+MarkBitmap::Layout::Layout(const TileShape& tile, long width, long height)
+    : columns(((width - 1) >> tile.log2Columns) + 2),
+      rows(((height - 1) >> tile.log2Rows) + 2),
+      stride(static_cast<std::ptrdiff_t>(rows) + kBlockRows - 1),
+      phaseSize(stride * (static_cast<std::ptrdiff_t>((columns + 63) / 64) + 1)) {
+    // The strip of zeros right of the last phase, and the rows of zeros below it.
+    const std::ptrdiff_t numPhases = static_cast<std::ptrdiff_t>(tile.columns() * tile.rows());
+    numWords = phaseSize * numPhases + stride + kBlockRows - 1;
+}
+
+bool MarkBitmap::Layout::allowsCopies() const {
+    return numWords <= kMaxWordsOfCopy;
+}
+
+double MarkBitmap::maxBytes(const TileShape& tile, long width, long height) {
+    const Layout layout(tile, width, height);
+    // While the copies are made, the words stand beside them.
+    const std::ptrdiff_t times = layout.allowsCopies() ? 1 + kNumShifts : 1;
+    return static_cast<double>(times * layout.numWords) * sizeof(std::uint64_t);
+}
+
 MarkBitmap::MarkBitmap(const TileShape& tile, long width, long height,
                        std::span<const rxPair<long>> pixels)
     : tile_(tile),
-      columns_(((width - 1) >> tile.log2Columns) + 2),
-      rows_(((height - 1) >> tile.log2Rows) + 2),
-      stride_(static_cast<std::ptrdiff_t>(rows_) + kBlockRows - 1),
-      phaseSize_(stride_ * (static_cast<std::ptrdiff_t>((columns_ + 63) / 64) + 1)) {
-    // The strip of zeros right of the last phase, and the rows of zeros below it.
-    const std::ptrdiff_t numPhases = static_cast<std::ptrdiff_t>(tile.columns() * tile.rows());
-    const std::ptrdiff_t numWords = phaseSize_ * numPhases + stride_ + kBlockRows - 1;
-    words_.resize(static_cast<std::size_t>(numWords));
-    viewsLeft_ = numWords <= kMaxWordsOfCopy ? kViewsPerWord * numWords
-                                             : std::numeric_limits<std::int64_t>::max();
+      layout_(tile, width, height),
+      words_(static_cast<std::size_t>(layout_.numWords)),
+      viewsLeft_(layout_.allowsCopies() ? kViewsPerWord * layout_.numWords
+                                        : std::numeric_limits<std::int64_t>::max()) {
     for (const rxPair<long>& pixel : pixels) {
         const PixelSpan x = blockSpan(pixel.x(), width);
         const PixelSpan y = blockSpan(pixel.y(), height);
@@ -66,7 +81,7 @@ void MarkBitmap::spread_() {
     std::uint64_t* const words = words_.data();
     for (std::size_t shift = 1; shift < kNumShifts; ++shift) {
         std::uint64_t* const copy = words + shift * size;
-        const auto stride = static_cast<std::size_t>(stride_);
+        const auto stride = static_cast<std::size_t>(layout_.stride);
         // The last words have none to their right, and are never the first of a view.
         for (std::size_t i = 0; i + stride < size; ++i) {
             copy[i] = (words[i] >> shift) | (words[i + stride] << (64 - shift));

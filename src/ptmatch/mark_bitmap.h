@@ -31,6 +31,9 @@ namespace ptmatch::detail {
 /// Cells of i = -1 and j = -1 exist as well: windows that begin outside may reach inside.
 class MarkBitmap {
   public:
+    /// What a bitmap takes at most: with copies, where it is small enough for them.
+    static double maxBytes(const TileShape& tile, long width, long height);
+
     /// @param tile    1 x 1 for the marks themselves.
     /// @param pixels  the data points' pixels; parts of blocks outside width x height are cut.
     /// Cost O(size of the image / 8 + data (u + 2) (v + 2)).
@@ -51,13 +54,15 @@ class MarkBitmap {
         const std::int64_t b = y & (tile_.rows() - 1);
         const std::int64_t phase = (b << tile_.log2Columns) + a;
         return {(x >> tile_.log2Columns) + 1, (y >> tile_.log2Rows) + 1,
-                static_cast<std::ptrdiff_t>(phase) * phaseSize_};
+                static_cast<std::ptrdiff_t>(phase) * layout_.phaseSize};
     }
 
     /// Whether a block that begins at a column contains a cell of the phase. One that begins at a
     /// row does from above -kBlockRows to below rows().
-    bool meetsColumns(std::int64_t column) const { return column > -64 && column < columns_; }
-    std::int64_t rows() const { return rows_; }
+    bool meetsColumns(std::int64_t column) const {
+        return column > -64 && column < layout_.columns;
+    }
+    std::int64_t rows() const { return layout_.rows; }
 
     /// The view from a sight; it may be read where it contains a cell of the phase.
     MarkView view(const Sight& sight) const {
@@ -68,29 +73,38 @@ class MarkBitmap {
 
     const std::uint64_t* words() const { return words_.data(); }
     /// From a word to the one right of it; 0 when no view needs it.
-    std::ptrdiff_t stride() const { return isSpread_() ? 0 : stride_; }
+    std::ptrdiff_t stride() const { return isSpread_() ? 0 : layout_.stride; }
 
     /// Words from a strip to the next one.
-    std::ptrdiff_t stripSize() const { return stride_; }
+    std::ptrdiff_t stripSize() const { return layout_.stride; }
 
     /// Tells that this many views were counted in blocks. When it was often enough, and the bitmap
     /// is small, a copy for each shift is made, which spares the kernels the shifting.
     void addUse(std::int64_t numViews);
 
   private:
+    /// Sizes of a bitmap: cells of a phase, and words.
+    struct Layout {
+        std::int64_t columns;
+        std::int64_t rows;
+        std::ptrdiff_t stride;
+        std::ptrdiff_t phaseSize;
+        std::ptrdiff_t numWords;
+
+        Layout(const TileShape& tile, long width, long height);
+        bool allowsCopies() const;
+    };
+
     bool isSpread_() const { return copySize_ != 0; }
     std::ptrdiff_t firstWordOf_(const Sight& sight) const {
-        return sight.phase + static_cast<std::ptrdiff_t>((sight.column >> 6) + 1) * stride_ +
+        return sight.phase + static_cast<std::ptrdiff_t>((sight.column >> 6) + 1) * layout_.stride +
                static_cast<std::ptrdiff_t>(sight.row) + kBlockRows - 1;
     }
     void mark_(std::int64_t x, std::int64_t y);
     void spread_();
 
     TileShape tile_;
-    std::int64_t columns_;
-    std::int64_t rows_;
-    std::ptrdiff_t stride_;
-    std::ptrdiff_t phaseSize_;
+    Layout layout_;
     std::ptrdiff_t copySize_ = 0;   // words of the copy for one shift; 0 while there is none
     std::uint64_t shiftMask_ = 63;  // 0 when the copies take the place of shifts
     std::vector<std::uint64_t> words_;

@@ -11,13 +11,20 @@ namespace {
 constexpr std::size_t kFewPoints = 24;
 constexpr std::int64_t kNumBuckets = 256;
 
-// As many lists as the largest weight of a sign has binary digits, each with room for its points.
+// As many lists as the largest weight of a sign has binary digits, each with room for its own
+// points alone: with room for all in every list a point would take up to 480 bytes.
 PlacedPoints::Digits digitsFor(std::span<const std::int32_t> weights, int sign) {
     std::int32_t largest = 0;
     for (const std::int32_t w : weights) largest = std::max(largest, sign * w);
     PlacedPoints::Digits digits(
         static_cast<std::size_t>(std::bit_width(static_cast<std::uint32_t>(largest))));
-    for (std::vector<PlacedPoint>& points : digits) points.reserve(weights.size());
+    for (std::size_t digit = 0; digit < digits.size(); ++digit) {
+        const auto hasDigit = [&](std::int32_t weight) {
+            return sign * weight > 0 && ((sign * weight >> digit) & 1) != 0;
+        };
+        const auto count = std::count_if(weights.begin(), weights.end(), hasDigit);
+        digits[digits.size() - 1 - digit].reserve(static_cast<std::size_t>(count));
+    }
     return digits;
 }
 

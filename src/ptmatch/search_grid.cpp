@@ -7,10 +7,10 @@
 
 #include "foundation/angle.h"
 #include "foundation/real.h"
-#include "ptmatch/label_image.h"
 #include "ptmatch/point_matcher_defs.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
+#include "ptmatch/search_memory.h"
 
 namespace ptmatch::detail {
 namespace {
@@ -76,20 +76,6 @@ std::vector<rxVector<2>> normalise(std::span<const rxVector<2>> data, const rxXf
 // that an absurd one can be refused first.
 double gridSteps(double extent, double pixelsPerUnit) {
     return std::trunc(extent * pixelsPerUnit + 0.5);
-}
-
-// In double, because the numbers may be absurd; rows are padded to the alignment of an image.
-double imageBytes(double width, double height, double bytesPerPixel) {
-    constexpr double kAlignment = kRowAlignment;
-    return std::ceil(width * bytesPerPixel / kAlignment) * kAlignment * height;
-}
-
-void checkBytes(double bytes) {
-    if (!(bytes <= kMaxSearchImageBytes)) {  // also when it is not a number
-        throw BadParams(
-            "gridSize is too small for the extent of the data: "
-            "the search image would not fit in memory\n");
-    }
 }
 
 void checkModelPosition(const rxVector<2>& centrePixel) {
@@ -165,7 +151,7 @@ std::optional<SearchGrid> makeSearchGrid(std::span<const rxVector<2>> data,
     const double pixelsPerUnit = 1.0 / gridSize;
     const double numColumns = gridSteps(box.xMax - box.xMin, pixelsPerUnit) + 1.0;
     const double numRows = gridSteps(box.yMax - box.yMin, pixelsPerUnit) + 1.0;
-    checkBytes(imageBytes(numColumns + 2.0, numRows + 2.0, 1.0));
+    checkImageBytes(imageBytes(numColumns + 2.0, numRows + 2.0, 1.0));
     grid.width = static_cast<long>(numColumns) + 2;
     grid.height = static_cast<long>(numRows) + 2;
     grid.imageFromModel =
@@ -201,16 +187,6 @@ std::optional<rxPelRect> translationWindow(const SearchGrid& grid,
     if (x.isEmpty() || y.isEmpty()) return std::nullopt;
     return rxPelRect(static_cast<long>(x.low), static_cast<long>(y.low),
                      static_cast<long>(x.high - x.low), static_cast<long>(y.high - y.low));
-}
-
-void checkImageMemory(const SearchGrid& grid, const rxPelRect& window, long bytesPerVote) {
-    const double width = static_cast<double>(grid.width);
-    const double height = static_cast<double>(grid.height);
-    const double bytesPerLabel = grid.data.size() <= kMaxShortLabels ? 2.0 : 4.0;
-    checkBytes(imageBytes(width, height, 1.0) + 2.0 * imageBytes(width, height, bytesPerLabel) +
-               imageBytes(static_cast<double>(window.width()) + 1.0,
-                          static_cast<double>(window.height()) + 1.0,
-                          static_cast<double>(bytesPerVote)));
 }
 
 Lattice scaleLattice(const rxRange& scaleUncertainty, const rx_PointMatcherModel& model,

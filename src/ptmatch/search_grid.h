@@ -14,10 +14,6 @@ class rxPointMatcherRunParams;
 
 namespace ptmatch::detail {
 
-/// The working images of one search together never take more than this; a grid size that would need
-/// more is refused before any of them is allocated.
-inline constexpr double kMaxSearchImageBytes = 2147483648.0;
-
 /// The frame of a pose search: data seen from the start pose, on a grid of pixels.
 /// All floating-point decisions of the vote are made here and in modelPixels(): what the vote does
 /// with them is counting whole pixels.
@@ -32,9 +28,9 @@ struct SearchGrid {
 /// Normalises the data and lays the grid over its bounding box.
 /// @return nothing when there is nothing to search: no data, or an infinite grid size (that of a
 ///         model in which every point has a double).
-/// @throws rxPointMatcherDefs::BadParams  the mark image would not fit kMaxSearchImageBytes, the
-///         model lies beyond 2^30 pixels from the data at the start pose, or data seen from there
-///         are beyond the range of double.
+/// @throws rxPointMatcherDefs::BadParams  an image of one byte a pixel would not fit
+///         kMaxSearchImageBytes, the model lies beyond 2^30 pixels from the data at the start pose,
+///         or data seen from there are beyond the range of double.
 std::optional<SearchGrid> makeSearchGrid(std::span<const rxVector<2>> data,
                                          const rx_PointMatcherModel& model,
                                          const rxXform<2>& startPose, double gridSize);
@@ -46,11 +42,6 @@ std::optional<SearchGrid> makeSearchGrid(std::span<const rxVector<2>> data,
 std::optional<rxPelRect> translationWindow(const SearchGrid& grid,
                                            const rx_PointMatcherModel& model,
                                            const rxPointMatcherRunParams& params);
-
-/// @param bytesPerVote  of the vote image.
-/// @throws rxPointMatcherDefs::BadParams  marks, votes and labels would not fit
-/// kMaxSearchImageBytes.
-void checkImageMemory(const SearchGrid& grid, const rxPelRect& window, long bytesPerVote);
 
 /// Evenly spaced values low, low + step, ... while not greater than high. A single value has an
 /// infinite step.

@@ -5,18 +5,21 @@
 
 namespace ptmatch::detail {
 
-StripCounter::StripCounter(const VoteKernel& kernel, std::size_t numPoints, std::size_t numDigits)
-    : countBlock_(kernel.countBlock) {
-    watchers_.reserve(numPoints * numDigits);
-    digitEnds_.reserve(numDigits);
-    views_.resize(numPoints * numDigits);
-    rows_.resize(numPoints * numDigits);
-    digits_.reserve(numDigits);
-    groups_.reserve(numDigits);
+// A point stands once for every digit of its weight.
+void StripCounter::makeRoom_(const PlacedPoints::Digits& points) {
+    std::size_t numEntries = 0;
+    for (const std::vector<PlacedPoint>& ofDigit : points) numEntries += ofDigit.size();
+    watchers_.reserve(numEntries);
+    views_.resize(numEntries);
+    rows_.resize(numEntries);
+    digitEnds_.reserve(points.size());
+    digits_.reserve(points.size());
+    groups_.reserve(points.size());
 }
 
 void StripCounter::prepare(const MarkBitmap& bitmap, const PlacedPoints::Digits& points) {
     bitmap_ = &bitmap;
+    makeRoom_(points);
     watchers_.clear();
     digitEnds_.clear();
     for (const std::vector<PlacedPoint>& ofDigit : points) {

@@ -15,9 +15,10 @@ namespace ptmatch::detail {
 /// bottom. Points that see no mark from a block are left out of it.
 class StripCounter {
   public:
-    StripCounter(const VoteKernel& kernel, std::size_t numPoints, std::size_t numDigits);
+    explicit StripCounter(const VoteKernel& kernel) : countBlock_(kernel.countBlock) {}
 
-    /// Takes the points of a lattice point, as they see a bitmap.
+    /// Takes the points of a lattice point, as they see a bitmap. Allocates when there are more
+    /// than ever before.
     void prepare(const MarkBitmap& bitmap, const PlacedPoints::Digits& points);
 
     /// Goes to a strip of that bitmap: picks the points that may see marks from it.
@@ -57,6 +58,7 @@ class StripCounter {
         std::size_t liveEnd;
     };
 
+    void makeRoom_(const PlacedPoints::Digits& points);
     void narrowTo_(long band, Digit& digit) const;
 
     CountBlock countBlock_;

@@ -28,6 +28,9 @@ inline constexpr std::array<TileShape, 6> kTileShapes{{
     {4, 4, 3},  // 16 x 16
 }};
 
+/// A choice among kTileShapes.
+using TileSet = std::array<bool, kTileShapes.size()>;
+
 /// Tiles that cover a window of translations, in the blocks of 64 columns by kBlockRows rows that
 /// they are counted in. Tiles and blocks may reach beyond the window to the right and below.
 struct TileExtent {

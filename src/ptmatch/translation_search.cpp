@@ -3,23 +3,17 @@
 #include <algorithm>
 #include <bit>
 
+#include "foundation/assertion.h"
 #include "ptmatch/point_matcher_model.h"
+#include "ptmatch/search_memory.h"
 #include "ptmatch/vote_kernel_choice.h"
 
 namespace ptmatch::detail {
 namespace {
 
-// Votes that are looked at for peaks at a time: few enough to stay in the cache, enough for the
-// points to be collected for many blocks.
-constexpr long kVotesPerPart = 1L << 17;
-
 // A store with so little room left may soon be full, and then raises the threshold for all that
 // follows: parts are small until it stays where it is.
 constexpr long kLittleRoom = 64;
-
-long bandsPerPart(long width) {
-    return std::max(1L, kVotesPerPart / (width * kBlockRows));
-}
 
 std::vector<rxPair<long>> pixelsOf(const SearchGrid& grid) {
     std::vector<rxPair<long>> pixels;
@@ -39,13 +33,16 @@ TranslationSearch::TranslationSearch(const SearchGrid& grid, const rx_PointMatch
       height_(window.height() + 1),
       dataPixels_(pixelsOf(grid)),
       points_(model.points().size(), weights.scaled),
-      counter_(voteKernel(), model.points().size(), points_.positive().size()),
-      negativeCounter_(voteKernel(), model.points().size(), points_.negative().size()),
-      bandsPerPart_(
-          std::min(bandsPerPart(width_), TileExtent(kTileShapes[0], width_, height_).bands)),
-      rows_(width_, bandsPerPart_ * kBlockRows),
-      planner_(width_, height_, bitmap_(0).density(), model.points().size(), weights) {
+      counter_(voteKernel()),
+      negativeCounter_(voteKernel()),
+      bandsPerPart_((rowsPerPart(width_, height_) + kBlockRows - 1) / kBlockRows),
+      rows_(width_, rowsPerPart(width_, height_)),
+      planner_(width_, height_, bitmap_(0).density(), model.points().size(), weights,
+               affordableTiles(grid, window)),
+      canVote_(!weights.isWeighted() || weights.scaled.size() == model.points().size()) {
+    if (!canVote_) rfReportAssertion(__LINE__);
     modelPixels_.reserve(model.points().size());
+    flags_(0);
 }
 
 MarkBitmap& TranslationSearch::bitmap_(std::size_t shape) {
@@ -62,6 +59,7 @@ BlockFlags& TranslationSearch::flags_(std::size_t shape) {
 
 void TranslationSearch::offerPeaks(double scale, double rotationDegrees, long threshold,
                                    CoarseStore& store) {
+    if (!canVote_) return;
     modelPixels(grid_, model_, scale, rotationDegrees, modelPixels_);
     points_.place(modelPixels_, window_.ul());
     descend_(planner_.shapeFor(threshold), threshold);
@@ -138,7 +136,7 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
         countPart_(band, end, threshold);
         if (rows_.hasVotes()) {
             const long firstRow = band * kBlockRows;
-            const long numRows = (end - band) * kBlockRows;
+            const long numRows = std::min((end - band) * kBlockRows, height_ - firstRow);
             rows_.forEachPeak(numRows, end == bands, rule, [&](long row, long column, long vote) {
                 const rxPair<long> shift(column, firstRow + row);
                 store.add(vote, {window_.ul() + shift, scale, rotationDegrees});
@@ -148,7 +146,7 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
             } else {
                 rows_.advance(numRows);
             }
-            threshold = voteThreshold(store, threshold);
+            threshold = std::max(threshold, voteThreshold(store, threshold));
         }
         if (threshold == thresholdBefore) numBands = std::min(2 * numBands, bandsPerPart_);
         // Rows that wait for the next ones have to meet them, flagged or not.

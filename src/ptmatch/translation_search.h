@@ -39,16 +39,26 @@ using CoarseStore = ScoreBuckets<CoarseCandidate>;
 /// translations whose bound stays below the threshold are left out.
 class TranslationSearch {
   public:
-    /// Draws the marks and takes the working memory. The arguments must outlive the search.
+    /// Draws the marks and takes the working memory, which checkImageMemory() has to have allowed.
+    /// Model and grid must outlive the search. Weights for another number of points than the
+    /// model's are reported to the assertion hook; such a search offers nothing.
     /// @throws rxPointMatcherDefs::BadParams  see voteKernel().
     TranslationSearch(const SearchGrid& grid, const rx_PointMatcherModel& model,
                       const VoteWeights& weights, const rxPelRect& window);
 
     /// Votes, and offers the peaks at or above the threshold to the store in raster order.
     /// A store of capacity 1 and images under 2 pixels are offered every vote at or above it.
-    /// Peaks that a full store would refuse need not be offered.
-    /// Cost O(model points x window / 512) at most, no allocation but the store's (and, when tiles
-    /// of a size are used for the first time, their marks).
+    /// Peaks that a full store would refuse need not be offered. Votes at the threshold but below
+    /// what the store has come to ask for may be offered though they are no peaks; it refuses them.
+    /// @param threshold  above 0.
+    /// Cost for n model points (a weighted one counts once for each binary digit of its weight): n
+    /// for a pixel and a place in the order of rows; n for each strip of 64 translations, to be
+    /// picked; n / 16 steps or less for each block of 64 x kBlockRows translations, of which those
+    /// at the right and lower edge may be nearly empty. Bounds over tiles add as much again for
+    /// fewer, larger blocks and spare some of these; the planner expects a gain but cannot promise
+    /// it. Then some steps for each vote that reaches the threshold.
+    /// Allocates for the store; otherwise what it needs for the first time (lists of the points in
+    /// the first call, marks and flags of a tile size) and, once, copies of the marks.
     void offerPeaks(double scale, double rotationDegrees, long threshold, CoarseStore& store);
 
   private:
@@ -77,6 +87,7 @@ class TranslationSearch {
     long bandsPerPart_;
     VoteRows rows_;
     VotePlanner planner_;
+    bool canVote_;
 };
 
 /// Threshold of a vote whose candidates go to a store: a full store only takes what beats its

@@ -59,13 +59,14 @@ std::atomic<int> forcedShape{-1};
 }  // namespace
 
 VotePlanner::VotePlanner(long width, long height, double density, std::size_t numPoints,
-                         const VoteWeights& weights) {
+                         const VoteWeights& weights, const TileSet& affordable) {
     const double logOfFree = std::log1p(-std::min(density, 0.999));
     for (std::size_t i = 0; i < kTileShapes.size(); ++i) {
         const TileShape& tile = kTileShapes[i];
         levels_[i].shape = i;
         levels_[i].extent = TileExtent(tile, width, height);
-        levels_[i].isAllowed = width >= kMinColumns * tile.columns() || tile.columns() == 1;
+        const bool isWideEnough = width >= kMinColumns * tile.columns() || tile.columns() == 1;
+        levels_[i].isAllowed = isWideEnough && affordable[i];
         // A block of marks is 3 x 3 pixels; seen by windows of u x v pixels, u + 2 by v + 2.
         const double area = static_cast<double>((tile.columns() + 2) * (tile.rows() + 2)) / 9.0;
         levels_[i].density = -std::expm1(area * logOfFree);

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstddef>
-#include <span>
 
 #include "ptmatch/tile_extent.h"
 #include "ptmatch/vote_weights.h"
@@ -14,14 +13,15 @@ namespace ptmatch::detail {
 ///
 /// The cost of a choice is the number of blocks times the points to be counted in each. How many
 /// tiles will survive is estimated as if every point met a mark by chance (a binomial tail), and
-/// corrected by the numbers of tiles that did survive. Work is counted, never timed, so that the
-/// same search is always done in the same way.
+/// corrected by the numbers of tiles that did survive. Work is counted, never timed, so that one
+/// build with one mathematical library always does the same search in the same way.
 class VotePlanner {
   public:
     /// @param width, height  of the window.
     /// @param density        part of the pixels that are marked.
+    /// @param affordable     the shapes to choose from; with each the one that follows it.
     VotePlanner(long width, long height, double density, std::size_t numPoints,
-                const VoteWeights& weights);
+                const VoteWeights& weights, const TileSet& affordable);
 
     /// The shape of the tiles to begin with, an index into kTileShapes; 0 is the search without
     /// tiles.

@@ -1,16 +1,35 @@
 #include "ptmatch/vote_rows.h"
 
+#include <algorithm>
+
 namespace ptmatch::detail {
+namespace {
+
+// Few enough votes to stay in the cache, enough for the points to be collected for many blocks.
+constexpr long kVotesPerPart = 1L << 17;
+
+}  // namespace
+
+long rowsPerPart(long width, long height) {
+    const long bands = std::max(1L, kVotesPerPart / (width * kBlockRows));
+    return std::min(bands * kBlockRows, height);
+}
 
 VoteRows::VoteRows(long width, long capacity)
     : stride_(width + 2),
-      numWords_((width + 63) / 64),
-      votes_(static_cast<std::size_t>((kKept + capacity + 1) * stride_)),
-      words_(static_cast<std::size_t>((kKept + capacity) * numWords_)) {}
+      wordsPerLine_(wordsPerRow_(width)),
+      votes_(numVotes_(width, capacity)),
+      words_(numWords_(width, capacity)) {}
+
+double VoteRows::bytes(long width, long capacity) {
+    return static_cast<double>(numVotes_(width, capacity)) * sizeof(std::int32_t) +
+           static_cast<double>(numWords_(width, capacity)) * sizeof(std::uint64_t);
+}
 
 void VoteRows::erase_(long line) {
     forEachVote_(line, [&](long column) { votes_[indexOf_(line, column)] = 0; });
-    for (long w = 0; w < numWords_; ++w) words_[static_cast<std::size_t>(line * numWords_ + w)] = 0;
+    for (long w = 0; w < wordsPerLine_; ++w)
+        words_[static_cast<std::size_t>(line * wordsPerLine_ + w)] = 0;
 }
 
 void VoteRows::move_(long from, long to) {

@@ -12,6 +12,10 @@ namespace ptmatch::detail {
 /// Which votes at or above the threshold count as candidates.
 enum class PeakRule { LocalMaxima, EveryVote };
 
+/// Rows of a window of translations that are looked at for peaks at a time: whole bands of
+/// kBlockRows rows, or the whole window if that is less.
+long rowsPerPart(long width, long height);
+
 /// The votes that reach the threshold in some consecutive rows of the window, from which peaks are
 /// told; all others are 0, which is below every threshold.
 ///
@@ -23,13 +27,16 @@ class VoteRows {
     /// @param capacity  rows of a part at most.
     VoteRows(long width, long capacity);
 
+    /// What the rows of a width and capacity take.
+    static double bytes(long width, long capacity);
+
     /// Enters a vote above 0 at a row of the part.
     void enter(long row, long column, std::int32_t vote) {
         const long line = row + kKept;
         votes_[indexOf_(line, column)] = vote;
         hasVotes_ = true;
-        words_[static_cast<std::size_t>(line * numWords_ + column / 64)] |= std::uint64_t{1}
-                                                                            << (column % 64);
+        words_[static_cast<std::size_t>(line * wordsPerLine_ + column / 64)] |= std::uint64_t{1}
+                                                                                << (column % 64);
     }
 
     /// Calls visit(row, column, vote) for the peaks, in raster order: from row -1, which waited, to
@@ -58,6 +65,14 @@ class VoteRows {
   private:
     static constexpr long kKept = 2;
 
+    static std::size_t numVotes_(long width, long capacity) {
+        return static_cast<std::size_t>((kKept + capacity + 1) * (width + 2));
+    }
+    static std::size_t numWords_(long width, long capacity) {
+        return static_cast<std::size_t>((kKept + capacity) * wordsPerRow_(width));
+    }
+    static long wordsPerRow_(long width) { return (width + 63) / 64; }
+
     // A column of zeros on either side; a line of zeros below the last one is the caller's part.
     std::size_t indexOf_(long line, long column) const {
         return static_cast<std::size_t>(line * stride_ + column + 1);
@@ -77,8 +92,8 @@ class VoteRows {
 
     template <class Visit>
     void forEachVote_(long line, Visit&& visit) const {
-        const std::uint64_t* words = words_.data() + static_cast<std::size_t>(line * numWords_);
-        for (long w = 0; w < numWords_; ++w) {
+        const std::uint64_t* words = words_.data() + static_cast<std::size_t>(line * wordsPerLine_);
+        for (long w = 0; w < wordsPerLine_; ++w) {
             for (std::uint64_t left = words[w]; left != 0; left &= left - 1) {
                 visit(64 * w + std::countr_zero(left));
             }
@@ -89,7 +104,7 @@ class VoteRows {
     void move_(long from, long to);
 
     long stride_;
-    long numWords_;
+    long wordsPerLine_;
     bool hasVotes_ = false;
     std::vector<std::int32_t> votes_;
     std::vector<std::uint64_t> words_;  // where the votes are

@@ -12,8 +12,10 @@ namespace ptmatch::detail {
 struct VoteWeights {
     std::vector<std::int16_t> scaled;  ///< one per model point; empty for an unweighted model
     long minimumScore = 2;             ///< in units of the scaled weights
-    bool fitsShort = true;             ///< no partial sum can leave the 16-bit integers
+    bool fitsShort = true;             ///< no vote can leave the 16-bit integers
 
+    /// Width of a vote where each translation has one of its own: decides about the grid sizes that
+    /// are refused (checkImageMemory), not about how votes are counted.
     long bytesPerVote() const { return fitsShort ? 2 : 4; }
     bool isWeighted() const { return !scaled.empty(); }
 };

@@ -243,20 +243,6 @@ TEST(LatticeSize, StepOfHalfAnUlpIsRefused) {
     EXPECT_NE(badParams([&] { checkLatticeSize(params, model, 0x1p-53); }), "nothing thrown");
 }
 
-TEST(ImageMemory, IsReckonedFromPaddedRowsAndTheVoteImage) {
-    // One column of data: rows of 3 marks take 32 bytes, those of 20 votes 64.
-    SearchGrid grid = gridOver({{0, 0}, {0, 100}}, 1.0);
-    const auto fits = [&](long height, long voteWidth) {
-        grid.height = height;
-        const rxPelRect window(0, 0, voteWidth - 1, height - 1);
-        return badParams([&] { checkImageMemory(grid, window, 2); }) == "nothing thrown";
-    };
-    const long rows = 2147483648 / (3 * 32 + 64);
-    EXPECT_TRUE(fits(rows, 20));
-    EXPECT_FALSE(fits(rows + 1, 20));
-    EXPECT_FALSE(fits(rows, 33));
-}
-
 TEST(ModelPixels, RoundHalvesAwayFromZero) {
     const SearchGrid grid = gridOver({{0, 0}, {10, 10}}, 1.0);
     std::vector<rxPair<long>> pixels;

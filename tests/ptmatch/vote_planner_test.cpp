@@ -6,9 +6,12 @@ namespace {
 
 using namespace ptmatch::detail;
 
-VotePlanner planner(long side, double density, std::size_t numPoints) {
+constexpr TileSet kAllTiles{true, true, true, true, true, true};
+
+VotePlanner planner(long side, double density, std::size_t numPoints,
+                    const TileSet& affordable = kAllTiles) {
     VoteWeights weights;
-    return {side, side, density, numPoints, weights};
+    return {side, side, density, numPoints, weights, affordable};
 }
 
 TEST(VotePlanner, SmallWindowIsSearchedWithoutTiles) {
@@ -18,6 +21,15 @@ TEST(VotePlanner, SmallWindowIsSearchedWithoutTiles) {
 TEST(VotePlanner, SparseMarksAndAHighThresholdAskForLargeTiles) {
     VotePlanner plan = planner(2400, 0.003, 300);
     EXPECT_GE(kTileShapes[plan.shapeFor(100)].columns(), 8);
+}
+
+TEST(VotePlanner, TilesThatDoNotFitInMemoryAreNotChosen) {
+    for (const TileSet& affordable :
+         {TileSet{true}, TileSet{true, true}, TileSet{true, false, true},
+          TileSet{true, true, true, true}}) {
+        VotePlanner plan = planner(2400, 0.003, 300, affordable);
+        EXPECT_TRUE(affordable[plan.shapeFor(100)]) << plan.shapeFor(100);
+    }
 }
 
 TEST(VotePlanner, DenseMarksAreSearchedWithoutTiles) {
