@@ -56,22 +56,28 @@ void addWeights(Random& random, long low, long high, Task& task) {
     }
 }
 
-/// Compares the stores after a vote over the lattice: scores, candidates and their order.
-/// @return the number of candidates.
-std::size_t compareCandidates(const Task& task, double minCoverage) {
-    const reference::Model plainModel = reference::trainModel(task.model, task.weights);
-    const reference::SearchWorld world =
-        reference::prepareSearch(plainModel, task.data, task.params, minCoverage, task.capacity);
-    long polls = 0;
-    const reference::CoarseList plain =
-        reference::searchLattice(plainModel, world, task.params, polls);
-    const std::vector<reference::CoarseList::Item> expected = plain.bestFirst();
+/// What the plain reference keeps after a vote over the lattice.
+struct Expected {
+    long totalWeight;
+    std::vector<reference::CoarseList::Item> bestFirst;
+};
 
+Expected expectedOf(const Task& task, double minCoverage) {
+    const reference::Model model = reference::trainModel(task.model, task.weights);
+    const reference::SearchWorld world =
+        reference::prepareSearch(model, task.data, task.params, minCoverage, task.capacity);
+    long polls = 0;
+    return {model.totalWeight,
+            reference::searchLattice(model, world, task.params, polls).bestFirst()};
+}
+
+/// Compares the store with the reference's: scores, candidates and their order.
+void expectSameCandidates(const Task& task, double minCoverage, const Expected& expected) {
     rx_PointMatcherModel model;
     if (task.weights.empty()) {
         model.train(task.model);
     } else {
-        model.train(task.model, task.weights, plainModel.totalWeight);
+        model.train(task.model, task.weights, expected.totalWeight);
     }
     const SearchGrid grid = *makeSearchGrid(task.data, model, task.params.startPose(), 1.0);
     const VoteWeights weights =
@@ -87,33 +93,32 @@ std::size_t compareCandidates(const Task& task, double minCoverage) {
 
     std::size_t i = 0;
     for (long score = store.first(); score >= 0; score = store.next(), ++i) {
-        EXPECT_LT(i, expected.size());
-        if (i >= expected.size()) return i;
-        EXPECT_EQ(score, expected[i].score) << i;
-        EXPECT_EQ(store.current()->translation, expected[i].entry.translation) << i;
-        EXPECT_EQ(store.current()->scale, expected[i].entry.scale) << i;
-        EXPECT_EQ(store.current()->rotationDegrees, expected[i].entry.rotationDeg) << i;
+        ASSERT_LT(i, expected.bestFirst.size());
+        const auto& [expectedScore, candidate] = expected.bestFirst[i];
+        EXPECT_EQ(score, expectedScore) << i;
+        EXPECT_EQ(store.current()->translation, candidate.translation) << i;
+        EXPECT_EQ(store.current()->scale, candidate.scale) << i;
+        EXPECT_EQ(store.current()->rotationDegrees, candidate.rotationDeg) << i;
     }
-    EXPECT_EQ(i, expected.size());
-    return i;
+    EXPECT_EQ(i, expected.bestFirst.size());
 }
 
 /// Every kernel, with the planner's choice and with each shape of tiles.
-/// @return the number of candidates, the same in every way.
+/// @return the number of candidates.
 std::size_t compareCandidatesInEveryWay(const Task& task, double minCoverage) {
-    std::size_t numCandidates = 0;
+    const Expected expected = expectedOf(task, minCoverage);
     for (const VoteKernel* kernel : voteKernels()) {
         for (int shape = -1; shape < static_cast<int>(kTileShapes.size()); ++shape) {
             SCOPED_TRACE(testing::Message() << kernel->name << ", tile shape " << shape);
             forceVoteKernel(kernel->name);
             forceTileShape(shape);
-            numCandidates = compareCandidates(task, minCoverage);
+            expectSameCandidates(task, minCoverage, expected);
             if (testing::Test::HasFailure()) break;
         }
     }
     forceVoteKernel("");
     forceTileShape(-1);
-    return numCandidates;
+    return expected.bestFirst.size();
 }
 
 void expectSameCandidatesInEveryWay(const Task& task, double minCoverage) {
