@@ -300,7 +300,9 @@ TEST(TranslationSearch, ThresholdDoesNotFallToWhatAFullStoreHolds) {
     CoarseStore store(scene.model.totalWeight(), 2);
     store.add(2, {});
     store.add(3, {});
+    forceTileShape(0);  // tiles would leave out the weak peak before
     search.offerPeaks(1.0, 0.0, 7, store);
+    forceTileShape(-1);
     const std::vector<Offered> offered = bestFirst(store);
     ASSERT_EQ(offered.size(), 2U);
     EXPECT_EQ(offered[0].score, 8);
