@@ -2,9 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
-#include <set>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -28,29 +27,44 @@ Picture randomPicture(std::mt19937& random) {
     return picture;
 }
 
-std::set<std::pair<long, long>> marksOf(const Picture& picture) {
-    std::set<std::pair<long, long>> marks;
-    for (const rxPair<long>& pixel : picture.pixels) {
-        for (long y = pixel.y() - 1; y <= pixel.y() + 1; ++y) {
-            for (long x = pixel.x() - 1; x <= pixel.x() + 1; ++x) {
-                const bool isInside = x >= 0 && y >= 0 && x < picture.width && y < picture.height;
-                if (isInside) marks.insert({x, y});
+/// The marks of a picture, summed up from its corner, so that any rectangle is looked up at once.
+class Marks {
+  public:
+    explicit Marks(const Picture& picture)
+        : width_(picture.width),
+          height_(picture.height),
+          sums_(static_cast<std::size_t>((width_ + 1) * (height_ + 1))) {
+        for (const rxPair<long>& pixel : picture.pixels) {
+            for (long y = pixel.y() - 1; y <= pixel.y() + 1; ++y) {
+                for (long x = pixel.x() - 1; x <= pixel.x() + 1; ++x) {
+                    if (x >= 0 && y >= 0 && x < width_ && y < height_) sum_(x + 1, y + 1) = 1;
+                }
+            }
+        }
+        for (long y = 1; y <= height_; ++y) {
+            for (long x = 1; x <= width_; ++x) {
+                sum_(x, y) += sum_(x - 1, y) + sum_(x, y - 1) - sum_(x - 1, y - 1);
             }
         }
     }
-    return marks;
-}
 
-/// Whether a tile whose first translation brings a point onto (x, y) can bring it onto a mark.
-bool meetsMark(const std::set<std::pair<long, long>>& marks, const TileShape& tile, long x,
-               long y) {
-    for (long dy = 0; dy < tile.rows(); ++dy) {
-        for (long dx = 0; dx < tile.columns(); ++dx) {
-            if (marks.contains({x + dx, y + dy})) return true;
-        }
+    /// Whether a tile whose first translation brings a point onto (x, y) can bring it onto a mark.
+    bool meets(const TileShape& tile, long x, long y) {
+        const long left = std::clamp(x, 0L, width_);
+        const long right = std::clamp(x + tile.columns(), 0L, width_);
+        const long top = std::clamp(y, 0L, height_);
+        const long bottom = std::clamp(y + tile.rows(), 0L, height_);
+        return sum_(right, bottom) - sum_(left, bottom) - sum_(right, top) + sum_(left, top) > 0;
     }
-    return false;
-}
+
+  private:
+    // Marks left of column x and above row y.
+    int& sum_(long x, long y) { return sums_[static_cast<std::size_t>(y * (width_ + 1) + x)]; }
+
+    long width_;
+    long height_;
+    std::vector<int> sums_;
+};
 
 /// The cell (column, row) of the block that a point sees from (x, y).
 bool seen(const MarkBitmap& bitmap, const MarkView& view, unsigned column, int row) {
@@ -63,7 +77,7 @@ bool seen(const MarkBitmap& bitmap, const MarkView& view, unsigned column, int r
 // Every block that meets the bitmap, cell by cell.
 void expectShowsMarks(const MarkBitmap& bitmap, const Picture& picture, const TileShape& tile,
                       std::mt19937& random) {
-    const std::set<std::pair<long, long>> marks = marksOf(picture);
+    Marks marks(picture);
     for (int i = 0; i < 40; ++i) {
         const long x = static_cast<long>(random()) % (picture.width + 2 * 64 * tile.columns()) -
                        64 * tile.columns();
@@ -74,9 +88,8 @@ void expectShowsMarks(const MarkBitmap& bitmap, const Picture& picture, const Ti
                                 sight.row < bitmap.rows();
         for (int row = 0; row < kBlockRows; ++row) {
             for (unsigned column = 0; column < 64; ++column) {
-                const bool expected =
-                    meetsMark(marks, tile, x + static_cast<long>(column) * tile.columns(),
-                              y + row * tile.rows());
+                const bool expected = marks.meets(
+                    tile, x + static_cast<long>(column) * tile.columns(), y + row * tile.rows());
                 const bool actual = isReadable && seen(bitmap, bitmap.view(sight), column, row);
                 ASSERT_EQ(actual, expected)
                     << "from " << x << ", " << y << " column " << column << " row " << row;
