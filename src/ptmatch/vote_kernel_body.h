@@ -219,12 +219,13 @@ PTMATCH_STEP bool addGroup(LowPlanes<Lanes>& low, HighPlanes<Lanes>& high, long 
 template <class Lanes>
 PTMATCH_STEP void storePlanes(const LowPlanes<Lanes>& low, const HighPlanes<Lanes>& high,
                               std::uint64_t* planes) {
+    constexpr std::ptrdiff_t kPlane = kBlockRows;
     Lanes::store(planes, low.ones);
-    Lanes::store(planes + kBlockRows, low.twos);
-    Lanes::store(planes + 2 * kBlockRows, low.fours);
-    Lanes::store(planes + 3 * kBlockRows, low.eights);
+    Lanes::store(planes + kPlane, low.twos);
+    Lanes::store(planes + 2 * kPlane, low.fours);
+    Lanes::store(planes + 3 * kPlane, low.eights);
     for (unsigned i = 0; i < high.count; ++i) {
-        Lanes::store(planes + (4 + i) * kBlockRows, high.first[i]);
+        Lanes::store(planes + (4 + std::ptrdiff_t{i}) * kPlane, high.first[i]);
     }
 }
 
