@@ -6,10 +6,11 @@
 
 #include "foundation/fitter.h"
 #include "foundation/range.h"
-#include "ptmatch/assignment_odometer.h"
+#include "ptmatch/best_assignments.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
 #include "ptmatch/pose_check.h"
+#include "ptmatch/pose_prefilter.h"
 #include "ptmatch/resolved_sizes.h"
 #include "ptmatch/try_fit.h"
 
@@ -17,6 +18,8 @@ namespace ptmatch::detail {
 namespace {
 
 using Points = std::span<const rxVector<2>>;
+
+constexpr long kMinWeight = 2;  // that a result captures
 
 // The smaller set is assigned to the larger one; equal sizes assign the model.
 struct SetPair {
@@ -30,22 +33,39 @@ SetPair orderBySize(Points model, Points data) {
     return {model, data, true};
 }
 
-// Pose of an assignment: model to data. Nothing when its pairs do not determine one.
-std::optional<rxXform<2>> fitAssignment(const SetPair& sets, std::span<const long> partners,
-                                        int dof) {
-    rxLSPointToPointFitter assignedFromPartners;
-    long numPairs = 0;
-    for (std::size_t i = 0; i < partners.size(); ++i) {
-        if (partners[i] < 0) continue;
-        assignedFromPartners.update(sets.assigned[i],
-                                    sets.partners[static_cast<std::size_t>(partners[i])]);
-        ++numPairs;
+// Fits assignments. Keeps the fitter of every prefix of the last one, so that an assignment with
+// the same first slots costs its other slots only. The pairs go in by ascending slot.
+class PrefixFitter {
+  public:
+    PrefixFitter(const SetPair& sets, int dof)
+        : sets_(sets),
+          dof_(dof),
+          fitters_(sets.assigned.size() + 1),
+          partners_(sets.assigned.size(), -1) {}
+
+    // Pose of an assignment: model to data. Nothing when its pairs do not determine one.
+    std::optional<rxXform<2>> fit(const Partners& partners) {
+        const auto [mine, its] =
+            std::mismatch(partners_.begin(), partners_.end(), partners.begin());
+        for (auto slot = static_cast<std::size_t>(mine - partners_.begin()); slot < partners.size();
+             ++slot) {
+            partners_[slot] = partners[slot];
+            fitters_[slot + 1] = fitters_[slot];
+            if (partners[slot] < 0) continue;
+            fitters_[slot + 1].update(sets_.assigned[slot],
+                                      sets_.partners[static_cast<std::size_t>(partners[slot])]);
+        }
+        const std::optional<rxXform<2>> fitted = tryFit(fitters_.back(), dof_);
+        if (!fitted || !sets_.isModelAssigned) return fitted;
+        return tryInverse(*fitted);
     }
-    if (numPairs < 2) return std::nullopt;
-    const std::optional<rxXform<2>> fitted = tryFit(assignedFromPartners, dof);
-    if (!fitted || !sets.isModelAssigned) return fitted;
-    return tryInverse(*fitted);
-}
+
+  private:
+    SetPair sets_;
+    int dof_;
+    std::vector<rxLSPointToPointFitter> fitters_;  // [k]: of the first k slots
+    Partners partners_;
+};
 
 // Tests a pose against all uncertainty ranges, as seen from the start pose.
 bool isAllowed(const rxXform<2>& pose, const rxXform<2>& inverseStart,
@@ -68,26 +88,29 @@ class CaptureScorer {
           map_(model.points().size()),
           isTaken_(data.size()) {}
 
-    // Nothing when the captured weight is below 2 or the weighted error negative.
-    std::optional<RankedPose> score(const rxXform<2>& pose) {
+    // Offers the pose to the best ones, unless the captured weight is below 2 or the weighted error
+    // negative.
+    void score(const rxXform<2>& pose, const Partners& partners, BestAssignments& best) {
         std::fill(map_.begin(), map_.end(), -1);
         std::fill(isTaken_.begin(), isTaken_.end(), false);
         long count = 0;
         double sum = 0.0;
         for (std::size_t i = 0; i < map_.size(); ++i) {
-            double best = squaredRange_;
-            const long k = nearestFree(pose * model_.points()[i], best);
+            double nearest = squaredRange_;
+            const long k = nearestFree(pose * model_.points()[i], nearest);
             if (k < 0) continue;
             const long weight = model_.isWeighted() ? model_.weights()[i] : 1;
             count += weight;
-            sum += best * static_cast<double>(weight);
+            sum += nearest * static_cast<double>(weight);
             map_[i] = k;
             isTaken_[static_cast<std::size_t>(k)] = true;
         }
-        if (count < 2 || !(sum >= 0.0)) return std::nullopt;
+        if (count < kMinWeight || !(sum >= 0.0)) return;
         const double numMatched = static_cast<double>(count);
-        return RankedPose{pose, map_, numMatched / static_cast<double>(model_.totalWeight()),
-                          std::sqrt(sum / numMatched)};
+        best.offer(partners,
+                   {pose, map_, numMatched / static_cast<double>(model_.totalWeight()),
+                    std::sqrt(sum / numMatched)},
+                   count);
     }
 
   private:
@@ -115,33 +138,101 @@ class CaptureScorer {
     std::vector<bool> isTaken_;
 };
 
-// Inserts behind everything that is at least as good, and drops what is beyond the limit.
-void insertRanked(std::vector<RankedPose>& ranked, RankedPose pose, std::size_t limit) {
-    const auto place = std::upper_bound(ranked.begin(), ranked.end(), pose, isBetter);
-    ranked.insert(place, std::move(pose));
-    if (ranked.size() > limit) ranked.pop_back();
-}
+// Walks over all one-to-one assignments, depth first with the first slot outermost, and hands them
+// in batches through the prefilter to the exact code.
+class AssignmentWalk {
+  public:
+    AssignmentWalk(Points data, const rx_PointMatcherModel& model,
+                   const rxPointMatcherRunParams& params)
+        : AssignmentWalk(data, model, params, orderBySize(model.points(), data),
+                         params.scaleUncertainty() == rxRange(0.0, 0.0) ? 3 : 4) {}
+
+    std::vector<RankedPose> run() {
+        visit(0, PairSums{});
+        flush();
+        return best_.take();
+    }
+
+  private:
+    AssignmentWalk(Points data, const rx_PointMatcherModel& model,
+                   const rxPointMatcherRunParams& params, const SetPair& sets, int dof)
+        : params_(params),
+          inverseStart_(params.startPose().inverse()),
+          numSlots_(sets.assigned.size()),
+          numPartners_(sets.partners.size()),
+          fitter_(sets, dof),
+          scorer_(data, model, resolveSizes(params, model).captureRange),
+          prefilter_(data, model, params, resolveSizes(params, model).captureRange, inverseStart_,
+                     sets.isModelAssigned, dof),
+          best_(static_cast<std::size_t>(params.maxNumResults())),
+          current_(numSlots_, -1),
+          isTaken_(numPartners_, 0),
+          batch_(PosePrefilter::kBatch, current_) {
+        terms_.reserve(numSlots_ * numPartners_);
+        for (std::size_t slot = 0; slot < numSlots_; ++slot) {
+            for (std::size_t k = 0; k < numPartners_; ++k) {
+                terms_.push_back(sets.isModelAssigned ? prefilter_.sumsOf(slot, k)
+                                                      : prefilter_.sumsOf(k, slot));
+            }
+        }
+    }
+
+    // Goes through the partners of the slot and of all that follow.
+    void visit(std::size_t slot, const PairSums& sums) {
+        if (sums.numPairs + static_cast<double>(numSlots_ - slot) < kMinPairs) return;
+        if (slot == numSlots_) return addToBatch(sums);
+        visit(slot + 1, sums);
+        for (std::size_t k = 0; k < numPartners_; ++k) {
+            if (isTaken_[k] != 0) continue;
+            isTaken_[k] = 1;
+            current_[slot] = static_cast<std::int32_t>(k);
+            PairSums longer = sums;
+            visit(slot + 1, longer += terms_[slot * numPartners_ + k]);
+            isTaken_[k] = 0;
+        }
+        current_[slot] = -1;
+    }
+
+    void addToBatch(const PairSums& sums) {
+        std::copy(current_.begin(), current_.end(), batch_[prefilter_.size()].begin());
+        prefilter_.add(sums);
+        if (prefilter_.isFull()) flush();
+    }
+
+    void flush() {
+        // A pose that captures less than the worst of a full list is worse than all of it.
+        const long minWeight =
+            best_.isFull() ? std::max(best_.worstCount(), kMinWeight) : kMinWeight;
+        for (const std::uint32_t lane : prefilter_.takeSurvivors(minWeight)) {
+            const Partners& partners = batch_[lane];
+            const std::optional<rxXform<2>> pose = fitter_.fit(partners);
+            if (!pose || !isAllowed(*pose, inverseStart_, params_)) continue;
+            scorer_.score(*pose, partners, best_);
+        }
+    }
+
+    static constexpr double kMinPairs = 2.0;
+
+    const rxPointMatcherRunParams& params_;
+    rxXform<2> inverseStart_;
+    std::size_t numSlots_;
+    std::size_t numPartners_;
+    PrefixFitter fitter_;
+    CaptureScorer scorer_;
+    PosePrefilter prefilter_;
+    BestAssignments best_;
+    std::vector<PairSums> terms_;  // of each slot with each partner
+    Partners current_;
+    std::vector<char> isTaken_;
+    std::vector<Partners> batch_;
+};
 
 }  // namespace
 
 std::vector<RankedPose> searchExhaustively(Points data, const rx_PointMatcherModel& model,
                                            const rxPointMatcherRunParams& params) {
-    const SetPair sets = orderBySize(model.points(), data);
-    const ResolvedSizes sizes = resolveSizes(params, model);
-    const int dof = params.scaleUncertainty() == rxRange(0.0, 0.0) ? 3 : 4;
-    const rxXform<2> inverseStart = params.startPose().inverse();
-    const std::size_t limit = static_cast<std::size_t>(params.maxNumResults());
-
-    std::vector<RankedPose> ranked;
-    CaptureScorer scorer(data, model, sizes.captureRange);
-    AssignmentOdometer odometer(sets.assigned.size(), sets.partners.size());
-    do {
-        const std::optional<rxXform<2>> pose = fitAssignment(sets, odometer.partners(), dof);
-        if (!pose || !isAllowed(*pose, inverseStart, params)) continue;
-        std::optional<RankedPose> scored = scorer.score(*pose);
-        if (scored) insertRanked(ranked, std::move(*scored), limit);
-    } while (odometer.advance());
-    return ranked;
+    if (data.empty() || model.points().empty()) return {};
+    return AssignmentWalk(data, model, params).run();
 }
 
 }  // namespace ptmatch::detail
