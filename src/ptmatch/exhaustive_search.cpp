@@ -167,7 +167,7 @@ class AssignmentWalk {
           best_(static_cast<std::size_t>(params.maxNumResults())),
           current_(numSlots_, -1),
           isTaken_(numPartners_, 0),
-          batch_(PosePrefilter::kBatch, current_) {
+          batch_(PosePrefilter::kBatch * numSlots_) {
         terms_.reserve(numSlots_ * numPartners_);
         for (std::size_t slot = 0; slot < numSlots_; ++slot) {
             for (std::size_t k = 0; k < numPartners_; ++k) {
@@ -194,7 +194,7 @@ class AssignmentWalk {
     }
 
     void addToBatch(const PairSums& sums) {
-        std::copy(current_.begin(), current_.end(), batch_[prefilter_.size()].begin());
+        std::copy(current_.begin(), current_.end(), batch_.begin() + offsetOf(prefilter_.size()));
         prefilter_.add(sums);
         if (prefilter_.isFull()) flush();
     }
@@ -204,11 +204,17 @@ class AssignmentWalk {
         const long minWeight =
             best_.isFull() ? std::max(best_.worstCount(), kMinWeight) : kMinWeight;
         for (const std::uint32_t lane : prefilter_.takeSurvivors(minWeight)) {
-            const Partners& partners = batch_[lane];
+            const auto first = batch_.begin() + offsetOf(lane);
+            const Partners partners(first, first + offsetOf(1));
             const std::optional<rxXform<2>> pose = fitter_.fit(partners);
             if (!pose || !isAllowed(*pose, inverseStart_, params_)) continue;
             scorer_.score(*pose, partners, best_);
         }
+    }
+
+    // Where the assignment of a lane starts.
+    std::ptrdiff_t offsetOf(std::size_t lane) const {
+        return static_cast<std::ptrdiff_t>(lane * numSlots_);
     }
 
     static constexpr double kMinPairs = 2.0;
@@ -224,7 +230,7 @@ class AssignmentWalk {
     std::vector<PairSums> terms_;  // of each slot with each partner
     Partners current_;
     std::vector<char> isTaken_;
-    std::vector<Partners> batch_;
+    Partners batch_;  // one assignment after another, as many as the prefilter's batch holds
 };
 
 }  // namespace

@@ -206,9 +206,13 @@ void PosePrefilter::estimatePoses() {
     const double scaledExtent = isModelAssigned_ ? dataExtent_ : modelExtent_;
     const double zError = 4.0 * sumError_ * modelExtent_ * dataExtent_;
     const double squaresError = isRigid_ ? 0.0 : 4.0 * sumError_ * scaledExtent * scaledExtent;
+    // Copies: for all that the compiler knows, a lane that is written could hold the originals.
     const bool isInverse = isModelAssigned_;
     const bool isRigid = isRigid_;
-    for (std::size_t k = 0; k < size_; ++k) {
+    const Tolerance tolerance = toleranceFor(modelExtent_, modelReach_);
+    const double range = captureRange_ + 1e-150;
+    const std::size_t count = size_;
+    for (std::size_t k = 0; k < count; ++k) {
         const double share = 1.0 / sums_[kNumPairs][k];
         const double mx = sums_[kModelX][k] * share;
         const double my = sums_[kModelY][k] * share;
@@ -226,54 +230,71 @@ void PosePrefilter::estimatePoses() {
         const double factor = isRigid ? rigid : similar;
         const double c = cosine * factor;
         const double s = sine * factor;
-        // Negative squares stand for none at all: their error is then far above the limit.
-        const double error =
-            isRigid ? zError * rigid : zError * rigid + squaresError / std::abs(squares);
-        const double scale = norm * factor;
-        const double tolerance =
-            (4.0 * error + 8.0 * sumError_) * (scale * modelExtent_ + dataExtent_) +
-            256.0 * kUnit * (scale * modelReach_ + dataReach_);
-        const double near = captureRange_ + tolerance + 1e-150;
-        angleError_[k] = error;
+        // Squares that come out negative are within their error of 0, which is then far too large.
+        const double ofSquares = isRigid ? 0.0 : squaresError / std::abs(squares);
+        const double error = zError * rigid + ofSquares;
+        const double scale = norm * std::abs(factor);
+        const double reachable = range + tolerance.at(error, scale);
+        error_[k] = error;
+        scale_[k] = scale;
         poses_.c[k] = c;
         poses_.s[k] = s;
         poses_.tx[k] = dx - (c * mx - s * my);
         poses_.ty[k] = dy - (s * mx + c * my);
-        poses_.limit[k] = near * near * (1.0 + kRelativeSlack);
+        poses_.limit[k] = reachable * reachable * (1.0 + kRelativeSlack);
         poses_.weight[k] = total;
+    }
+}
+
+PosePrefilter::Tolerance PosePrefilter::toleranceFor(double extent, double reach) const {
+    return {8.0 * sumError_, extent, dataExtent_, 256.0 * kUnit * reach,
+            256.0 * kUnit * dataReach_};
+}
+
+// Marks the lanes that are surely outside a range.
+void PosePrefilter::findOutside() {
+    const Tolerance tolerance =
+        toleranceFor(std::max(startExtent_, modelExtent_), std::max(startReach_, modelReach_));
+    const double axisX = axisX_;
+    const double axisY = axisY_;
+    const double minCosine = minCosine_;
+    const double minScale = minScale_ - std::abs(minScale_) * kRelativeSlack;
+    const double maxScale = maxScale_ * (1.0 + kRelativeSlack);
+    const double startX = startShift_.x();
+    const double startY = startShift_.y();
+    const Box box = shiftBox_;
+    const std::size_t count = size_;
+    for (std::size_t k = 0; k < count; ++k) {
+        const double c = poses_.c[k];
+        const double s = poses_.s[k];
+        const double scale = scale_[k];
+        const double error = error_[k];
+        const double slack = 4.0 * error + kRelativeSlack;
+        const double x = c * startX - s * startY + poses_.tx[k];
+        const double y = s * startX + c * startY + poses_.ty[k];
+        const double shift = tolerance.at(error, scale);
+        // No short cuts: a branch would keep the lanes from being computed side by side.
+        const double turned = c * axisX - s * axisY < scale * (minCosine - slack) ? 1.0 : 0.0;
+        const double larger = scale * (1.0 - slack) > maxScale ? 1.0 : turned;
+        const double smaller = scale * (1.0 + slack) < minScale ? 1.0 : larger;
+        const double left = x + shift < box.low.x() ? 1.0 : smaller;
+        const double right = x - shift > box.high.x() ? 1.0 : left;
+        const double below = y + shift < box.low.y() ? 1.0 : right;
+        outside_[k] = y - shift > box.high.y() ? 1.0 : below;
     }
 }
 
 // Drops the lanes that are surely outside a range. Lanes without a good estimate pass, and are made
 // to capture everything.
 void PosePrefilter::keepWithinRanges() {
+    findOutside();
     std::size_t kept = 0;
     for (std::size_t k = 0; k < size_; ++k) {
-        const double c = poses_.c[k];
-        const double s = poses_.s[k];
-        const double error = angleError_[k];
-        const bool isGood = error <= kMaxAngleError;
-        if (isGood) {
-            const double scale = std::sqrt(c * c + s * s);
-            const double slack = 4.0 * error + kRelativeSlack;
-            if (c * axisX_ - s * axisY_ < scale * (minCosine_ - slack)) continue;
-            if (scale * (1.0 - slack) > maxScale_ * (1.0 + kRelativeSlack)) continue;
-            if (scale * (1.0 + slack) < minScale_ - std::abs(minScale_) * kRelativeSlack) continue;
-            const double x = c * startShift_.x() - s * startShift_.y() + poses_.tx[k];
-            const double y = s * startShift_.x() + c * startShift_.y() + poses_.ty[k];
-            const double extent = std::max(startExtent_, modelExtent_);
-            const double reach = std::max(startReach_, modelReach_);
-            const double tolerance =
-                (4.0 * error + 8.0 * sumError_) * (scale * extent + dataExtent_) +
-                256.0 * kUnit * (scale * reach + dataReach_);
-            if (x + tolerance < shiftBox_.low.x() || x - tolerance > shiftBox_.high.x() ||
-                y + tolerance < shiftBox_.low.y() || y - tolerance > shiftBox_.high.y()) {
-                continue;
-            }
-        }
+        const bool isGood = error_[k] <= kMaxAngleError;
+        if (isGood && outside_[k] != 0.0) continue;
         poses_.lane[kept] = static_cast<std::uint32_t>(k);
-        poses_.c[kept] = isGood ? c : 0.0;
-        poses_.s[kept] = isGood ? s : 0.0;
+        poses_.c[kept] = isGood ? poses_.c[k] : 0.0;
+        poses_.s[kept] = isGood ? poses_.s[k] : 0.0;
         poses_.tx[kept] = isGood ? poses_.tx[k] : 0.0;
         poses_.ty[kept] = isGood ? poses_.ty[k] : 0.0;
         poses_.limit[kept] = isGood ? poses_.limit[k] : kInfinity;

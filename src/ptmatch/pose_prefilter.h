@@ -85,9 +85,25 @@ class PosePrefilter {
         rxVector<2> high;
     };
 
+    // How far off the place of a point may be that lies within an extent and a reach.
+    struct Tolerance {
+        double ofSums;
+        double extent;
+        double dataExtent;
+        double ofReach;
+        double ofDataReach;
+
+        double at(double error, double scale) const {
+            return (4.0 * error + ofSums) * (scale * extent + dataExtent) +
+                   (scale * ofReach + ofDataReach);
+        }
+    };
+
     void setOrigins(std::span<const rxVector<2>> data, std::span<const rxVector<2>> model);
     void setRanges(const rxPointMatcherRunParams& params, const rxXform<2>& inverseStart);
     void estimatePoses();
+    Tolerance toleranceFor(double extent, double reach) const;
+    void findOutside();
     void keepWithinRanges();
     void missPoint(std::size_t modelIndex);
     void keepHeavy(double minWeight);
@@ -122,7 +138,9 @@ class PosePrefilter {
 
     std::size_t size_ = 0;
     std::array<Lanes, 8> sums_;
-    Lanes angleError_;
+    Lanes error_;  // of the linear part, relative
+    Lanes scale_;
+    Lanes outside_;  // 1 or 0
     Poses poses_;
     std::size_t numPoses_ = 0;
     Lanes nearest_;
