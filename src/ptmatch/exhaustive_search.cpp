@@ -179,8 +179,8 @@ class AssignmentWalk {
 
     // Goes through the partners of the slot and of all that follow.
     void visit(std::size_t slot, const PairSums& sums) {
-        if (sums.numPairs + static_cast<double>(numSlots_ - slot) < kMinPairs) return;
-        if (slot == numSlots_) return addToBatch(sums);
+        if (sums.numPairs + (numSlots_ - slot) < kMinPairs) return;
+        if (slot + 1 == numSlots_) return visitLast(sums);
         visit(slot + 1, sums);
         for (std::size_t k = 0; k < numPartners_; ++k) {
             if (isTaken_[k] != 0) continue;
@@ -193,9 +193,21 @@ class AssignmentWalk {
         current_[slot] = -1;
     }
 
-    void addToBatch(const PairSums& sums) {
+    // Most assignments differ in the last slot alone.
+    void visitLast(const PairSums& sums) {
+        const std::size_t slot = numSlots_ - 1;
+        if (sums.numPairs >= kMinPairs) addToBatch(sums, PairSums{});
+        for (std::size_t k = 0; k < numPartners_; ++k) {
+            if (isTaken_[k] != 0) continue;
+            current_[slot] = static_cast<std::int32_t>(k);
+            addToBatch(sums, terms_[slot * numPartners_ + k]);
+        }
+        current_[slot] = -1;
+    }
+
+    void addToBatch(const PairSums& sums, const PairSums& last) {
         std::copy(current_.begin(), current_.end(), batch_.begin() + offsetOf(prefilter_.size()));
-        prefilter_.add(sums);
+        prefilter_.add(sums, last);
         if (prefilter_.isFull()) flush();
     }
 
@@ -217,7 +229,7 @@ class AssignmentWalk {
         return static_cast<std::ptrdiff_t>(lane * numSlots_);
     }
 
-    static constexpr double kMinPairs = 2.0;
+    static constexpr std::size_t kMinPairs = 2;
 
     const rxPointMatcherRunParams& params_;
     rxXform<2> inverseStart_;

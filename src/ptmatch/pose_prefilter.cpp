@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <numeric>
 
 #include "foundation/range.h"
 #include "ptmatch/point_matcher_model.h"
@@ -58,8 +59,6 @@ constexpr double kScaleSlack = 1e-8;
 constexpr double kRelativeSlack = 1e-12;
 static_assert(kAngleSlack > 100.0 * kLimitTolerance && kScaleSlack > 5.0 * kLimitTolerance);
 
-enum Sum { kNumPairs, kModelX, kModelY, kDataX, kDataY, kCosine, kSine, kSquares };
-
 double farthestFrom(const rxVector<2>& origin, Points points) {
     double farthest = 0.0;
     for (const rxVector<2>& p : points) {
@@ -95,7 +94,9 @@ PosePrefilter::PosePrefilter(Points data, const rx_PointMatcherModel& model,
                              const rxPointMatcherRunParams& params, double captureRange,
                              const rxXform<2>& inverseStart, bool isModelAssigned, int dof)
     : isModelAssigned_(isModelAssigned), isRigid_(dof == 3), captureRange_(captureRange) {
-    if (data.empty() || model.points().empty()) return;
+    const std::size_t maxPairs = std::min(data.size(), model.points().size());
+    for (std::size_t n = 0; n <= maxPairs; ++n) shares_.push_back(1.0 / static_cast<double>(n));
+    if (maxPairs == 0) return;
     setOrigins(data, model.points());
     setRanges(params, inverseStart);
     weights_.assign(model_.size(), 1.0);
@@ -161,7 +162,7 @@ PairSums PosePrefilter::sumsOf(std::size_t modelIndex, std::size_t dataIndex) co
     const rxVector<2>& m = model_[modelIndex];
     const rxVector<2>& d = data_[dataIndex];
     const rxVector<2>& scaled = isModelAssigned_ ? d : m;
-    return {1.0,
+    return {1,
             m.x(),
             m.y(),
             d.x(),
@@ -169,18 +170,6 @@ PairSums PosePrefilter::sumsOf(std::size_t modelIndex, std::size_t dataIndex) co
             d.x() * m.x() + d.y() * m.y(),
             d.y() * m.x() - d.x() * m.y(),
             scaled.x() * scaled.x() + scaled.y() * scaled.y()};
-}
-
-void PosePrefilter::add(const PairSums& sums) {
-    sums_[kNumPairs][size_] = sums.numPairs;
-    sums_[kModelX][size_] = sums.modelX;
-    sums_[kModelY][size_] = sums.modelY;
-    sums_[kDataX][size_] = sums.dataX;
-    sums_[kDataY][size_] = sums.dataY;
-    sums_[kCosine][size_] = sums.cosine;
-    sums_[kSine][size_] = sums.sine;
-    sums_[kSquares][size_] = sums.squares;
-    ++size_;
 }
 
 std::span<const std::uint32_t> PosePrefilter::takeSurvivors(long minWeight) {
@@ -199,41 +188,41 @@ std::span<const std::uint32_t> PosePrefilter::takeSurvivors(long minWeight) {
     return std::span(poses_.lane).first(numPoses_);
 }
 
-// For each lane the pose, the error of its angle and scale, and how near a point must come.
+// For each lane the pose, the error of its linear part, and how near a point must come.
+template <bool kIsRigid, bool kIsInverse>
 void PosePrefilter::estimatePoses() {
-    double total = 0.0;
-    for (const double weight : weights_) total += weight;
-    const double scaledExtent = isModelAssigned_ ? dataExtent_ : modelExtent_;
-    const double zError = 4.0 * sumError_ * modelExtent_ * dataExtent_;
-    const double squaresError = isRigid_ ? 0.0 : 4.0 * sumError_ * scaledExtent * scaledExtent;
+    const double total = std::accumulate(weights_.begin(), weights_.end(), 0.0);
     // Copies: for all that the compiler knows, a lane that is written could hold the originals.
-    const bool isInverse = isModelAssigned_;
-    const bool isRigid = isRigid_;
+    const double scaledExtent = kIsInverse ? dataExtent_ : modelExtent_;
+    const double zError = 4.0 * sumError_ * modelExtent_ * dataExtent_;
+    const double squaresError = 4.0 * sumError_ * scaledExtent * scaledExtent;
     const Tolerance tolerance = toleranceFor(modelExtent_, modelReach_);
     const double range = captureRange_ + 1e-150;
     const std::size_t count = size_;
     for (std::size_t k = 0; k < count; ++k) {
-        const double share = 1.0 / sums_[kNumPairs][k];
+        const double share = sums_[kShare][k];
         const double mx = sums_[kModelX][k] * share;
         const double my = sums_[kModelY][k] * share;
         const double dx = sums_[kDataX][k] * share;
         const double dy = sums_[kDataY][k] * share;
         const double cosine = sums_[kCosine][k] - (sums_[kDataX][k] * mx + sums_[kDataY][k] * my);
         const double sine = sums_[kSine][k] - (sums_[kDataY][k] * mx - sums_[kDataX][k] * my);
-        const double ofModel = sums_[kModelX][k] * mx + sums_[kModelY][k] * my;
-        const double ofData = sums_[kDataX][k] * dx + sums_[kDataY][k] * dy;
-        const double squares = sums_[kSquares][k] - (isInverse ? ofData : ofModel);
 
         const double norm = std::sqrt(cosine * cosine + sine * sine);
-        const double rigid = 1.0 / norm;
-        const double similar = isInverse ? squares * rigid * rigid : 1.0 / squares;
-        const double factor = isRigid ? rigid : similar;
+        double factor = 1.0 / norm;
+        double error = zError * factor;
+        double scale = 1.0;
+        if constexpr (!kIsRigid) {
+            const double ofModel = sums_[kModelX][k] * mx + sums_[kModelY][k] * my;
+            const double ofData = sums_[kDataX][k] * dx + sums_[kDataY][k] * dy;
+            const double squares = sums_[kSquares][k] - (kIsInverse ? ofData : ofModel);
+            factor = kIsInverse ? squares * factor * factor : 1.0 / squares;
+            // Squares that come out negative are within their error of 0: far too large an error.
+            error += squaresError / std::abs(squares);
+            scale = norm * std::abs(factor);
+        }
         const double c = cosine * factor;
         const double s = sine * factor;
-        // Squares that come out negative are within their error of 0, which is then far too large.
-        const double ofSquares = isRigid ? 0.0 : squaresError / std::abs(squares);
-        const double error = zError * rigid + ofSquares;
-        const double scale = norm * std::abs(factor);
         const double reachable = range + tolerance.at(error, scale);
         error_[k] = error;
         scale_[k] = scale;
@@ -244,6 +233,11 @@ void PosePrefilter::estimatePoses() {
         poses_.limit[k] = reachable * reachable * (1.0 + kRelativeSlack);
         poses_.weight[k] = total;
     }
+}
+
+void PosePrefilter::estimatePoses() {
+    if (isRigid_) return estimatePoses<true, false>();  // the inverse has the same angle
+    return isModelAssigned_ ? estimatePoses<false, true>() : estimatePoses<false, false>();
 }
 
 PosePrefilter::Tolerance PosePrefilter::toleranceFor(double extent, double reach) const {

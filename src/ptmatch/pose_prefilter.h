@@ -16,7 +16,7 @@ namespace ptmatch::detail {
 /// Sums over the pairs of an assignment, in plain doubles and about an origin of either set: good
 /// for an estimate of the pose, not for the pose itself.
 struct PairSums {
-    double numPairs = 0.0;
+    std::size_t numPairs = 0;
     double modelX = 0.0;
     double modelY = 0.0;
     double dataX = 0.0;
@@ -59,8 +59,19 @@ class PosePrefilter {
     /// The sums of one pair.
     PairSums sumsOf(std::size_t modelIndex, std::size_t dataIndex) const;
 
-    /// Puts an assignment of two pairs at least into the batch; there must be room for it.
-    void add(const PairSums& sums);
+    /// Puts an assignment, two pairs at least, into the batch; there must be room for it. Takes the
+    /// sums in two parts and adds them on their way into the lanes.
+    void add(const PairSums& a, const PairSums& b) {
+        sums_[kShare][size_] = shares_[a.numPairs + b.numPairs];
+        sums_[kModelX][size_] = a.modelX + b.modelX;
+        sums_[kModelY][size_] = a.modelY + b.modelY;
+        sums_[kDataX][size_] = a.dataX + b.dataX;
+        sums_[kDataY][size_] = a.dataY + b.dataY;
+        sums_[kCosine][size_] = a.cosine + b.cosine;
+        sums_[kSine][size_] = a.sine + b.sine;
+        sums_[kSquares][size_] = a.squares + b.squares;
+        ++size_;
+    }
     std::size_t size() const { return size_; }
     bool isFull() const { return size_ == kBatch; }
 
@@ -70,6 +81,9 @@ class PosePrefilter {
 
   private:
     using Lanes = std::array<double, kBatch>;
+
+    // Of a lane; kShare is one over the number of pairs.
+    enum Sum { kShare, kModelX, kModelY, kDataX, kDataY, kCosine, kSine, kSquares, kNumSums };
 
     // Of a lane that has passed so far: the estimated pose, x -> (c, s) x + (tx, ty) in complex
     // numbers, and what is left of the weight when every point that it surely misses is taken off.
@@ -101,6 +115,8 @@ class PosePrefilter {
 
     void setOrigins(std::span<const rxVector<2>> data, std::span<const rxVector<2>> model);
     void setRanges(const rxPointMatcherRunParams& params, const rxXform<2>& inverseStart);
+    template <bool kIsRigid, bool kIsInverse>
+    void estimatePoses();
     void estimatePoses();
     Tolerance toleranceFor(double extent, double reach) const;
     void findOutside();
@@ -117,6 +133,7 @@ class PosePrefilter {
     std::vector<rxVector<2>> data_;   // about its origin
     std::vector<double> weights_;     // negative ones are 0 here
     double captureRange_;
+    std::vector<double> shares_;  // [n]: 1 / n
 
     // Bounds; see pose_prefilter.cpp.
     double modelExtent_ = 0.0;
@@ -137,7 +154,7 @@ class PosePrefilter {
     Box shiftBox_;
 
     std::size_t size_ = 0;
-    std::array<Lanes, 8> sums_;
+    std::array<Lanes, kNumSums> sums_;
     Lanes error_;  // of the linear part, relative
     Lanes scale_;
     Lanes outside_;  // 1 or 0
