@@ -291,7 +291,8 @@ void PosePrefilter::keepWithinRanges() {
         poses_.s[kept] = isGood ? poses_.s[k] : 0.0;
         poses_.tx[kept] = isGood ? poses_.tx[k] : 0.0;
         poses_.ty[kept] = isGood ? poses_.ty[k] : 0.0;
-        poses_.limit[kept] = isGood ? poses_.limit[k] : kInfinity;
+        poses_.limit[kept] = poses_.limit[k];
+        if (!isGood) poses_.limit[kept] = kInfinity;
         poses_.weight[kept] = poses_.weight[k];
         ++kept;
     }
