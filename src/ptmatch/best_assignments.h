@@ -28,7 +28,7 @@ class BestAssignments {
 
     bool isFull() const { return entries_.size() == limit_; }
 
-    /// Coverage of the worst pose kept; there must be one.
+    /// Captured weight of the worst pose kept; there must be one.
     long worstCount() const { return entries_.front().count; }
 
     /// @param count  the captured weight, of which the coverage is a rising function.
