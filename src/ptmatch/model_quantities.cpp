@@ -7,8 +7,6 @@ namespace ptmatch::detail {
 
 namespace {
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-
 double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
     const double dx = a.x() - b.x();
     const double dy = a.y() - b.y();
@@ -21,28 +19,6 @@ bool allFinite(std::span<const rxVector<2>> points) {
     return std::ranges::all_of(points, [](const rxVector<2>& point) {
         return std::isfinite(point.x()) && std::isfinite(point.y());
     });
-}
-
-NeighbourDistances neighbourDistances(std::span<const rxVector<2>> points) {
-    NeighbourDistances distances;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        double nearest = kInfinity;
-        double farthest = 0.0;
-        for (std::size_t j = 0; j < points.size(); ++j) {
-            if (j == i) continue;
-            const double squared = squaredDistance(points[j], points[i]);
-            nearest = std::min(nearest, squared);
-            farthest = std::max(farthest, squared);
-        }
-        // A nearest distance of 0 silences the point altogether: its next neighbour is not asked.
-        if (nearest != 0.0 && nearest != kInfinity) {
-            distances.smallestNearest = std::min(distances.smallestNearest, std::sqrt(nearest));
-        }
-        if (farthest != 0.0 && farthest != kInfinity) {
-            distances.largestFarthest = std::max(distances.largestFarthest, std::sqrt(farthest));
-        }
-    }
-    return distances;
 }
 
 double defaultGridSize(const NeighbourDistances& distances) {

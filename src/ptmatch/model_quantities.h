@@ -1,27 +1,15 @@
 #pragma once
 
-#include <limits>
 #include <span>
 
 #include "foundation/rectangle.h"
 #include "foundation/vector.h"
+#include "ptmatch/neighbour_distances.h"
 
 namespace ptmatch::detail {
 
 /// True when no coordinate is infinite or not a number.
 bool allFinite(std::span<const rxVector<2>> points);
-
-/// Distances inside a point set that say how fine a search grid has to be.
-struct NeighbourDistances {
-    /// Smallest distance from a point to its nearest neighbour. Points with an exact double are
-    /// left out; infinite when that leaves none.
-    double smallestNearest = std::numeric_limits<double>::infinity();
-    /// Largest distance between two points, 0 when all coincide.
-    double largestFarthest = 0.0;
-};
-
-/// Cost quadratic in the number of points.
-NeighbourDistances neighbourDistances(std::span<const rxVector<2>> points);
 
 /// A quarter of the smallest distance between neighbours, so that they fall into different cells,
 /// but not so fine that the largest distance would take more than 4096 cells.
