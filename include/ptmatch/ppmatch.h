@@ -118,7 +118,7 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// @throws rxPointMatcherDefs::InsufficientModelPoints  fewer than 3 points.
     /// @throws rxPointMatcherDefs::BadParams  mode `ePointToPoint` or `ePointToGrid`; a coordinate
     ///         that is not finite. Checked in this order.
-    /// Cost quadratic in the number of points.
+    /// Cost about n log n for n points; more where many lie on a circle.
     void train(const std::vector<rxVector<2>>& points, rxPointMatcherDefs::Mode mode);
 
     /// Trains on a pattern whose points count differently. Points of weight 0 take no part in the

@@ -119,14 +119,17 @@ BoxTree::BoxTree(std::span<const rxVector<2>> points) {
     Points sorted(points.begin(), points.end());
     CellSorter(sorted).sort();
     addLeaves(sorted);
-    addLevels();
+
+    std::size_t width = 1;
+    while (width < leaves_.size()) width *= kChildren;
+    nodes_.reserve(2 * leaves_.size() + 16);
+    addNode(0, width);
 }
 
 void BoxTree::addLeaves(std::span<const rxVector<2>> sorted) {
     const std::size_t numLeaves = (sorted.size() + PointLeaf::kLanes - 1) / PointLeaf::kLanes;
     leaves_.reserve(numLeaves);
-    std::vector<TightBox>& boxes = levels_.emplace_back();
-    boxes.reserve(numLeaves);
+    leafBoxes_.reserve(numLeaves);
     for (std::size_t begin = 0; begin < sorted.size(); begin += PointLeaf::kLanes) {
         const auto points =
             sorted.subspan(begin, std::min(PointLeaf::kLanes, sorted.size() - begin));
@@ -137,17 +140,23 @@ void BoxTree::addLeaves(std::span<const rxVector<2>> sorted) {
             leaf.x[lane] = p.x();
             leaf.y[lane] = p.y();
         }
-        boxes.push_back(boxAround(points));
+        leafBoxes_.push_back(boxAround(points));
     }
 }
 
-void BoxTree::addLevels() {
-    while (levels_.back().size() > 1) {
-        const std::vector<TightBox>& below = levels_.back();
-        std::vector<TightBox> boxes((below.size() + kChildren - 1) / kChildren);
-        for (std::size_t k = 0; k < below.size(); ++k) boxes[k / kChildren].add(below[k]);
-        levels_.push_back(std::move(boxes));
+/// Adds the box around the leaves from firstLeaf on, at most `width` of them, and all inside it.
+void BoxTree::addNode(std::size_t firstLeaf, std::size_t width) {
+    const std::size_t place = nodes_.size();
+    nodes_.push_back({leafBoxes_[firstLeaf], place + 1, firstLeaf, width == 1});
+    if (width == 1) return;
+
+    const std::size_t endLeaf = std::min(firstLeaf + width, leaves_.size());
+    for (std::size_t leaf = firstLeaf; leaf < endLeaf; leaf += width / kChildren) {
+        const std::size_t child = nodes_.size();
+        addNode(leaf, width / kChildren);
+        nodes_[place].box.add(nodes_[child].box);
     }
+    nodes_[place].end = nodes_.size();
 }
 
 }  // namespace ptmatch::detail

@@ -57,6 +57,26 @@ struct PointLeaf {
     std::size_t size = 0;
 };
 
+/// leastSquaredDistance of a box and each of a leaf's points.
+inline std::array<double, PointLeaf::kLanes> leastSquaredDistances(const TightBox& box,
+                                                                   const PointLeaf& leaf) {
+    std::array<double, PointLeaf::kLanes> least;
+    for (std::size_t i = 0; i < PointLeaf::kLanes; ++i) {
+        const double x = leaf.x[i];
+        const double y = leaf.y[i];
+        const double right = x - box.maxX;
+        const double left = box.minX - x;
+        const double above = y - box.maxY;
+        const double below = box.minY - y;
+        double dx = right > left ? right : left;
+        double dy = above > below ? above : below;
+        dx = dx > 0.0 ? dx : 0.0;
+        dy = dy > 0.0 ? dy : 0.0;
+        least[i] = dx * dx + dy * dy;
+    }
+    return least;
+}
+
 /// Points in leaves of up to eight, and boxes around four leaves, around four of those, and so on.
 ///
 /// The order of the leaves follows a cell grid along a Z-shaped curve; crowded cells have a grid of
@@ -68,37 +88,41 @@ class BoxTree {
     explicit BoxTree(std::span<const rxVector<2>> points);
 
     std::span<const PointLeaf> leaves() const { return leaves_; }
-    const TightBox& leafBox(std::size_t leaf) const { return levels_.front()[leaf]; }
-    const TightBox& rootBox() const { return levels_.back().front(); }
+    const TightBox& leafBox(std::size_t leaf) const { return leafBoxes_[leaf]; }
 
     /// Calls visit(leaf) for all leaves in order, except those inside a box for which
     /// mayMatter(box) is false.
     template <class MayMatter, class Visit>
     void visitLeaves(MayMatter&& mayMatter, Visit&& visit) const {
-        descend(levels_.size() - 1, 0, mayMatter, visit);
+        std::size_t k = 0;
+        while (k < nodes_.size()) {
+            const Node& node = nodes_[k];
+            if (!mayMatter(node.box)) {
+                k = node.end;
+                continue;
+            }
+            if (node.isLeaf) visit(node.firstLeaf);
+            ++k;
+        }
     }
 
   private:
     static constexpr std::size_t kChildren = 4;
 
-    void addLeaves(std::span<const rxVector<2>> sorted);
-    void addLevels();
+    /// A box; those inside it follow up to `end`.
+    struct Node {
+        TightBox box;
+        std::size_t end = 0;
+        std::size_t firstLeaf = 0;
+        bool isLeaf = false;
+    };
 
-    template <class MayMatter, class Visit>
-    void descend(std::size_t level, std::size_t index, MayMatter& mayMatter, Visit& visit) const {
-        if (!mayMatter(levels_[level][index])) return;
-        if (level == 0) {
-            visit(index);
-            return;
-        }
-        const std::size_t end = std::min((index + 1) * kChildren, levels_[level - 1].size());
-        for (std::size_t child = index * kChildren; child < end; ++child) {
-            descend(level - 1, child, mayMatter, visit);
-        }
-    }
+    void addLeaves(std::span<const rxVector<2>> sorted);
+    void addNode(std::size_t firstLeaf, std::size_t width);
 
     std::vector<PointLeaf> leaves_;
-    std::vector<std::vector<TightBox>> levels_;  // of the leaves first, the single root last
+    std::vector<TightBox> leafBoxes_;
+    std::vector<Node> nodes_;  // each before those inside it
 };
 
 }  // namespace ptmatch::detail

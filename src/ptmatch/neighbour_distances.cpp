@@ -13,7 +13,7 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Up to here the comparison of all pairs is done before a tree would have been built.
-constexpr std::size_t kMostComparedPairwise = 64;
+constexpr std::size_t kMostComparedPairwise = 96;
 
 using LaneValues = std::array<double, PointLeaf::kLanes>;
 
@@ -21,6 +21,14 @@ double squaredDistance(double ax, double ay, double bx, double by) {
     const double dx = ax - bx;
     const double dy = ay - by;
     return dx * dx + dy * dy;
+}
+
+LaneValues squaredDistances(const PointLeaf& leaf, double x, double y) {
+    LaneValues squared;
+    for (std::size_t i = 0; i < PointLeaf::kLanes; ++i) {
+        squared[i] = squaredDistance(leaf.x[i], leaf.y[i], x, y);
+    }
+    return squared;
 }
 
 /// Squares of the distances asked for; their roots are taken last, as a root keeps the order.
@@ -38,21 +46,35 @@ struct SquaredDistances {
     }
 };
 
+/// Each point in turn with all others side by side, which leaves the loop to vectors.
 SquaredDistances comparePairwise(std::span<const rxVector<2>> points) {
+    using Values = std::array<double, kMostComparedPairwise>;
+    const std::size_t size = points.size();
+    Values x;
+    Values y;
+    Values nearest;
+    Values farthest;
+    for (std::size_t j = 0; j < size; ++j) {
+        x[j] = points[j].x();
+        y[j] = points[j].y();
+        nearest[j] = kInfinity;
+        farthest[j] = 0.0;
+    }
+    for (std::size_t i = 0; i < size; ++i) {
+        const double ownX = x[i];
+        const double ownY = y[i];
+        const double ownNearest = nearest[i];  // its distance to itself does not count
+        for (std::size_t j = 0; j < size; ++j) {
+            const double squared = squaredDistance(x[j], y[j], ownX, ownY);
+            nearest[j] = squared < nearest[j] ? squared : nearest[j];
+            farthest[j] = squared > farthest[j] ? squared : farthest[j];
+        }
+        nearest[i] = ownNearest;
+    }
     SquaredDistances distances;
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        double nearest = kInfinity;
-        double farthest = 0.0;
-        const auto compareWith = [&](const rxVector<2>& other) {
-            const double squared =
-                squaredDistance(other.x(), other.y(), points[i].x(), points[i].y());
-            nearest = std::min(nearest, squared);
-            farthest = std::max(farthest, squared);
-        };
-        for (std::size_t j = 0; j < i; ++j) compareWith(points[j]);
-        for (std::size_t j = i + 1; j < points.size(); ++j) compareWith(points[j]);
-        distances.addNearest(nearest);
-        distances.addFarthest(farthest);
+    for (std::size_t j = 0; j < size; ++j) {
+        distances.addNearest(nearest[j]);
+        distances.addFarthest(farthest[j]);
     }
     return distances;
 }
@@ -83,23 +105,23 @@ class NearestToLeaf {
 
   private:
     void compareInside() {
-        for (std::size_t i = 0; i < leaf_.size; ++i) {
-            for (std::size_t j = i + 1; j < leaf_.size; ++j) {
-                const double squared =
-                    squaredDistance(leaf_.x[i], leaf_.y[i], leaf_.x[j], leaf_.y[j]);
-                nearest_[i] = std::min(nearest_[i], squared);
-                nearest_[j] = std::min(nearest_[j], squared);
-            }
+        for (std::size_t j = 0; j < leaf_.size; ++j) {
+            LaneValues squared = squaredDistances(leaf_, leaf_.x[j], leaf_.y[j]);
+            squared[j] = kInfinity;
+            takeNearer(squared);
         }
     }
 
     void compareWith(const PointLeaf& other) {
+        const LaneValues least = leastSquaredDistances(tree_.leafBox(own_), other);
         for (std::size_t j = 0; j < other.size; ++j) {
-            for (std::size_t i = 0; i < PointLeaf::kLanes; ++i) {
-                const double squared =
-                    squaredDistance(leaf_.x[i], leaf_.y[i], other.x[j], other.y[j]);
-                nearest_[i] = squared < nearest_[i] ? squared : nearest_[i];
-            }
+            if (least[j] < reach_) takeNearer(squaredDistances(leaf_, other.x[j], other.y[j]));
+        }
+    }
+
+    void takeNearer(const LaneValues& squared) {
+        for (std::size_t i = 0; i < PointLeaf::kLanes; ++i) {
+            nearest_[i] = squared[i] < nearest_[i] ? squared[i] : nearest_[i];
         }
     }
 
