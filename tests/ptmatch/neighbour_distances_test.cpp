@@ -1,0 +1,199 @@
+#include "ptmatch/neighbour_distances.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using ptmatch::detail::neighbourDistances;
+using ptmatch::detail::NeighbourDistances;
+using Points = std::vector<rxVector<2>>;
+using Random = std::mt19937_64;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// All points with all others, as the definition has it.
+NeighbourDistances comparedOneByOne(const Points& points) {
+    NeighbourDistances distances;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        double nearest = kInfinity;
+        double farthest = 0.0;
+        for (std::size_t j = 0; j < points.size(); ++j) {
+            if (j == i) continue;
+            const double dx = points[j].x() - points[i].x();
+            const double dy = points[j].y() - points[i].y();
+            const double squared = dx * dx + dy * dy;
+            if (squared < nearest) nearest = squared;
+            if (squared > farthest) farthest = squared;
+        }
+        if (nearest != 0.0 && nearest != kInfinity) {
+            distances.smallestNearest = std::min(distances.smallestNearest, std::sqrt(nearest));
+        }
+        if (farthest != 0.0 && farthest != kInfinity) {
+            distances.largestFarthest = std::max(distances.largestFarthest, std::sqrt(farthest));
+        }
+    }
+    return distances;
+}
+
+double uniform(Random& random, double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random);
+}
+
+rxVector<2> inSquare(Random& random, double side) {
+    return {uniform(random, 0, side), uniform(random, 0, side)};
+}
+
+/// Any magnitude that a double can have, and 0.
+double anyCoordinate(Random& random) {
+    const double sign = random() % 2 == 0 ? 1.0 : -1.0;
+    const int exponent = std::uniform_int_distribution<int>(-1080, 1023)(random);
+    return sign * std::ldexp(uniform(random, 1, 2), exponent);
+}
+
+/// Names a kind of sets, and makes the next point of one; the points so far are passed in.
+struct Kind {
+    std::string name;
+    std::function<rxVector<2>(Random&, const Points&)> next;
+};
+
+/// A point of `fresh`, or a copy of one that there is already.
+std::function<rxVector<2>(Random&, const Points&)> withDoubles(
+    std::function<rxVector<2>(Random&)> fresh, unsigned percent) {
+    return [fresh, percent](Random& random, const Points& points) {
+        const bool copies = !points.empty() && random() % 100 < percent;
+        return copies ? points[random() % points.size()] : fresh(random);
+    };
+}
+
+std::vector<Kind> kinds() {
+    const auto spread = [](Random& random) { return inSquare(random, 1000); };
+    std::vector<Kind> all;
+    const auto add = [&](const std::string& name, std::function<rxVector<2>(Random&)> fresh) {
+        all.push_back({name, withDoubles(std::move(fresh), 0)});
+    };
+    add("spread", spread);
+    add("farFromOrigin",
+        [](Random& random) { return inSquare(random, 1) + rxVector<2>(1e9, -1e9); });
+    add("onALine", [](Random& random) {
+        const double t = uniform(random, -1, 1);
+        return rxVector<2>(t, 3 * t);
+    });
+    add("onAVertical", [](Random& random) { return rxVector<2>(5, uniform(random, 0, 1)); });
+    add("onACircle", [](Random& random) {
+        const double angle = uniform(random, 0, 2 * std::numbers::pi);
+        return rxVector<2>(7 * std::cos(angle), 7 * std::sin(angle));
+    });
+    add("twoFarClusters", [](Random& random) {
+        return inSquare(random, 1e-3) + rxVector<2>(random() % 2 == 0 ? 0.0 : 1e8, 0);
+    });
+    add("clustersInClusters", [](Random& random) {
+        return rxVector<2>(std::ldexp(uniform(random, 1, 2), -static_cast<int>(random() % 300)),
+                           std::ldexp(uniform(random, 1, 2), -static_cast<int>(random() % 300)));
+    });
+    add("latticeWithDoubles", [](Random& random) {
+        return rxVector<2>(static_cast<double>(random() % 40), static_cast<double>(random() % 40));
+    });
+    add("sparseLattice", [](Random& random) {
+        return rxVector<2>(0.1 * static_cast<double>(random() % 100000),
+                           0.1 * static_cast<double>(random() % 100000));
+    });
+    all.push_back({"halfDoubled", withDoubles(spread, 50)});
+    all.push_back({"nearlyAllDoubled", withDoubles(spread, 99)});
+    // Squares that overflow or underflow silence points that have no double at all.
+    add("anyMagnitude",
+        [](Random& random) { return rxVector<2>(anyCoordinate(random), anyCoordinate(random)); });
+    add("atTheRangeOfSquares", [](Random& random) { return inSquare(random, 1.5e154); });
+    add("atTheRangeOfDoubles", [](Random& random) {
+        return rxVector<2>(uniform(random, -0.8e308, 0.8e308), uniform(random, 0, 1.7e308));
+    });
+    add("squaresUnderflow", [](Random& random) { return inSquare(random, 1e-160); });
+    add("denormal", [](Random& random) {
+        const double tiny = std::numeric_limits<double>::denorm_min();
+        return rxVector<2>(tiny * static_cast<double>(random() % 5),
+                           tiny * static_cast<double>(random() % 5));
+    });
+    all.push_back({"oneFarPoint", [spread](Random& random, const Points& points) {
+                       return points.empty() ? rxVector<2>(1e200, 0) : spread(random);
+                   }});
+    return all;
+}
+
+Points makeSet(const Kind& kind, std::size_t size, Random& random) {
+    Points points;
+    for (std::size_t k = 0; k < size; ++k) points.push_back(kind.next(random, points));
+    return points;
+}
+
+void expectTheSameBits(const Points& points, const std::string& what) {
+    const NeighbourDistances found = neighbourDistances(points);
+    const NeighbourDistances expected = comparedOneByOne(points);
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(found.smallestNearest),
+              std::bit_cast<std::uint64_t>(expected.smallestNearest))
+        << what << ": nearest " << found.smallestNearest << ", not " << expected.smallestNearest;
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(found.largestFarthest),
+              std::bit_cast<std::uint64_t>(expected.largestFarthest))
+        << what << ": farthest " << found.largestFarthest << ", not " << expected.largestFarthest;
+}
+
+TEST(NeighbourDistances, SmallSetsHaveTheBitsOfAllPairs) {
+    Random random(20);
+    for (const Kind& kind : kinds()) {
+        for (int round = 0; round < 400; ++round) {
+            const std::size_t size = 1 + random() % 250;
+            ASSERT_NO_FATAL_FAILURE(expectTheSameBits(makeSet(kind, size, random),
+                                                      kind.name + " of " + std::to_string(size)));
+        }
+    }
+}
+
+TEST(NeighbourDistances, LargeSetsHaveTheBitsOfAllPairs) {
+    Random random(21);
+    for (const Kind& kind : kinds()) {
+        for (const std::size_t size : {500, 1111, 3000}) {
+            ASSERT_NO_FATAL_FAILURE(expectTheSameBits(makeSet(kind, size, random),
+                                                      kind.name + " of " + std::to_string(size)));
+        }
+    }
+}
+
+TEST(NeighbourDistances, EveryPointOfALatticeTies) {
+    Points points;
+    for (int y = 0; y < 50; ++y) {
+        for (int x = 0; x < 60; ++x) points.emplace_back(3 * x, 4 * y);
+    }
+    const NeighbourDistances distances = neighbourDistances(points);
+    EXPECT_EQ(distances.smallestNearest, 3.0);
+    EXPECT_EQ(distances.largestFarthest, std::sqrt(177.0 * 177.0 + 196.0 * 196.0));
+}
+
+// All pairs of these would take minutes.
+TEST(NeighbourDistances, LargeSetsOfDoublesAreQuick) {
+    constexpr std::size_t kSize = 400'000;
+    const NeighbourDistances coincident = neighbourDistances(Points(kSize, rxVector<2>(3, 4)));
+    EXPECT_EQ(coincident.smallestNearest, kInfinity);
+    EXPECT_EQ(coincident.largestFarthest, 0.0);
+
+    Points twice;
+    for (std::size_t k = 0; k < kSize; ++k) {
+        twice.emplace_back(static_cast<double>(k % (kSize / 2)), 0.0);
+    }
+    EXPECT_EQ(neighbourDistances(twice).smallestNearest, kInfinity);
+    EXPECT_EQ(neighbourDistances(twice).largestFarthest, kSize / 2 - 1.0);
+
+    twice.emplace_back(-0.25, 0.0);  // the only one without a double
+    EXPECT_EQ(neighbourDistances(twice).smallestNearest, 0.25);
+}
+
+}  // namespace
