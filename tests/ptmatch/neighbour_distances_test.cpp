@@ -161,7 +161,7 @@ TEST(NeighbourDistances, SmallSetsHaveTheBitsOfAllPairs) {
 TEST(NeighbourDistances, LargeSetsHaveTheBitsOfAllPairs) {
     Random random(21);
     for (const Kind& kind : kinds()) {
-        for (const std::size_t size : {500, 1111, 3000}) {
+        for (const std::size_t size : {std::size_t{500}, std::size_t{1111}, std::size_t{3000}}) {
             ASSERT_NO_FATAL_FAILURE(expectTheSameBits(makeSet(kind, size, random),
                                                       kind.name + " of " + std::to_string(size)));
         }
