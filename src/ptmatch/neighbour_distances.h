@@ -19,9 +19,10 @@ struct NeighbourDistances {
 };
 
 /// The same bits as from comparing all points with all others: every distance is that of a pair,
-/// computed alike, and pairs are left out only where bounds of their computed distances allow it.
+/// computed alike, and pairs are left out only where bounds with room for all rounding allow it.
 ///
-/// @param points  finite. Cost about n log n for sets of n points, at most quadratic.
+/// @param points  finite. Cost n log n and up to n^1.5 quick steps for points spread evenly, along
+/// lines, on a circle or in clusters; n^2 at worst (closest_points.h, farthest_points.h).
 NeighbourDistances neighbourDistances(std::span<const rxVector<2>> points);
 
 }  // namespace ptmatch::detail

@@ -124,6 +124,72 @@ std::vector<Kind> kinds() {
         return rxVector<2>(tiny * static_cast<double>(random() % 5),
                            tiny * static_cast<double>(random() % 5));
     });
+    // Bins, sectors and the slanted order of the points meet their borders here.
+    add("wholeCoordinates", [](Random& random) {
+        return rxVector<2>(static_cast<double>(random() % 257) - 128,
+                           static_cast<double>(random() % 257) - 128);
+    });
+    add("onAxesAndDiagonals", [](Random& random) {
+        const double r = static_cast<double>(random() % 50);
+        const auto sign = [&] { return static_cast<double>(random() % 3) - 1; };
+        const double x = sign();
+        return rxVector<2>(r * x, r * sign());
+    });
+    add("acrossTheOrder", [](Random& random) {
+        const double t = uniform(random, -1, 1);
+        return rxVector<2>(-0.135 * t, 0.21 * t);
+    });
+    add("alongAndAcrossTheOrder", [](Random& random) {
+        const double t = static_cast<double>(random() % 1000);
+        return random() % 2 == 0 ? rxVector<2>(-135 * t, 210 * t) : rxVector<2>(210 * t, 135 * t);
+    });
+    add("onAFrame", [](Random& random) {
+        const double t = uniform(random, 0, 1);
+        const double side = random() % 2 == 0 ? 0.0 : 1.0;
+        return random() % 2 == 0 ? rxVector<2>(t, side) : rxVector<2>(side, t);
+    });
+    add("onTwoFarLines", [](Random& random) {
+        return rxVector<2>(random() % 2 == 0 ? 0.0 : 1e6, uniform(random, 0, 1e-3));
+    });
+    add("onAPolygon", [](Random& random) {
+        const double angle = static_cast<double>(random() % 5000) * std::numbers::pi / 2500;
+        return rxVector<2>(1e3 + 7 * std::cos(angle), 7 * std::sin(angle));
+    });
+    add("onATriangleOfConstantWidth", [](Random& random) {
+        const double corner = static_cast<double>(random() % 3) * 2 * std::numbers::pi / 3;
+        const double angle =
+            corner + std::numbers::pi + uniform(random, -1, 1) * std::numbers::pi / 6;
+        return rxVector<2>(std::cos(corner) / std::numbers::sqrt3 + std::cos(angle),
+                           std::sin(corner) / std::numbers::sqrt3 + std::sin(angle));
+    });
+    add("onACircleOfDenormals", [](Random& random) {
+        const double angle = uniform(random, 0, 2 * std::numbers::pi);
+        return rxVector<2>(1e-307 * std::cos(angle), 1e-307 * std::sin(angle));
+    });
+    add("onASmallCircle", [](Random& random) {
+        const double angle = uniform(random, 0, 2 * std::numbers::pi);
+        return rxVector<2>(1e-140 * std::cos(angle), 1e-140 * std::sin(angle));
+    });
+    add("onAWideCircle", [](Random& random) {
+        const double angle = uniform(random, 0, 2 * std::numbers::pi);
+        return rxVector<2>(6.5e153 * std::cos(angle), 6.5e153 * std::sin(angle));
+    });
+    // Squares underflow to 0 between points that are no doubles, next to others that are.
+    add("tinyGapsInRows", [](Random& random) {
+        return rxVector<2>(std::ldexp(1.0, -530 - static_cast<int>(random() % 30)),
+                           static_cast<double>(random() % 100));
+    });
+    add("tinyGapsAtTheCenter", [](Random& random) {
+        return random() % 3 == 0
+                   ? inSquare(random, 1)
+                   : rxVector<2>(uniform(random, 0, 1e-161), uniform(random, 0, 1e-161));
+    });
+    all.push_back({"oneFarPointInRange", [spread](Random& random, const Points& points) {
+                       return points.empty() ? rxVector<2>(-3e150, 1e150) : spread(random);
+                   }});
+    all.push_back({"oneFarDoubled", [spread](Random& random, const Points& points) {
+                       return points.size() < 2 ? rxVector<2>(1e9, 1e12) : spread(random);
+                   }});
     all.push_back({"oneFarPoint", [spread](Random& random, const Points& points) {
                        return points.empty() ? rxVector<2>(1e200, 0) : spread(random);
                    }});
@@ -194,6 +260,38 @@ TEST(NeighbourDistances, LargeSetsOfDoublesAreQuick) {
 
     twice.emplace_back(-0.25, 0.0);  // the only one without a double
     EXPECT_EQ(neighbourDistances(twice).smallestNearest, 0.25);
+}
+
+// All pairs of these would take a minute. Whole coordinates keep every distance that is expected
+// exact.
+TEST(NeighbourDistances, LargeDegenerateSetsAreQuick) {
+    constexpr int kSize = 100'000;
+    Points line;
+    Points oneFarPoint{rxVector<2>(-4e100, 3e100)};
+    Points twoFarClusters;
+    Points frame;
+    for (int k = 0; k < kSize; ++k) {
+        line.emplace_back(3.0 * k, -4.0 * k);
+        oneFarPoint.emplace_back(k % 300, k / 300);
+        twoFarClusters.emplace_back(k % 2 * 1e12 + k / 2 % 500, k / 1000);
+        frame.emplace_back(k % 4 < 2 ? k : k % 2 * kSize, k % 4 < 2 ? k % 2 * kSize : k);
+    }
+    EXPECT_EQ(neighbourDistances(line).smallestNearest, 5.0);
+    EXPECT_EQ(neighbourDistances(line).largestFarthest, 5.0 * (kSize - 1));
+    EXPECT_EQ(neighbourDistances(oneFarPoint).smallestNearest, 1.0);
+    EXPECT_EQ(neighbourDistances(oneFarPoint).largestFarthest,
+              std::sqrt(4e100 * 4e100 + 3e100 * 3e100));
+    EXPECT_EQ(neighbourDistances(twoFarClusters).smallestNearest, 1.0);
+    EXPECT_EQ(neighbourDistances(twoFarClusters).largestFarthest, 1e12 + 499);
+    EXPECT_GT(neighbourDistances(frame).largestFarthest, 1.41 * kSize);
+
+    Random random(22);
+    Points circle;
+    for (int k = 0; k < kSize; ++k) {
+        const double angle = uniform(random, 0, 2 * std::numbers::pi);
+        circle.emplace_back(std::cos(angle), std::sin(angle));
+    }
+    EXPECT_NEAR(neighbourDistances(circle).largestFarthest, 2.0, 1e-12);
 }
 
 }  // namespace
