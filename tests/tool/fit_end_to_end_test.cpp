@@ -26,10 +26,7 @@ class FitTool : public Tool {
   protected:
     Outcome fit(const std::vector<std::string>& options) const { return run("fit", options); }
     std::string refusal(const std::vector<std::string>& options) const {
-        const Outcome outcome = fit(options);
-        EXPECT_EQ(outcome.exitCode, 2);
-        EXPECT_EQ(outcome.out, "");
-        return outcome.err;
+        return refusalBy("fit", options);
     }
 };
 

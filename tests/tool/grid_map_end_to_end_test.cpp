@@ -30,10 +30,7 @@ class GridMapTool : public Tool {
         return run("grid-map", options);
     }
     std::string refusal(const std::vector<std::string>& options) const {
-        const Outcome outcome = gridMap(options);
-        EXPECT_EQ(outcome.exitCode, 2);
-        EXPECT_EQ(outcome.out, "");
-        return outcome.err;
+        return refusalBy("grid-map", options);
     }
 };
 

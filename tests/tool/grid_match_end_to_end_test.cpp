@@ -62,10 +62,7 @@ class GridMatchTool : public Tool {
         return json::parse(gridMatch(options).out);
     }
     std::string refusal(const std::vector<std::string>& options) const {
-        const Outcome outcome = gridMatch(options);
-        EXPECT_EQ(outcome.exitCode, 2);
-        EXPECT_EQ(outcome.out, "");
-        return outcome.err;
+        return refusalBy("grid-match", options);
     }
 };
 

@@ -79,6 +79,13 @@ class Tool : public testing::Test {
         options.insert(options.begin(), {PTMATCH_TOOL, name});
         return runProgram(options);
     }
+    // What a command says that is used wrongly.
+    std::string refusalBy(const std::string& name, const std::vector<std::string>& options) const {
+        const Outcome outcome = run(name, options);
+        EXPECT_EQ(outcome.exitCode, 2);
+        EXPECT_EQ(outcome.out, "");
+        return outcome.err;
+    }
     Outcome match(const std::vector<std::string>& options) const { return run("match", options); }
     // Interrupts the program as soon as it is ready for it, and waits for its end.
     Outcome interrupt(std::vector<std::string> options) const {
