@@ -8,7 +8,6 @@
 #include "fit_picture.h"
 #include "fit_report.h"
 #include "fit_table.h"
-#include "fit_warnings.h"
 #include "input_error.h"
 #include "interrupt_guard.h"
 #include "number_text.h"
@@ -25,7 +24,7 @@ void noteWarnings(const FitReport& report, std::ostream& notes) {
         notes << "ptmatch: note: " << report.traits().name
               << " is a model of the plane: the columns az and bz are not used" << std::endl;
     }
-    for (const FitWarning& warning : warningsFor(report)) {
+    for (const FitWarning& warning : report.warnings) {
         notes << "ptmatch: warning: " << warning.message << std::endl;
     }
 }

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <optional>
 
-#include "fit_warnings.h"
 #include "json_parts.h"
 #include "matrix_parts.h"
 
@@ -81,7 +80,7 @@ Json residualsJson(const FitReport& report) {
 
 Json warningsJson(const FitReport& report) {
     Json json = Json::array();
-    for (const FitWarning& warning : warningsFor(report)) {
+    for (const FitWarning& warning : report.warnings) {
         json.push_back({{"kind", warning.kind}, {"message", warning.message}});
     }
     return json;

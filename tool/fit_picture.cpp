@@ -112,7 +112,7 @@ void writeFigures(Panel& panel, const FitReport& report) {
     panel.figure("of pair", std::to_string(residual.worst + 1));
     panel.figure("in line", std::to_string(report.pairs.lines[residual.worst]));
     panel.figure("error of a pair", error ? significantText(*error, 4) : "?");
-    panel.figure("warnings", std::to_string(warningsFor(report).size()));
+    panel.figure("warnings", std::to_string(report.warnings.size()));
 }
 
 void writeLegend(SvgCanvas& canvas, Panel& panel, const Scene& scene) {

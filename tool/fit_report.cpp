@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "fit_warnings.h"
 #include "foundation/exception.h"
 #include "input_error.h"
 #include "number_text.h"
@@ -163,6 +164,7 @@ FitReport reportOnFit(FitModel model, PairTable pairs, const std::string& pairsF
     }
     report.strength = strengthOf(traits, report.pairs.a, report.fitted.bFromA);
     report.strengthBack = strengthOf(traits, report.pairs.b, report.fitted.aFromB);
+    report.warnings = warningsFor(report);
     return report;
 }
 

@@ -13,6 +13,15 @@
 
 namespace ptmatch::tool {
 
+/// A reason not to trust a fit.
+struct FitWarning {
+    /// A word for programs: "fewest_pairs", "weak_geometry", "weak_inverse", "decisive_pairs",
+    /// "large_residuals", "other_scale", "outlier" or "horizon".
+    std::string kind;
+    /// One line for people.
+    std::string message;
+};
+
 /// Everything that the table, the JSON text, the CSV text and the picture of a fit are made from.
 struct FitReport {
     std::string pairsFile;
@@ -24,6 +33,8 @@ struct FitReport {
     /// How firmly the points a hold the transform, and the points b its inverse.
     FitStrength strength;
     FitStrength strengthBack;
+    /// As warningsFor.
+    std::vector<FitWarning> warnings;
 
     const FitModelTraits& traits() const { return traitsOf(model); }
     /// How many pairs there are, identical ones counted once.

@@ -1,20 +1,10 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "fit_report.h"
 
 namespace ptmatch::tool {
-
-/// A reason not to trust a fit.
-struct FitWarning {
-    /// A word for programs: "fewest_pairs", "weak_geometry", "weak_inverse", "decisive_pairs",
-    /// "large_residuals", "other_scale", "outlier" or "horizon".
-    std::string kind;
-    /// One line for people.
-    std::string message;
-};
 
 /// From which on the arrangement of the points counts as weak: errors of the pairs grow by this
 /// within the circle or sphere around the points.
@@ -32,7 +22,8 @@ constexpr double kLargeResidual = 0.5;
 /// points are as thin as that, however few they are.
 constexpr double kNearlyFlat = 0.1;
 
-/// All that speaks against the fit, the gravest first.
+/// All that speaks against the fit, the gravest first. What the report itself holds of them is not
+/// read.
 std::vector<FitWarning> warningsFor(const FitReport& report);
 
 }  // namespace ptmatch::tool

@@ -20,7 +20,7 @@ Coordinates same(const Coordinates& p) {
 }
 
 std::vector<FitWarning> warnings(FitModel model, const PairTable& pairs) {
-    return warningsFor(reportOnFit(model, pairs, "p.csv"));
+    return reportOnFit(model, pairs, "p.csv").warnings;
 }
 
 std::vector<std::string> kinds(FitModel model, const PairTable& pairs) {
