@@ -4,6 +4,7 @@
 //     ptmatch_peers                             # all that was built, every row
 //     ptmatch_peers --only ptmatch,pairs        # these alone
 //     ptmatch_peers --points 50,100 --scenes 8  # rows of these sizes, fewer scenes each
+//     ptmatch_peers --absent yes                # data of other models: right is to find nothing
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
@@ -41,6 +42,7 @@ struct Options {
     std::vector<double> kept = {0.9, 0.7, 0.5};
     long numScenes = 24;
     long maxSeconds = 2;
+    bool isAbsent = false;
     std::string python = "/usr/bin/python3";
     std::string script = PTMATCH_PEERS_SCRIPT;
 
@@ -96,7 +98,9 @@ Outcome findInRounds(Contender& contender, const Points& data) {
     return outcome;
 }
 
-bool isRight(const Outcome& outcome, const Scene& scene, const SceneKind& kind, bool isForeign) {
+bool isRight(const Outcome& outcome, const Scene& scene, const SceneKind& kind, bool isForeign,
+             bool isAbsent) {
+    if (isAbsent) return outcome.hasEnded && !outcome.hasPose;
     if (!outcome.hasPose) return false;
     const Similarity pose = isForeign ? polished(outcome.pose, scene, kind) : outcome.pose;
     return poseError(pose, scene) <= toleranceOf(kind);
@@ -109,7 +113,7 @@ void runScene(Contender& contender, const Scene& scene, const SceneKind& kind,
         const Outcome outcome =
             runIsolated([&] { contender.train(scene.model, kind); },
                         [&] { return findInRounds(contender, scene.data); }, options.maxSeconds);
-        tally.add(outcome, isRight(outcome, scene, kind, true));
+        tally.add(outcome, isRight(outcome, scene, kind, true, options.isAbsent));
         const std::size_t numTried = tally.seconds.size();
         tally.isGivenUp = numTried >= (tally.numRight == 0 ? kScenesToGiveUp : kForeignScenes);
         return;
@@ -118,7 +122,7 @@ void runScene(Contender& contender, const Scene& scene, const SceneKind& kind,
     contender.train(scene.model, kind);
     tally.trainingSeconds.push_back(processorSeconds() - start);
     const Outcome outcome = findInRounds(contender, scene.data);
-    tally.add(outcome, isRight(outcome, scene, kind, false));
+    tally.add(outcome, isRight(outcome, scene, kind, false, options.isAbsent));
 }
 
 std::string cellOf(const Tally& tally) {
@@ -127,6 +131,17 @@ std::string cellOf(const Tally& tally) {
     std::snprintf(text, sizeof text, "%ld/%zu  %.3g ms", tally.numRight, tally.seconds.size(),
                   1e3 * medianOf(tally.seconds));
     return text;
+}
+
+// A misspelt name would otherwise measure nothing, and say so to nobody.
+void requireKnown(const std::vector<std::string>& names,
+                  const std::vector<std::unique_ptr<Contender>>& all) {
+    for (const std::string& name : names) {
+        const bool isKnown = name == "astroalign" ||
+                             std::any_of(all.begin(), all.end(),
+                                         [&](const auto& one) { return one->name() == name; });
+        if (!isKnown) throw std::invalid_argument("no contender " + name + " was built");
+    }
 }
 
 std::vector<std::unique_ptr<Contender>> makeContenders(const Options& options) {
@@ -147,6 +162,7 @@ std::vector<std::unique_ptr<Contender>> makeContenders(const Options& options) {
 #else
     std::cout << "Left out: OpenCV (Ballard, Guil) was not found when this was built.\n";
 #endif
+    requireKnown(options.only, all);
     std::erase_if(all, [&](const auto& contender) { return !options.wants(contender->name()); });
     return all;
 }
@@ -199,7 +215,12 @@ class Comparison {
 
     void printRow(const SceneKind& kind) {
         std::vector<Scene> scenes;
-        for (long i = 0; i < options_.numScenes; ++i) scenes.push_back(makeScene(kind, i));
+        for (long i = 0; i < options_.numScenes; ++i) {
+            scenes.push_back(makeScene(kind, i));
+            // The data of a scene that shows another model.
+            if (options_.isAbsent)
+                scenes.back().data = makeScene(kind, i + options_.numScenes).data;
+        }
         std::vector<Tally> tallies(contenders_.size());
         for (const Scene& scene : scenes) {
             for (std::size_t c = 0; c < contenders_.size(); ++c) {
@@ -227,7 +248,7 @@ class Comparison {
             astroalign_.run(scenes, options_.maxSeconds, kScenesToGiveUp, kind);
         Tally tally;
         for (std::size_t i = 0; i < outcomes.size(); ++i) {
-            tally.add(outcomes[i], isRight(outcomes[i], scenes[i], kind, true));
+            tally.add(outcomes[i], isRight(outcomes[i], scenes[i], kind, true, options_.isAbsent));
         }
         return tally;
     }
@@ -263,6 +284,8 @@ Options parse(int argc, char** argv) {
             options.numScenes = std::stol(value);
         } else if (key == "--limit") {
             options.maxSeconds = std::stol(value);
+        } else if (key == "--absent") {
+            options.isAbsent = value == "yes";
         } else if (key == "--python") {
             options.python = value;
         } else {
@@ -281,7 +304,8 @@ int main(int argc, char** argv) {
         std::cout << "ptmatch " PTMATCH_BENCH_VERSION ", commit " PTMATCH_BENCH_COMMIT ", flags"
                   << PTMATCH_BENCH_FLAGS << "\n"
                   << "found/tried and median processor time of one thread; " << options.numScenes
-                  << " scenes a row, limit " << options.maxSeconds << " s a scene\n";
+                  << " scenes a row, limit " << options.maxSeconds << " s a scene"
+                  << (options.isAbsent ? "; the model is in none of them\n" : "\n");
         Comparison comparison(options);
         for (const bool isScaled : {false, true}) {
             for (const bool isFullTurn : {false, true}) comparison.printTable(isFullTurn, isScaled);
