@@ -1,12 +1,20 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "ptmatch/tile_extent.h"
 
 namespace ptmatch::detail {
+
+/// Blocks of a tile size, an index into kTileShapes, as BlockFlags numbers them.
+struct BlockList {
+    std::size_t shape = 0;
+    std::vector<std::uint32_t> indices;
+};
 
 /// Which blocks of a tile size may hold a vote to look for.
 class BlockFlags {
@@ -24,6 +32,7 @@ class BlockFlags {
 
     const TileExtent& extent() const { return extent_; }
     long numFlagged() const { return numFlagged_; }
+    bool isFull() const { return numFlagged_ == extent_.blocks(); }
 
     void clear() {
         flags_.assign(flags_.size(), 0);
@@ -36,6 +45,20 @@ class BlockFlags {
         flags_.assign(flags_.size(), 1);
         bands_.assign(bands_.size(), 1);
         numFlagged_ = extent_.blocks();
+    }
+
+    /// Flags these blocks alone.
+    void setOnly(std::span<const std::uint32_t> indices) {
+        clear();
+        for (const std::uint32_t i : indices) set(i / extent_.bands, i % extent_.bands);
+    }
+
+    /// The flagged blocks, in the order of their numbers.
+    void list(std::vector<std::uint32_t>& indices) const {
+        indices.clear();
+        for (std::size_t i = 0; i < flags_.size(); ++i) {
+            if (flags_[i] != 0) indices.push_back(static_cast<std::uint32_t>(i));
+        }
     }
 
     /// Blocks beyond the extent are ignored.

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "ptmatch/correspondence.h"
+#include "ptmatch/group_search.h"
 #include "ptmatch/label_image.h"
 #include "ptmatch/lattice_vote.h"
 #include "ptmatch/point_matcher_model.h"
@@ -35,11 +36,17 @@ void searchByImage_(std::span<const rxVector<2>> data, const rx_PointMatcherMode
     const LabelImage blocks(*grid, LabelImage::Extent::Block);
     {
         TranslationSearch search(*grid, model, *weights, *window);
+        GroupSearch groups(*grid, model, params, *weights, *window, search);
+        const OfferPeaks offerOverLattice = [&](double scale, double degrees, long threshold,
+                                                CoarseStore& to) {
+            groups.offerPeaks(scale, degrees, threshold, to);
+        };
+        voteOverLattice(model, params, sizes.gridSize, weights->minimumScore, offerOverLattice,
+                        coarse);
         const OfferPeaks offerPeaks = [&](double scale, double degrees, long threshold,
                                           CoarseStore& to) {
             search.offerPeaks(scale, degrees, threshold, to);
         };
-        voteOverLattice(model, params, sizes.gridSize, weights->minimumScore, offerPeaks, coarse);
         recentre(*grid, model, blocks, weights->minimumScore, offerPeaks, coarse, revoted);
     }
     const LabelImage points(*grid, LabelImage::Extent::Point);

@@ -1,9 +1,8 @@
 #include "ptmatch/mark_bitmap.h"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
-
-#include "ptmatch/block_pixels.h"
 
 namespace ptmatch::detail {
 namespace {
@@ -17,56 +16,90 @@ constexpr std::ptrdiff_t kMaxWordsOfCopy = 4096;
 // first time), in views of a block that are counted with shifts instead of without.
 constexpr std::int64_t kViewsPerWord = 150;
 
+// Cells before pixel 0 from which a window may reach it.
+std::int64_t cellsBefore(int log2Step, std::span<const long> reaches) {
+    const std::int64_t largest = *std::max_element(reaches.begin(), reaches.end());
+    const std::int64_t step = std::int64_t{1} << log2Step;
+    return 1 + ((2 * largest + step - 1) >> log2Step);
+}
+
 }  // namespace
 
-MarkBitmap::Layout::Layout(const TileShape& tile, long width, long height)
-    : columns(((width - 1) >> tile.log2Columns) + 2),
-      rows(((height - 1) >> tile.log2Rows) + 2),
+MarkBitmap::Layout::Layout(const TileShape& tile, long width, long height,
+                           std::span<const long> reaches)
+    : columnsBefore(cellsBefore(tile.log2Columns, reaches)),
+      rowsBefore(cellsBefore(tile.log2Rows, reaches)),
+      columns(((width - 1) >> tile.log2Columns) + 1 + columnsBefore),
+      rows(((height - 1) >> tile.log2Rows) + 1 + rowsBefore),
       stride(static_cast<std::ptrdiff_t>(rows) + kBlockRows - 1),
-      phaseSize(stride * (static_cast<std::ptrdiff_t>((columns + 63) / 64) + 1)) {
+      phaseSize(stride * (static_cast<std::ptrdiff_t>((columns + 63) / 64) + 1)),
+      layerSize(phaseSize * static_cast<std::ptrdiff_t>(tile.columns() * tile.rows())) {
     // The strip of zeros right of the last phase, and the rows of zeros below it.
-    const std::ptrdiff_t numPhases = static_cast<std::ptrdiff_t>(tile.columns() * tile.rows());
-    numWords = phaseSize * numPhases + stride + kBlockRows - 1;
+    numWords = layerSize * std::ssize(reaches) + stride + kBlockRows - 1;
 }
 
 bool MarkBitmap::Layout::allowsCopies() const {
     return numWords <= kMaxWordsOfCopy;
 }
 
-double MarkBitmap::maxBytes(const TileShape& tile, long width, long height) {
-    const Layout layout(tile, width, height);
+double MarkBitmap::maxBytes(const TileShape& tile, long width, long height,
+                            std::span<const long> reaches) {
+    const Layout layout(tile, width, height, reaches);
     // While the copies are made, the words stand beside them.
     const std::ptrdiff_t times = layout.allowsCopies() ? 1 + kNumShifts : 1;
     return static_cast<double>(times * layout.numWords) * sizeof(std::uint64_t);
 }
 
 MarkBitmap::MarkBitmap(const TileShape& tile, long width, long height,
-                       std::span<const rxPair<long>> pixels)
+                       std::span<const rxPair<long>> pixels, std::span<const long> reaches)
     : tile_(tile),
-      layout_(tile, width, height),
+      layout_(tile, width, height, reaches),
       words_(static_cast<std::size_t>(layout_.numWords)),
       viewsLeft_(layout_.allowsCopies() ? kViewsPerWord * layout_.numWords
-                                        : std::numeric_limits<std::int64_t>::max()) {
-    for (const rxPair<long>& pixel : pixels) {
-        const PixelSpan x = blockSpan(pixel.x(), width);
-        const PixelSpan y = blockSpan(pixel.y(), height);
-        if (x.isEmpty() || y.isEmpty()) continue;
-        for (long row = y.low - (tile.rows() - 1); row <= y.high; ++row) {
-            for (long column = x.low - (tile.columns() - 1); column <= x.high; ++column) {
-                mark_(column, row);
-            }
+                                        : std::numeric_limits<std::int64_t>::max()),
+      numPixels_(static_cast<double>(width) * static_cast<double>(height)) {
+    for (std::size_t layer = 0; layer < reaches.size(); ++layer) {
+        const long left = tile.columns() - 1 + 2 * reaches[layer];
+        const long up = tile.rows() - 1 + 2 * reaches[layer];
+        for (const rxPair<long>& pixel : pixels) {
+            const PixelSpan x = blockSpan(pixel.x(), width);
+            const PixelSpan y = blockSpan(pixel.y(), height);
+            if (x.isEmpty() || y.isEmpty()) continue;
+            markAround_({x.low - left, x.high}, {y.low - up, y.high}, layer);
         }
     }
-    const double numPixels = static_cast<double>(width) * static_cast<double>(height);
-    density_ = std::min(1.0, static_cast<double>(numMarks_) / numPixels);
 }
 
-void MarkBitmap::mark_(std::int64_t x, std::int64_t y) {
-    const Sight sight = sightFrom(x, y);
-    std::uint64_t& word = words_[static_cast<std::size_t>(firstWordOf_(sight))];
-    const std::uint64_t bit = std::uint64_t{1} << (sight.column & 63);
-    numMarks_ += (word & bit) == 0 ? 1 : 0;
-    word |= bit;
+// The pixels of one column phase in a row are cells side by side, and those of a row phase in a
+// column words side by side.
+void MarkBitmap::markAround_(const PixelSpan& columns, const PixelSpan& rows, std::size_t layer) {
+    const long lastColumn = std::min<long>(columns.high, columns.low + tile_.columns() - 1);
+    const long lastRow = std::min<long>(rows.high, rows.low + tile_.rows() - 1);
+    for (long x = columns.low; x <= lastColumn; ++x) {
+        const std::int64_t numColumns = ((columns.high - x) >> tile_.log2Columns) + 1;
+        for (long y = rows.low; y <= lastRow; ++y) {
+            const std::int64_t numRows = ((rows.high - y) >> tile_.log2Rows) + 1;
+            markCells_(sightFrom(x, y, layer), numColumns, numRows);
+        }
+    }
+}
+
+void MarkBitmap::markCells_(Sight first, std::int64_t numColumns, std::int64_t numRows) {
+    const std::int64_t end = first.column + numColumns;
+    while (first.column < end) {
+        const std::int64_t bit = first.column & 63;
+        const std::int64_t count = std::min<std::int64_t>(end - first.column, 64 - bit);
+        const std::uint64_t cells = (~std::uint64_t{0} >> (64 - count)) << bit;
+        std::uint64_t* const words = words_.data() + firstWordOf_(first);
+        for (std::int64_t row = 0; row < numRows; ++row) words[row] |= cells;
+        first.column += count;
+    }
+}
+
+double MarkBitmap::density() const {
+    std::int64_t numMarks = 0;
+    for (const std::uint64_t word : words_) numMarks += std::popcount(word);
+    return std::min(1.0, static_cast<double>(numMarks) / numPixels_);
 }
 
 void MarkBitmap::addUse(std::int64_t numViews) {

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 #include "foundation/vector.h"
+#include "ptmatch/block_pixels.h"
 #include "ptmatch/tile_extent.h"
 #include "ptmatch/vote_kernel.h"
 
@@ -14,6 +16,10 @@ namespace ptmatch::detail {
 /// The marks of a search image, one bit each, laid out for vote kernels: a mark for each pixel of
 /// the 3 x 3 blocks around the data points' pixels, or, for tiles of several translations, for each
 /// pixel from which a window of the tile's size to the right and below meets such a block.
+///
+/// Points whose pixels are known but for a few pixels need larger windows. A bitmap may have
+/// several layers, for points of several reaches: the windows of a layer are larger than the tile
+/// by its reach on each side.
 ///
 /// A step of one tile is several pixels, so pixels of the same position modulo the tile stand side
 /// by side: for tiles of u x v the bitmap consists of u v phases, each with the cells
@@ -28,33 +34,40 @@ namespace ptmatch::detail {
 ///     | 0   0 | 1  1  0 | 0  1  1 | 0   0 |  rows() rows
 ///     +-------+---------+---------+-------+
 ///
-/// Cells of i = -1 and j = -1 exist as well: windows that begin outside may reach inside.
+/// Cells of i = -1 and j = -1 exist as well, and more of them where windows are larger than tiles:
+/// windows that begin outside may reach inside. Layers follow one another like phases.
 class MarkBitmap {
   public:
     /// What a bitmap takes at most: with copies, where it is small enough for them.
-    static double maxBytes(const TileShape& tile, long width, long height);
+    static double maxBytes(const TileShape& tile, long width, long height,
+                           std::span<const long> reaches = kNoReach);
 
-    /// @param tile    1 x 1 for the marks themselves.
-    /// @param pixels  the data points' pixels; parts of blocks outside width x height are cut.
-    /// Cost O(size of the image / 8 + data (u + 2) (v + 2)).
-    MarkBitmap(const TileShape& tile, long width, long height,
-               std::span<const rxPair<long>> pixels);
+    /// @param tile     1 x 1 for the marks themselves.
+    /// @param pixels   the data points' pixels; parts of blocks outside width x height are cut.
+    /// @param reaches  one for each layer, 0 or more.
+    /// Cost O(layers x size of the image / 8 + data u (v + 2)), for windows that are larger than a
+    /// tile in proportion.
+    MarkBitmap(const TileShape& tile, long width, long height, std::span<const rxPair<long>> pixels,
+               std::span<const long> reaches = kNoReach);
 
-    /// What part of the pixels of the image is marked, at most 1.
-    double density() const { return density_; }
+    /// What part of the pixels of the image is marked, at most 1: of a bitmap of one layer for
+    /// single translations, before it has copies. Counts them all.
+    double density() const;
 
-    /// Where a point that lies on pixel (x, y) for the first tile finds its marks.
+    /// Where a point finds its marks whose window begins at pixel (x, y) for the first tile.
     struct Sight {
         std::int64_t column;   ///< in its phase
         std::int64_t row;      ///< likewise
         std::ptrdiff_t phase;  ///< first word of the phase
     };
-    Sight sightFrom(std::int64_t x, std::int64_t y) const {
+    Sight sightFrom(std::int64_t x, std::int64_t y, std::size_t layer = 0) const {
         const std::int64_t a = x & (tile_.columns() - 1);
         const std::int64_t b = y & (tile_.rows() - 1);
         const std::int64_t phase = (b << tile_.log2Columns) + a;
-        return {(x >> tile_.log2Columns) + 1, (y >> tile_.log2Rows) + 1,
-                static_cast<std::ptrdiff_t>(phase) * layout_.phaseSize};
+        return {(x >> tile_.log2Columns) + layout_.columnsBefore,
+                (y >> tile_.log2Rows) + layout_.rowsBefore,
+                static_cast<std::ptrdiff_t>(phase) * layout_.phaseSize +
+                    static_cast<std::ptrdiff_t>(layer) * layout_.layerSize};
     }
 
     /// Whether a block that begins at a column contains a cell of the phase. One that begins at a
@@ -83,15 +96,21 @@ class MarkBitmap {
     void addUse(std::int64_t numViews);
 
   private:
+    /// The reaches of a bitmap whose points are where they seem to be.
+    static constexpr std::array<long, 1> kNoReach{0};
+
     /// Sizes of a bitmap: cells of a phase, and words.
     struct Layout {
+        std::int64_t columnsBefore;  // cells that lie before pixel 0
+        std::int64_t rowsBefore;
         std::int64_t columns;
         std::int64_t rows;
         std::ptrdiff_t stride;
         std::ptrdiff_t phaseSize;
+        std::ptrdiff_t layerSize;
         std::ptrdiff_t numWords;
 
-        Layout(const TileShape& tile, long width, long height);
+        Layout(const TileShape& tile, long width, long height, std::span<const long> reaches);
         bool allowsCopies() const;
     };
 
@@ -100,7 +119,8 @@ class MarkBitmap {
         return sight.phase + static_cast<std::ptrdiff_t>((sight.column >> 6) + 1) * layout_.stride +
                static_cast<std::ptrdiff_t>(sight.row) + kBlockRows - 1;
     }
-    void mark_(std::int64_t x, std::int64_t y);
+    void markAround_(const PixelSpan& columns, const PixelSpan& rows, std::size_t layer);
+    void markCells_(Sight first, std::int64_t numColumns, std::int64_t numRows);
     void spread_();
 
     TileShape tile_;
@@ -109,8 +129,7 @@ class MarkBitmap {
     std::uint64_t shiftMask_ = 63;  // 0 when the copies take the place of shifts
     std::vector<std::uint64_t> words_;
     std::int64_t viewsLeft_;  // to be counted before copies pay
-    std::int64_t numMarks_ = 0;
-    double density_ = 0.0;
+    double numPixels_;
 };
 
 }  // namespace ptmatch::detail

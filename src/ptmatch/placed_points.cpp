@@ -41,6 +41,7 @@ void addDigits(const PlacedPoint& point, std::int32_t magnitude, PlacedPoints::D
 PlacedPoints::PlacedPoints(std::size_t numPoints, std::span<const std::int16_t> weights)
     : weights_(weights.begin(), weights.end()),
       isWeighted_(!weights.empty()),
+      layers_(numPoints),
       points_(numPoints),
       sorted_(numPoints),
       numInBucket_(kNumBuckets) {
@@ -49,11 +50,15 @@ PlacedPoints::PlacedPoints(std::size_t numPoints, std::span<const std::int16_t> 
     negative_ = digitsFor(weights_, -1);
 }
 
+void PlacedPoints::setLayers(std::span<const std::size_t> layers) {
+    layers_.assign(layers.begin(), layers.end());
+}
+
 void PlacedPoints::place(std::span<const rxPair<long>> modelPixels,
                          const rxPair<long>& firstTranslation) {
     for (std::size_t i = 0; i < modelPixels.size(); ++i) {
         points_[i] = {{std::int64_t{firstTranslation.x()} + modelPixels[i].x(),
-                       std::int64_t{firstTranslation.y()} + modelPixels[i].y()},
+                       std::int64_t{firstTranslation.y()} + modelPixels[i].y(), layers_[i]},
                       weights_[i]};
     }
     if (points_.size() <= kFewPoints) {

@@ -13,6 +13,7 @@ namespace ptmatch::detail {
 struct PlacedPoint {
     std::int64_t x;
     std::int64_t y;
+    std::size_t layer;  ///< of the marks that it looks at
 };
 
 /// The model points of one lattice point, as votes are counted: by the binary digits of their
@@ -22,6 +23,9 @@ class PlacedPoints {
   public:
     /// @param weights  one per model point, or empty: each counts 1.
     PlacedPoints(std::size_t numPoints, std::span<const std::int16_t> weights);
+
+    /// Which layer of the marks each point looks at; the first one unless this is called.
+    void setLayers(std::span<const std::size_t> layers);
 
     /// Takes the pixels of the model points at a new lattice point.
     void place(std::span<const rxPair<long>> modelPixels, const rxPair<long>& firstTranslation);
@@ -45,6 +49,7 @@ class PlacedPoints {
 
     std::vector<std::int32_t> weights_;  // all 1 without weights
     bool isWeighted_;
+    std::vector<std::size_t> layers_;
     std::vector<Weighed> points_;
     std::vector<Weighed> sorted_;  // the same from top to bottom
     std::vector<std::uint32_t> numInBucket_;

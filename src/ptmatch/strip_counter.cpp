@@ -24,7 +24,7 @@ void StripCounter::prepare(const MarkBitmap& bitmap, const PlacedPoints::Digits&
     digitEnds_.clear();
     for (const std::vector<PlacedPoint>& ofDigit : points) {
         for (const PlacedPoint& point : ofDigit) {
-            const MarkBitmap::Sight sight = bitmap.sightFrom(point.x, point.y);
+            const MarkBitmap::Sight sight = bitmap.sightFrom(point.x, point.y, point.layer);
             watchers_.push_back({bitmap.view(sight), sight.column, sight.row});
         }
         digitEnds_.push_back(watchers_.size());

@@ -28,6 +28,13 @@ inline constexpr std::array<TileShape, 6> kTileShapes{{
     {4, 4, 3},  // 16 x 16
 }};
 
+/// Tiles of a shape that a block of the next smaller ones covers.
+constexpr double tilesPerBlockOfNext(const TileShape& tile) {
+    const TileShape& part = kTileShapes[tile.next];
+    return 64.0 * kBlockRows * static_cast<double>(part.columns() * part.rows()) /
+           static_cast<double>(tile.columns() * tile.rows());
+}
+
 /// A choice among kTileShapes.
 using TileSet = std::array<bool, kTileShapes.size()>;
 

@@ -6,6 +6,7 @@
 #include "foundation/assertion.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/search_memory.h"
+#include "ptmatch/tile_bounds.h"
 #include "ptmatch/vote_kernel_choice.h"
 
 namespace ptmatch::detail {
@@ -60,61 +61,39 @@ BlockFlags& TranslationSearch::flags_(std::size_t shape) {
 void TranslationSearch::offerPeaks(double scale, double rotationDegrees, long threshold,
                                    CoarseStore& store) {
     if (!canVote_) return;
+    place_(scale, rotationDegrees);
+    const std::size_t shape = planner_.shapeFor(threshold);
+    flags_(shape).setAll();
+    descend_(shape, threshold);
+    harvest_(scale, rotationDegrees, threshold, store);
+}
+
+void TranslationSearch::offerPeaksWithin(const BlockList& blocks, double scale,
+                                         double rotationDegrees, long threshold,
+                                         CoarseStore& store) {
+    if (!canVote_) return;
+    place_(scale, rotationDegrees);
+    flags_(blocks.shape).setOnly(blocks.indices);
+    descend_(blocks.shape, threshold);
+    harvest_(scale, rotationDegrees, threshold, store);
+}
+
+void TranslationSearch::place_(double scale, double rotationDegrees) {
     modelPixels(grid_, model_, scale, rotationDegrees, modelPixels_);
     points_.place(modelPixels_, window_.ul());
-    descend_(planner_.shapeFor(threshold), threshold);
-    harvest_(scale, rotationDegrees, threshold, store);
-    bitmap_(0).addUse(counter_.takeNumViews() + negativeCounter_.takeNumViews());
 }
 
-// From the largest tiles down to the translations that may reach the threshold, block by block.
+// From tiles of a shape, as far as they are flagged, down to the translations that may reach the
+// threshold, block by block.
 void TranslationSearch::descend_(std::size_t shape, long threshold) {
-    flags_(shape).setAll();
     for (; shape > 0; shape = kTileShapes[shape].next) {
-        boundTiles_(shape, threshold);
-        planner_.learn(shape, threshold, flags_(kTileShapes[shape].next).numFlagged());
-    }
-}
-
-// Bounds the flagged blocks of tiles, and flags the blocks of the next smaller ones in which a tile
-// reached the threshold.
-void TranslationSearch::boundTiles_(std::size_t shape, long threshold) {
-    MarkBitmap& bitmap = bitmap_(shape);
-    const BlockFlags& flags = flags_(shape);
-    BlockFlags& next = flags_(kTileShapes[shape].next);
-    next.clear();
-    const long bands = flags.extent().bands;
-    counter_.prepare(bitmap, points_.positive());
-    for (long strip = 0; strip < flags.extent().strips; ++strip) {
-        long band = flags.nextInStrip(strip, 0, bands);
-        if (band == bands) continue;
-        counter_.aimAt(strip);
-        for (; band < bands; band = flags.nextInStrip(strip, band + 1, bands)) {
-            if (counter_.count(band, threshold)) flagSurvivors_(shape, strip, band, next);
-        }
-    }
-    bitmap.addUse(counter_.takeNumViews());
-}
-
-// A block of tiles covers several blocks of the next smaller ones, side by side and one below the
-// other.
-void TranslationSearch::flagSurvivors_(std::size_t shape, long strip, long band,
-                                       BlockFlags& next) const {
-    const TileShape& tile = kTileShapes[shape];
-    const TileShape& part = kTileShapes[tile.next];
-    const int log2Across = tile.log2Columns - part.log2Columns;
-    const int log2Down = tile.log2Rows - part.log2Rows;
-    const int columns = 64 >> log2Across;
-    const int rows = kBlockRows >> log2Down;
-    const std::uint64_t first = ~std::uint64_t{0} >> (64 - columns);
-    for (int row = 0; row < kBlockRows; row += rows) {
-        std::uint64_t survivors = 0;
-        for (int r = row; r < row + rows; ++r) survivors |= counter_.survivors(r);
-        for (long i = 0; i < (1L << log2Across); ++i) {
-            if (((survivors >> (i * columns)) & first) != 0) {
-                next.set((strip << log2Across) + i, (band << log2Down) + row / rows);
-            }
-        }
+        const BlockFlags& flags = flags_(shape);
+        BlockFlags& next = flags_(kTileShapes[shape].next);
+        MarkBitmap& bitmap = bitmap_(shape);
+        counter_.prepare(bitmap, points_.positive());
+        boundTiles(kTileShapes[shape], flags, threshold, counter_, next);
+        bitmap.addUse(counter_.takeNumViews());
+        if (flags.isFull()) planner_.learn(shape, threshold, next.numFlagged());
     }
 }
 
@@ -152,6 +131,7 @@ void TranslationSearch::harvest_(double scale, double rotationDegrees, long thre
         // Rows that wait for the next ones have to meet them, flagged or not.
         band = rows_.hasVotes() ? end : flags.nextBand(end, bands);
     }
+    bitmap_(0).addUse(counter_.takeNumViews() + negativeCounter_.takeNumViews());
 }
 
 void TranslationSearch::countPart_(long firstBand, long endBand, long threshold) {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "foundation/vector.h"
@@ -61,12 +62,20 @@ class TranslationSearch {
     /// the first call, marks and flags of a tile size) and, once, copies of the marks.
     void offerPeaks(double scale, double rotationDegrees, long threshold, CoarseStore& store);
 
+    /// The same, when it is known that only some translations can reach the threshold.
+    void offerPeaksWithin(const BlockList& blocks, double scale, double rotationDegrees,
+                          long threshold, CoarseStore& store);
+
+    /// Pixels of the data points, in their order.
+    std::span<const rxPair<long>> dataPixels() const { return dataPixels_; }
+
+    const VotePlanner& planner() const { return planner_; }
+
   private:
     MarkBitmap& bitmap_(std::size_t shape);
     BlockFlags& flags_(std::size_t shape);
+    void place_(double scale, double rotationDegrees);
     void descend_(std::size_t shape, long threshold);
-    void boundTiles_(std::size_t shape, long threshold);
-    void flagSurvivors_(std::size_t shape, long strip, long band, BlockFlags& next) const;
     void harvest_(double scale, double rotationDegrees, long threshold, CoarseStore& store);
     void countPart_(long firstBand, long endBand, long threshold);
     void enterSurvivors_(long strip, long band, long firstBand, long threshold);

@@ -3,7 +3,9 @@
 #include <array>
 #include <cstddef>
 
+#include "ptmatch/survival_record.h"
 #include "ptmatch/tile_extent.h"
+#include "ptmatch/vote_estimates.h"
 #include "ptmatch/vote_weights.h"
 
 namespace ptmatch::detail {
@@ -30,35 +32,34 @@ class VotePlanner {
     /// Tells how many blocks of the next shape held survivors of tiles of this shape.
     void learn(std::size_t shape, long threshold, long numBlocks);
 
+    /// The cost of searching so many blocks of a shape, in points counted for a block.
+    double costOf(std::size_t shape, double blocks, long threshold) const;
+
+    /// The cost of a lattice point, searched in the best way.
+    double lowestCost(long threshold) const;
+
+    /// What it was built on.
+    const VoteEstimates& estimates() const { return estimates_; }
+
   private:
     struct Level {
         std::size_t shape = 0;
         TileExtent extent;
         bool isAllowed = false;
         bool wasChosen = false;
-        double density = 0.0;     // of the marks that a tile of this shape sees
-        double correction = 1.0;  // survivors found, as a multiple of the estimate
-        // Since the last decision: sums over the lattice points that began with or came to it.
-        double numUses = 0.0;
-        double estimates = 0.0;
-        double blocksFound = 0.0;
+        double density = 0.0;   // of the marks that a tile of this shape sees
+        SurvivalRecord record;  // of the lattice points that began with this shape or came to it
     };
 
-    double estimate_(const Level& level, long threshold) const;
-    double blocksLeft_(const Level& level, long threshold) const;
-    double viewsCounted_(const Level& level, long threshold) const;
-    double sweepCost_(const Level& level, double blocks, long threshold) const;
+    double blocksLeft_(const Level& level, double blocks, long threshold) const;
     double cost_(const Level& level, long threshold) const;
     void decide_(long threshold);
-    void correct_(Level& level);
 
+    VoteEstimates estimates_;
     std::array<Level, kTileShapes.size()> levels_;
-    double viewsPerBlock_ = 0.0;
-    double numPoints_ = 0.0;    // of equal weight that vary as much as the model's
-    double pointWeight_ = 1.0;  // of one of them
-    std::size_t shape_ = 0;     // the last decision
-    long threshold_ = -1;       // which it was made for
-    long lookupsLeft_ = 0;      // until it is thought over
+    std::size_t shape_ = 0;  // the last decision
+    long threshold_ = -1;    // which it was made for
+    long lookupsLeft_ = 0;   // until it is thought over
 };
 
 /// For tests: all planners choose this shape from now on, an index into kTileShapes; -1 gives the

@@ -48,12 +48,13 @@ class Marks {
         }
     }
 
-    /// Whether a tile whose first translation brings a point onto (x, y) can bring it onto a mark.
-    bool meets(const TileShape& tile, long x, long y) {
+    /// Whether a tile whose first translation brings a point onto (x, y) can bring it onto a mark;
+    /// or, with a reach, some pixel of the window that is larger by it on each side.
+    bool meets(const TileShape& tile, long x, long y, long reach = 0) {
         const long left = std::clamp(x, 0L, width_);
-        const long right = std::clamp(x + tile.columns(), 0L, width_);
+        const long right = std::clamp(x + tile.columns() + 2 * reach, 0L, width_);
         const long top = std::clamp(y, 0L, height_);
-        const long bottom = std::clamp(y + tile.rows(), 0L, height_);
+        const long bottom = std::clamp(y + tile.rows() + 2 * reach, 0L, height_);
         return sum_(right, bottom) - sum_(left, bottom) - sum_(right, top) + sum_(left, top) > 0;
     }
 
@@ -76,20 +77,21 @@ bool seen(const MarkBitmap& bitmap, const MarkView& view, unsigned column, int r
 
 // Every block that meets the bitmap, cell by cell.
 void expectShowsMarks(const MarkBitmap& bitmap, const Picture& picture, const TileShape& tile,
-                      std::mt19937& random) {
+                      std::mt19937& random, std::size_t layer = 0, long reach = 0) {
     Marks marks(picture);
     for (int i = 0; i < 40; ++i) {
         const long x = static_cast<long>(random()) % (picture.width + 2 * 64 * tile.columns()) -
                        64 * tile.columns();
         const long y =
             static_cast<long>(random()) % (picture.height + 2 * 8 * tile.rows()) - 8 * tile.rows();
-        const MarkBitmap::Sight sight = bitmap.sightFrom(x, y);
+        const MarkBitmap::Sight sight = bitmap.sightFrom(x, y, layer);
         const bool isReadable = bitmap.meetsColumns(sight.column) && sight.row > -kBlockRows &&
                                 sight.row < bitmap.rows();
         for (int row = 0; row < kBlockRows; ++row) {
             for (unsigned column = 0; column < 64; ++column) {
-                const bool expected = marks.meets(
-                    tile, x + static_cast<long>(column) * tile.columns(), y + row * tile.rows());
+                const bool expected =
+                    marks.meets(tile, x + static_cast<long>(column) * tile.columns(),
+                                y + row * tile.rows(), reach);
                 const bool actual = isReadable && seen(bitmap, bitmap.view(sight), column, row);
                 ASSERT_EQ(actual, expected)
                     << "from " << x << ", " << y << " column " << column << " row " << row;
@@ -127,6 +129,26 @@ TEST(MarkBitmap, CopiesForAllShiftsShowTheSame) {
         }
     }
     EXPECT_GT(numSpread, 20);
+}
+
+TEST(MarkBitmap, LayersShowWindowsThatAreLargerThanTiles) {
+    std::mt19937 random(24);
+    for (int round = 0; round < 6; ++round) {
+        const Picture picture = randomPicture(random);
+        const std::vector<long> reaches{1 + round, 5, 40 * (round / 4)};
+        for (const TileShape& tile : kTileShapes) {
+            MarkBitmap bitmap(tile, picture.width, picture.height, picture.pixels, reaches);
+            for (const bool hasCopies : {false, true}) {
+                if (hasCopies) bitmap.addUse(1'000'000'000);
+                for (std::size_t layer = 0; layer < reaches.size(); ++layer) {
+                    SCOPED_TRACE(testing::Message()
+                                 << "round " << round << ", tile " << tile.columns() << " x "
+                                 << tile.rows() << ", reach " << reaches[layer]);
+                    expectShowsMarks(bitmap, picture, tile, random, layer, reaches[layer]);
+                }
+            }
+        }
+    }
 }
 
 TEST(MarkBitmap, OverlappingBlocksCountOnceInTheDensity) {

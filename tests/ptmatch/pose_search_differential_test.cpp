@@ -5,6 +5,7 @@
 #include <string>
 
 #include "foundation/attention.h"
+#include "ptmatch/group_planner.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/same_bits.h"
 #include "ptmatch/vote_kernel_choice.h"
@@ -14,8 +15,9 @@
 #include "reference/reference_run.h"
 
 // The matcher against the plain reference, on thousands of random problems: every result, in its
-// order, to the last bit, whichever vote kernel counts and whatever tiles the search begins with.
-// PTMATCH_DIFFERENTIAL_CASES sets the number of problems of each kind; 2200 make 100,000 problems.
+// order, to the last bit, whichever vote kernel counts, whatever tiles the search begins with,
+// whatever lattice points are bounded together. PTMATCH_DIFFERENTIAL_CASES sets the number of
+// problems of each kind; 2200 make 100,000 problems.
 namespace {
 
 using ptmatch::reference::Problem;
@@ -82,14 +84,16 @@ void compareRun(const rxPointMatcher& matcher, const Problem& problem, const Run
     EXPECT_EQ(actual.time() > 0.0, expected.isTimed);
 }
 
-/// Lets searches use one kernel and begin with one shape of tiles.
+/// Lets searches use one kernel, begin with one shape of tiles and bound one shape of groups.
 class ForcedSearch {
   public:
-    ForcedSearch(const char* kernel, int shape) {
+    ForcedSearch(const char* kernel, int tiles, int groups) {
         ptmatch::detail::forceVoteKernel(kernel);
-        ptmatch::detail::forceTileShape(shape);
+        ptmatch::detail::forceTileShape(tiles);
+        ptmatch::detail::forceGroupShape(groups);
     }
     ~ForcedSearch() {
+        ptmatch::detail::forceGroupShape(ptmatch::detail::kPlannedGroups);
         ptmatch::detail::forceVoteKernel("");
         ptmatch::detail::forceTileShape(-1);
     }
@@ -97,16 +101,21 @@ class ForcedSearch {
     ForcedSearch& operator=(const ForcedSearch&) = delete;
 };
 
-/// Every kernel, each with the planner's choice of tiles and with another one forced.
+/// Every kernel, each with the planners' choices and with others forced.
 void compareSearches(const Problem& problem, const RunReport& expected, long round) {
+    using namespace ptmatch::detail;
     const rxPointMatcher matcher = trainedOn(problem, rxPointMatcherDefs::eAutoDetect);
-    for (const ptmatch::detail::VoteKernel* kernel : ptmatch::detail::voteKernels()) {
-        const int numShapes = static_cast<int>(ptmatch::detail::kTileShapes.size());
-        for (const int shape : {-1, static_cast<int>(round++ % numShapes)}) {
-            SCOPED_TRACE(testing::Message() << kernel->name << ", tile shape " << shape);
-            const ForcedSearch forced(kernel->name, shape);
-            compareRun(matcher, problem, expected);
-        }
+    const auto compare = [&](const VoteKernel& kernel, int tiles, int groups) {
+        SCOPED_TRACE(testing::Message()
+                     << kernel.name << ", tile shape " << tiles << ", group shape " << groups);
+        const ForcedSearch forced(kernel.name, tiles, groups);
+        compareRun(matcher, problem, expected);
+    };
+    for (const VoteKernel* kernel : voteKernels()) {
+        ++round;
+        compare(*kernel, -1, kPlannedGroups);
+        compare(*kernel, static_cast<int>(round % std::ssize(kTileShapes)), kNoGroups);
+        compare(*kernel, -1, static_cast<int>(round * 7 % std::ssize(kGroupShapes)));
     }
 }
 

@@ -9,11 +9,10 @@
 #include "ptmatch/lattice_vote.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/ppmatch.h"
+#include "ptmatch/search_task.h"
 #include "ptmatch/vote_kernel_choice.h"
 #include "ptmatch/vote_planner.h"
 #include "reference/random_problems.h"
-#include "reference/reference_model.h"
-#include "reference/reference_search.h"
 #include "support/allocation_meter.h"
 
 // The candidates of the first vote against those of the plain reference, on images of many strips
@@ -21,86 +20,24 @@
 namespace {
 
 using namespace ptmatch::detail;
-namespace reference = ptmatch::reference;
-using reference::Random;
+using ptmatch::reference::Random;
 
-struct Task {
-    std::vector<rxVector<2>> model;
-    std::vector<long> weights;
-    std::vector<rxVector<2>> data;
-    rxPointMatcherRunParams params;
-    long capacity = 8;
-};
+using ptmatch::testing::addWeights;
+using ptmatch::testing::Expected;
+using ptmatch::testing::expectedOf;
+using ptmatch::testing::PreparedTask;
+using ptmatch::testing::randomTask;
+using ptmatch::testing::Task;
 
-/// An image of about width x height pixels of size 1.
-Task randomTask(Random& random, double width, double height) {
-    Task task;
-    task.model = reference::spreadPoints(random, random.integer(6, 40), 0.6 * width, 3.0);
-    const rxXform<2> pose = reference::poseAbout({0.3 * width, 0.3 * width}, 2.0, 1.0,
-                                                 {random.uniform(0.0, 0.3 * width), 5.0});
-    for (const rxVector<2>& m : task.model) task.data.push_back(pose * m);
-    for (long i = random.integer(10, 120); i > 0; --i) {
-        task.data.emplace_back(random.uniform(0.0, width), random.uniform(0.0, height));
-    }
-    task.params.rotationUncertainty(
-        rxAngleRange(rxRadian(rxDegree(-0.5)), rxRadian(rxDegree(2.5)), false));
-    task.params.autoGridSize(false);
-    task.params.gridSize(1.0);
-    task.capacity = random.pick<long>({1, 3, 8, 8, 8, 300});
-    return task;
-}
-
-void addWeights(Random& random, long low, long high, Task& task) {
-    for (std::size_t i = 0; i < task.model.size(); ++i) {
-        task.weights.push_back(i < 2 ? high : random.integer(low, high));
-    }
-}
-
-/// What the plain reference keeps after a vote over the lattice.
-struct Expected {
-    long totalWeight;
-    std::vector<reference::CoarseList::Item> bestFirst;
-};
-
-Expected expectedOf(const Task& task, double minCoverage) {
-    const reference::Model model = reference::trainModel(task.model, task.weights);
-    const reference::SearchWorld world =
-        reference::prepareSearch(model, task.data, task.params, minCoverage, task.capacity);
-    long polls = 0;
-    return {model.totalWeight,
-            reference::searchLattice(model, world, task.params, polls).bestFirst()};
-}
-
-/// Compares the store with the reference's: scores, candidates and their order.
+/// The candidates of a search without groups.
 void expectSameCandidates(const Task& task, double minCoverage, const Expected& expected) {
-    rx_PointMatcherModel model;
-    if (task.weights.empty()) {
-        model.train(task.model);
-    } else {
-        model.train(task.model, task.weights, expected.totalWeight);
-    }
-    const SearchGrid grid = *makeSearchGrid(task.data, model, task.params.startPose(), 1.0);
-    const VoteWeights weights =
-        *makeVoteWeights(model.points().size(), model.weights(), minCoverage);
-    TranslationSearch search(grid, model, weights, *translationWindow(grid, model, task.params));
-    CoarseStore store(model.totalWeight(), task.capacity);
-    voteOverLattice(
-        model, task.params, 1.0, weights.minimumScore,
-        [&](double scale, double degrees, long threshold, CoarseStore& to) {
-            search.offerPeaks(scale, degrees, threshold, to);
-        },
-        store);
-
-    std::size_t i = 0;
-    for (long score = store.first(); score >= 0; score = store.next(), ++i) {
-        ASSERT_LT(i, expected.bestFirst.size());
-        const auto& [expectedScore, candidate] = expected.bestFirst[i];
-        EXPECT_EQ(score, expectedScore) << i;
-        EXPECT_EQ(store.current()->translation, candidate.translation) << i;
-        EXPECT_EQ(store.current()->scale, candidate.scale) << i;
-        EXPECT_EQ(store.current()->rotationDegrees, candidate.rotationDeg) << i;
-    }
-    EXPECT_EQ(i, expected.bestFirst.size());
+    const PreparedTask prepared(task, minCoverage);
+    TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
+    const OfferPeaks offerPeaks = [&](double scale, double degrees, long threshold,
+                                      CoarseStore& to) {
+        search.offerPeaks(scale, degrees, threshold, to);
+    };
+    ptmatch::testing::expectSameCandidates(task, prepared, offerPeaks, expected);
 }
 
 /// Every kernel, with the planner's choice and with each shape of tiles.

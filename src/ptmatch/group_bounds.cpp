@@ -1,0 +1,116 @@
+#include "ptmatch/group_bounds.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "ptmatch/point_matcher_model.h"
+#include "ptmatch/tile_bounds.h"
+#include "ptmatch/vote_kernel_choice.h"
+
+namespace ptmatch::detail {
+namespace {
+
+// Coordinates of pixels up to this come with errors below 1e-5 of a pixel, a hundredth of the
+// margin of a reach.
+constexpr double kMaxCoordinate = 1e9;
+
+// Groups may be larger than their shape by so much: lattice values are rounded.
+constexpr double kSlack = 1e-4;
+
+// The largest number, in pixels, that appears while a model point is placed at scale 1.
+double largestCoordinate(const SearchGrid& grid, const rx_PointMatcherModel& model) {
+    const rxVector<2> centre = model.center();
+    const rxVector<2> shift = grid.imageFromModel.trans();
+    return (std::abs(centre.x()) + std::abs(centre.y()) + model.radius()) / grid.gridSize +
+           std::abs(shift.x()) + std::abs(shift.y());
+}
+
+}  // namespace
+
+GroupBounds::GroupBounds(const SearchGrid& grid, const rx_PointMatcherModel& model,
+                         const VoteWeights& weights, const rxPelRect& window,
+                         std::span<const rxPair<long>> dataPixels)
+    : grid_(grid),
+      model_(model),
+      window_(window),
+      dataPixels_(dataPixels),
+      isNear_(largestCoordinate(grid, model) < kMaxCoordinate),
+      points_(model.points().size(), weights.scaled),
+      counter_(voteKernel()) {
+    const rxVector<2> centre = model.center();
+    double largest = 0.0;
+    radius_.reserve(model.points().size());
+    for (const rxVector<2>& m : model.points()) {
+        radius_.push_back(std::hypot(m.x() - centre.x(), m.y() - centre.y()));
+        largest = std::max(largest, radius_.back());
+    }
+    for (double& r : radius_) r = largest > 0.0 ? r / largest : 0.0;
+    largestRadius_ = largest / grid.gridSize;
+}
+
+// |s e^ia - s0|^2 = (s - s0)^2 + 2 s s0 (1 - cos a) <= (s - s0)^2 + s s0 a^2.
+bool GroupBounds::holds(const PoseGroup& group, const GroupSize& size) const {
+    constexpr double kRadiansPerDegree = 0.017453292519943295;
+    const double scales = (group.highScale - group.lowScale) / 2.0;
+    const double angles = (group.highDegrees - group.lowDegrees) / 2.0 * kRadiansPerDegree;
+    const double largestScale = std::max(std::abs(group.lowScale), std::abs(group.highScale));
+    const double squared =
+        scales * scales + largestScale * std::abs(group.scale()) * angles * angles;
+    return isNear_ && largestScale * largestRadius_ < kMaxCoordinate &&
+           largestRadius_ * std::sqrt(squared) <= size.displacement() + kSlack;
+}
+
+GroupBounds::Layers& GroupBounds::layersOf_(std::size_t shape) {
+    std::unique_ptr<Layers>& layers = layers_[shape];
+    if (!layers) {
+        const GroupShape& group = kGroupShapes[shape];
+        GroupReach reach(group.size, radius_);
+        MarkBitmap marks(kTileShapes[group.tile], grid_.width, grid_.height, dataPixels_,
+                         reach.ofLayer);
+        layers = std::make_unique<Layers>(Layers{std::move(reach), std::move(marks)});
+    }
+    return *layers;
+}
+
+double GroupBounds::bytes(std::size_t tile, const GroupReach& reach) const {
+    const TileShape& shape = kTileShapes[tile];
+    const long width = window_.width() + 1;
+    const long height = window_.height() + 1;
+    return MarkBitmap::maxBytes(shape, grid_.width, grid_.height, reach.ofLayer) +
+           BlockFlags::bytes(TileExtent(shape, width, height)) +
+           BlockFlags::bytes(TileExtent(kTileShapes[shape.next], width, height));
+}
+
+bool GroupBounds::bound(const PoseGroup& group, std::size_t shape, long threshold,
+                        BlockList& blocks) {
+    Layers& layers = layersOf_(shape);
+    place_(group, layers.reach);
+    const std::size_t tile = kGroupShapes[shape].tile;
+    const long width = window_.width() + 1;
+    const long height = window_.height() + 1;
+    if (!all_[tile]) {
+        all_[tile].emplace(TileExtent(kTileShapes[tile], width, height));
+        all_[tile]->setAll();
+    }
+    blocks.shape = kTileShapes[tile].next;
+    std::optional<BlockFlags>& found = found_[blocks.shape];
+    if (!found) found.emplace(TileExtent(kTileShapes[blocks.shape], width, height));
+    counter_.prepare(layers.marks, points_.positive());
+    boundTiles(kTileShapes[tile], *all_[tile], threshold, counter_, *found);
+    layers.marks.addUse(counter_.takeNumViews());
+    found->list(blocks.indices);
+    return found->isFull();
+}
+
+// A window that is wider by the reach on each side begins that much farther up and to the left.
+void GroupBounds::place_(const PoseGroup& group, const GroupReach& reach) {
+    modelPixels(grid_, model_, group.scale(), group.degrees(), modelPixels_);
+    for (std::size_t i = 0; i < modelPixels_.size(); ++i) {
+        const long r = reach.ofLayer[reach.layerOf[i]];
+        modelPixels_[i] = {modelPixels_[i].x() - r, modelPixels_[i].y() - r};
+    }
+    points_.setLayers(reach.layerOf);
+    points_.place(modelPixels_, window_.ul());
+}
+
+}  // namespace ptmatch::detail

@@ -1,0 +1,157 @@
+#include "ptmatch/group_bounds.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+
+#include "ptmatch/search_task.h"
+#include "ptmatch/translation_search.h"
+
+// What holds at every lattice point of a group, asked of lattice points anywhere in it.
+namespace {
+
+using namespace ptmatch::detail;
+using ptmatch::reference::Random;
+using ptmatch::testing::PreparedTask;
+using ptmatch::testing::randomTask;
+using ptmatch::testing::Task;
+
+/// A group as large as its size allows, somewhere.
+PoseGroup randomGroup(Random& random, const PreparedTask& prepared, const GroupSize& size) {
+    const double lowScale = random.uniform(0.7, 1.2);
+    const double highScale = lowScale + (size.numScales - 1) * prepared.model.scaleStep_(1.0);
+    const double lowDegrees = random.uniform(-180.0, 180.0);
+    const double step = prepared.model.rotationStep_(highScale, 1.0);
+    return {lowScale, highScale, lowDegrees, lowDegrees + size.rotationSteps() * step};
+}
+
+double within(Random& random, double low, double high) {
+    return random.chance(0.4) ? random.pick<double>({low, high}) : random.uniform(low, high);
+}
+
+TEST(GroupReach, NoPixelLiesFartherFromTheMiddleOfItsGroup) {
+    long farthest = 0;
+    for (std::uint64_t seed = 1; seed <= 40; ++seed) {
+        Random random(seed);
+        const Task task = randomTask(random, random.uniform(40.0, 700.0), 60.0);
+        const PreparedTask prepared(task, 0.3);
+        const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
+                                       prepared.window);
+        const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                                 search.dataPixels());
+        for (const GroupSize& size : kGroupSizes) {
+            const PoseGroup group = randomGroup(random, prepared, size);
+            ASSERT_TRUE(bounds.holds(group, size));
+            const GroupReach reach(size, bounds.radius());
+            std::vector<rxPair<long>> middle;
+            modelPixels(prepared.grid, prepared.model, group.scale(), group.degrees(), middle);
+            std::vector<rxPair<long>> pixels;
+            for (int k = 0; k < 12; ++k) {
+                modelPixels(prepared.grid, prepared.model,
+                            within(random, group.lowScale, group.highScale),
+                            within(random, group.lowDegrees, group.highDegrees), pixels);
+                for (std::size_t i = 0; i < pixels.size(); ++i) {
+                    const long off = std::max<long>(std::labs(pixels[i].x() - middle[i].x()),
+                                                    std::labs(pixels[i].y() - middle[i].y()));
+                    const long allowed = reach.ofLayer[reach.layerOf[i]];
+                    ASSERT_LE(off, allowed);
+                    farthest = std::max(farthest, allowed - off == 0 ? off : 0L);
+                }
+            }
+        }
+    }
+    EXPECT_GE(farthest, 5) << "reaches are wider than need be";
+}
+
+TEST(GroupReach, PointsNearTheCentreHaveALayerOfLessReach) {
+    const GroupReach reach({9, 7}, {0.0, 0.3, 1.0});
+    EXPECT_EQ(reach.ofLayer.size(), 4U);
+    EXPECT_EQ(reach.layerOf[0], 0U);
+    EXPECT_LT(reach.layerOf[1], reach.layerOf[2]);
+    EXPECT_EQ(reach.layerOf[2], 3U);
+    EXPECT_TRUE(std::is_sorted(reach.ofLayer.begin(), reach.ofLayer.end()));
+}
+
+// Counted point by point.
+long voteOf(const PreparedTask& prepared, std::span<const rxPair<long>> dataPixels,
+            const std::vector<rxPair<long>>& modelPixels, const rxPair<long>& translation) {
+    long vote = 0;
+    for (const rxPair<long>& m : modelPixels) {
+        const rxPair<long> at = m + translation;
+        const bool isInside = at.x() >= 0 && at.y() >= 0 && at.x() < prepared.grid.width &&
+                              at.y() < prepared.grid.height;
+        vote += isInside && std::any_of(dataPixels.begin(), dataPixels.end(),
+                                        [&](const rxPair<long>& d) {
+                                            return std::labs(d.x() - at.x()) <= 1 &&
+                                                   std::labs(d.y() - at.y()) <= 1;
+                                        })
+                    ? 1
+                    : 0;
+    }
+    return vote;
+}
+
+TEST(GroupBounds, NoVoteReachesTheThresholdOutsideTheBlocksThatAreLeft) {
+    long numReaching = 0;
+    long numLeftOut = 0;
+    for (std::uint64_t seed = 1; seed <= 4; ++seed) {
+        Random random(seed);
+        const Task task = randomTask(random, 50.0, 40.0);
+        const PreparedTask prepared(task, 0.3);
+        const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
+                                       prepared.window);
+        GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                           search.dataPixels());
+        const long width = prepared.window.width() + 1;
+        const long height = prepared.window.height() + 1;
+        for (std::size_t shape = 0; shape < kNumGroupShapes; shape += 1 + shape % 3) {
+            SCOPED_TRACE(testing::Message() << "seed " << seed << ", group shape " << shape);
+            const PoseGroup group = randomGroup(random, prepared, kGroupShapes[shape].size);
+            const long threshold = random.integer(2, std::ssize(task.model) / 2);
+            BlockList blocks;
+            const bool areAllLeft = bounds.bound(group, shape, threshold, blocks);
+            const TileShape& tile = kTileShapes[blocks.shape];
+            const TileExtent extent(tile, width, height);
+            EXPECT_EQ(areAllLeft, std::ssize(blocks.indices) == extent.blocks());
+            numLeftOut += extent.blocks() - std::ssize(blocks.indices);
+            const std::set<std::uint32_t> left(blocks.indices.begin(), blocks.indices.end());
+            std::vector<rxPair<long>> pixels;
+            modelPixels(prepared.grid, prepared.model,
+                        within(random, group.lowScale, group.highScale),
+                        within(random, group.lowDegrees, group.highDegrees), pixels);
+            for (int k = 0; k < 300; ++k) {
+                const rxPair<long> shift(random.integer(0, width - 1),
+                                         random.integer(0, height - 1));
+                if (voteOf(prepared, search.dataPixels(), pixels, prepared.window.ul() + shift) <
+                    threshold) {
+                    continue;
+                }
+                ++numReaching;
+                const long strip = shift.x() / (64 * tile.columns());
+                const long band = shift.y() / (kBlockRows * tile.rows());
+                EXPECT_TRUE(left.contains(static_cast<std::uint32_t>(strip * extent.bands + band)));
+            }
+            if (HasFailure()) return;
+        }
+    }
+    EXPECT_GT(numReaching, 1000);
+    EXPECT_GT(numLeftOut, 100);
+}
+
+TEST(GroupBounds, GroupLargerThanItsSizeDoesNotHold) {
+    Random random(5);
+    const Task task = randomTask(random, 100.0, 60.0);
+    const PreparedTask prepared(task, 0.3);
+    const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
+                                   prepared.window);
+    const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                             search.dataPixels());
+    const PoseGroup group = randomGroup(random, prepared, {3, 3});
+    EXPECT_TRUE(bounds.holds(group, {3, 3}));
+    EXPECT_FALSE(bounds.holds(group, {3, 2}));
+    EXPECT_FALSE(bounds.holds(group, {2, 2}));
+}
+
+}  // namespace

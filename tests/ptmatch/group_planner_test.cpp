@@ -1,0 +1,103 @@
+#include "ptmatch/group_planner.h"
+
+#include <gtest/gtest.h>
+
+#include "ptmatch/search_memory.h"
+#include "ptmatch/search_task.h"
+#include "ptmatch/translation_search.h"
+
+namespace {
+
+using namespace ptmatch::detail;
+using ptmatch::reference::Random;
+using ptmatch::testing::PreparedTask;
+using ptmatch::testing::Task;
+
+constexpr double kManyPoints = 20000.0;
+constexpr double kEnoughBytes = 1e9;
+
+/// 50 model points, and as many data points as asked for, in an image of 300 x 300.
+Task taskOf(long numData) {
+    Random random(4);
+    Task task;
+    task.model = ptmatch::reference::spreadPoints(random, 50, 300.0, 3.0);
+    for (long i = 0; i < numData; ++i) {
+        task.data.emplace_back(random.uniform(0.0, 300.0), random.uniform(0.0, 300.0));
+    }
+    return task;
+}
+
+struct Planning {
+    PreparedTask prepared;
+    TranslationSearch search;
+    GroupBounds bounds;
+    GroupPlanner planner;
+
+    explicit Planning(const Task& task, double numLatticePoints = kManyPoints,
+                      double bytesLeft = kEnoughBytes)
+        : prepared(task, 0.4),
+          search(prepared.grid, prepared.model, prepared.weights, prepared.window),
+          bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                 search.dataPixels()),
+          planner(search.planner(), bounds, prepared.grid, prepared.window,
+                  affordableTiles(prepared.grid, prepared.window), numLatticePoints, bytesLeft) {}
+};
+
+TEST(GroupPlanner, SparseMarksAndAHighThresholdAskForGroups) {
+    Planning plan(taskOf(60));
+    const auto shape = plan.planner.shapeFor(20, 1, 13);
+    ASSERT_TRUE(shape.has_value());
+    EXPECT_GE(kGroupShapes[*shape].size.count(), 6);
+}
+
+TEST(GroupPlanner, DenseMarksAreSearchedPointByPoint) {
+    Planning plan(taskOf(8000));
+    EXPECT_EQ(plan.planner.shapeFor(40, 1, 13), std::nullopt);
+}
+
+TEST(GroupPlanner, KeepsToTheScalesThatAGroupMayHave) {
+    for (const int scales : {1, 2, 3, 4, 5}) {
+        Planning plan(taskOf(60));
+        const auto shape = plan.planner.shapeFor(20, scales, scales);
+        ASSERT_TRUE(shape.has_value()) << scales;
+        EXPECT_EQ(kGroupShapes[*shape].size.numScales, scales);
+    }
+}
+
+TEST(GroupPlanner, FewLatticePointsAreNotWorthTheDrawing) {
+    Planning plan(taskOf(60), 4.0);
+    EXPECT_EQ(plan.planner.shapeFor(20, 1, 2), std::nullopt);
+}
+
+TEST(GroupPlanner, MarksThatDoNotFitInMemoryAreNotChosen) {
+    Planning plan(taskOf(60), kManyPoints, 1000.0);
+    EXPECT_EQ(plan.planner.shapeFor(20, 1, 13), std::nullopt);
+}
+
+TEST(GroupPlanner, ShapesWhoseTilesKeepSurvivingAreGivenUp) {
+    Planning plan(taskOf(60));
+    for (int i = 0; i < 5000; ++i) {
+        const auto shape = plan.planner.shapeFor(20, 1, 13);
+        if (!shape) return;
+        const TileShape& next = kTileShapes[kTileShapes[kGroupShapes[*shape].tile].next];
+        const TileExtent extent(next, plan.prepared.window.width() + 1,
+                                plan.prepared.window.height() + 1);
+        plan.planner.learn(*shape, 20, static_cast<std::size_t>(extent.blocks()));
+    }
+    ADD_FAILURE() << "still groups";
+}
+
+TEST(GroupPlanner, SameHistoryGivesTheSameChoice) {
+    Planning a(taskOf(60));
+    Planning b(taskOf(60));
+    for (int i = 0; i < 500; ++i) {
+        const long threshold = 12 + i / 50;
+        const auto shape = a.planner.shapeFor(threshold, 1, 13);
+        ASSERT_EQ(b.planner.shapeFor(threshold, 1, 13), shape);
+        if (!shape) continue;
+        a.planner.learn(*shape, threshold, static_cast<std::size_t>(i % 11));
+        b.planner.learn(*shape, threshold, static_cast<std::size_t>(i % 11));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,164 @@
+#include "ptmatch/group_search.h"
+
+#include <gtest/gtest.h>
+
+#include "ptmatch/search_task.h"
+#include "ptmatch/vote_kernel_choice.h"
+#include "support/allocation_meter.h"
+
+// The candidates of a vote with groups against those of the plain reference, with every shape of
+// groups.
+namespace {
+
+using namespace ptmatch::detail;
+using ptmatch::reference::Random;
+using ptmatch::testing::addWeights;
+using ptmatch::testing::Expected;
+using ptmatch::testing::expectedOf;
+using ptmatch::testing::PreparedTask;
+using ptmatch::testing::randomTask;
+using ptmatch::testing::Task;
+
+/// Lets searches use one shape of groups.
+class ForcedGroups {
+  public:
+    explicit ForcedGroups(int shape) { forceGroupShape(shape); }
+    ~ForcedGroups() { forceGroupShape(kPlannedGroups); }
+    ForcedGroups(const ForcedGroups&) = delete;
+    ForcedGroups& operator=(const ForcedGroups&) = delete;
+};
+
+/// So many scales and rotations that every group has neighbours.
+Task taskOverScales(Random& random, double width, double height) {
+    Task task = randomTask(random, width, height);
+    task.params.scaleUncertainty(rxRange(-0.22, 0.22));
+    task.params.rotationUncertainty(rxAngleRange(rxRadian(rxDegree(random.uniform(-30.0, -8.0))),
+                                                 rxRadian(rxDegree(20.0)), false));
+    return task;
+}
+
+void expectSameCandidates(const Task& task, double minCoverage, const Expected& expected) {
+    const PreparedTask prepared(task, minCoverage);
+    TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
+    GroupSearch groups(prepared.grid, prepared.model, task.params, prepared.weights,
+                       prepared.window, search);
+    const OfferPeaks offerPeaks = [&](double scale, double degrees, long threshold,
+                                      CoarseStore& to) {
+        groups.offerPeaks(scale, degrees, threshold, to);
+    };
+    ptmatch::testing::expectSameCandidates(task, prepared, offerPeaks, expected);
+}
+
+/// @return the number of candidates.
+std::size_t compareWithEveryShape(const Task& task, double minCoverage) {
+    const Expected expected = expectedOf(task, minCoverage);
+    for (int shape = kNoGroups; shape < static_cast<int>(kNumGroupShapes); ++shape) {
+        SCOPED_TRACE(testing::Message() << "group shape " << shape);
+        const ForcedGroups forced(shape);
+        expectSameCandidates(task, minCoverage, expected);
+        if (testing::Test::HasFailure()) break;
+    }
+    return expected.bestFirst.size();
+}
+
+TEST(GroupSearch, FindsTheReferencesCandidatesWithGroupsOfEveryShape) {
+    std::size_t numCandidates = 0;
+    for (std::uint64_t seed = 1; seed <= 6; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Random random(seed);
+        const Task task =
+            taskOverScales(random, random.uniform(30.0, 110.0), random.uniform(20.0, 60.0));
+        numCandidates += compareWithEveryShape(task, random.pick<double>({0.2, 0.4, 0.6}));
+        if (HasFailure()) return;
+    }
+    EXPECT_GT(numCandidates, 20U);
+}
+
+TEST(GroupSearch, FindsTheReferencesCandidatesWithWeights) {
+    for (std::uint64_t seed = 1; seed <= 4; ++seed) {
+        SCOPED_TRACE(testing::Message() << "seed " << seed);
+        Random random(seed);
+        Task task = taskOverScales(random, 70.0, 50.0);
+        addWeights(random, seed % 2 == 0 ? -4 : 1, seed % 3 == 0 ? 900 : 9, task);
+        EXPECT_GT(compareWithEveryShape(task, 0.4), 0U);
+        if (HasFailure()) return;
+    }
+}
+
+TEST(GroupSearch, OneScaleAndAWholeTurnGiveTheSame) {
+    Random random(9);
+    Task task = randomTask(random, 60.0, 45.0);
+    task.params.rotationUncertainty(rxAngleRange::FullRange());
+    EXPECT_GT(compareWithEveryShape(task, 0.4), 0U);
+}
+
+TEST(GroupSearch, OneRotationAndManyScalesGiveTheSame) {
+    Random random(10);
+    Task task = randomTask(random, 60.0, 45.0);
+    task.params.rotationUncertainty(rxAngleRange(rxRadian(0.0), rxRadian(0.0), false));
+    task.params.scaleUncertainty(rxRange(-0.4, 0.4));
+    EXPECT_GT(compareWithEveryShape(task, 0.4), 0U);
+}
+
+// Scales down to a tenth: one step of them is as large as the scale itself, and the rotations of a
+// band have steps of very different size.
+TEST(GroupSearch, ScalesNearNothingGiveTheSame) {
+    Random random(11);
+    Task task = randomTask(random, 40.0, 30.0);
+    task.params.rotationUncertainty(rxAngleRange::FullRange());
+    task.params.scaleUncertainty(rxRange(-0.9, -0.5));
+    EXPECT_GT(compareWithEveryShape(task, 0.6), 0U);
+}
+
+// Beyond 1e9 pixels from the origin bounds are not to be had, and every lattice point is searched.
+TEST(GroupSearch, CoordinatesFarFromTheOriginGiveTheSame) {
+    for (const double offset : {1e7, 3e9}) {
+        SCOPED_TRACE(offset);
+        Random random(12);
+        Task task = taskOverScales(random, 50.0, 40.0);
+        for (rxVector<2>& m : task.model) m = m + rxVector<2>(offset, -offset);
+        for (rxVector<2>& d : task.data) d = d + rxVector<2>(offset, -offset);
+        EXPECT_GT(compareWithEveryShape(task, 0.5), 0U);
+        if (HasFailure()) return;
+    }
+}
+
+TEST(GroupSearch, EveryKernelBoundsGroupsAlike) {
+    Random random(13);
+    const Task task = taskOverScales(random, 80.0, 50.0);
+    const Expected expected = expectedOf(task, 0.4);
+    for (const VoteKernel* kernel : voteKernels()) {
+        forceVoteKernel(kernel->name);
+        for (const int shape : {7, 22, 33, 44}) {
+            SCOPED_TRACE(testing::Message() << kernel->name << ", group shape " << shape);
+            const ForcedGroups forced(shape);
+            expectSameCandidates(task, 0.4, expected);
+        }
+    }
+    forceVoteKernel("");
+}
+
+TEST(GroupSearch, SkipsMostLatticePointsOfASparseImage) {
+    Random random(14);
+    Task task = randomTask(random, 400.0, 400.0);
+    task.params.rotationUncertainty(rxAngleRange::FullRange());
+    task.params.scaleUncertainty(rxRange(-0.1, 0.1));
+    const PreparedTask prepared(task, 0.5);
+    TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
+    GroupSearch groups(prepared.grid, prepared.model, task.params, prepared.weights,
+                       prepared.window, search);
+    long numPoints = 0;
+    CoarseStore store(prepared.model.totalWeight(), 8);
+    voteOverLattice(
+        prepared.model, task.params, 1.0, prepared.weights.minimumScore,
+        [&](double scale, double degrees, long threshold, CoarseStore& to) {
+            ++numPoints;
+            groups.offerPeaks(scale, degrees, threshold, to);
+        },
+        store);
+    EXPECT_GT(numPoints, 5000);
+    EXPECT_GT(groups.numSkipped(), numPoints / 2);
+    EXPECT_GT(store.numResults(), 0);
+}
+
+}  // namespace
