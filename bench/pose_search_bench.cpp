@@ -14,6 +14,7 @@
 #include "paired_ratio.h"
 #include "planted_problem.h"
 #include "ptmatch/correspondence.h"
+#include "ptmatch/group_search.h"
 #include "ptmatch/label_image.h"
 #include "ptmatch/lattice_vote.h"
 #include "ptmatch/point_matcher_model.h"
@@ -69,6 +70,13 @@ SearchProblem closePairs(long numModel, long numData, bool isFullTurn) {
 
 SearchProblem withScales(long numModel, long numData) {
     SearchProblem problem = randomPoints(numModel, numData, false);
+    problem.params.scaleUncertainty(rxRange(-0.1, 0.1));
+    return problem;
+}
+
+// What a user asks who knows nothing of the pose.
+SearchProblem closePairsOfAnyScale(long numModel, long numData) {
+    SearchProblem problem = closePairs(numModel, numData, true);
     problem.params.scaleUncertainty(rxRange(-0.1, 0.1));
     return problem;
 }
@@ -139,6 +147,31 @@ Scene makeScene(const SearchProblem& problem, const Points& data) {
             std::move(grid), window, std::move(weights)};
 }
 
+// The library's search and the literal one, with the same face.
+
+struct LibrarySearch {
+    TranslationSearch translations;
+    GroupSearch groups;
+
+    explicit LibrarySearch(const Scene& scene)
+        : translations(scene.grid, scene.problem.model, scene.weights, scene.window),
+          groups(scene.grid, scene.problem.model, scene.problem.params, scene.weights, scene.window,
+                 translations) {}
+
+    GroupSearch& overLattice() { return groups; }
+    TranslationSearch& anywhere() { return translations; }
+};
+
+struct PlainSearch {
+    LiteralSearch search;
+
+    explicit PlainSearch(const Scene& scene)
+        : search(scene.grid, scene.problem.model, scene.weights, scene.window) {}
+
+    LiteralSearch& overLattice() { return search; }
+    LiteralSearch& anywhere() { return search; }
+};
+
 template <class Search>
 OfferPeaks offerPeaksOf(Search& search) {
     return [&](double scale, double degrees, long threshold, CoarseStore& store) {
@@ -146,12 +179,12 @@ OfferPeaks offerPeaksOf(Search& search) {
     };
 }
 
-// Search is TranslationSearch or LiteralSearch.
+// Search is LibrarySearch or PlainSearch.
 template <class Search>
 void vote(const Scene& scene, CoarseStore& coarse) {
-    Search search(scene.grid, scene.problem.model, scene.weights, scene.window);
+    Search search(scene);
     voteOverLattice(scene.problem.model, scene.problem.params, scene.gridSize,
-                    scene.weights.minimumScore, offerPeaksOf(search), coarse);
+                    scene.weights.minimumScore, offerPeaksOf(search.overLattice()), coarse);
 }
 
 template <class Search>
@@ -160,11 +193,12 @@ void searchWhole(const SearchProblem& problem, const Points& data, rx_PoseScoreS
     CoarseStore coarse(problem.model.totalWeight(), kNumCandidates);
     CoarseStore revoted(problem.model.totalWeight(), kNumCandidates);
     const LabelImage blocks(scene.grid, LabelImage::Extent::Block);
-    Search search(scene.grid, problem.model, scene.weights, scene.window);
-    const OfferPeaks offerPeaks = offerPeaksOf(search);
+    Search search(scene);
     const long minimum = scene.weights.minimumScore;
-    voteOverLattice(problem.model, problem.params, scene.gridSize, minimum, offerPeaks, coarse);
-    recentre(scene.grid, problem.model, blocks, minimum, offerPeaks, coarse, revoted);
+    voteOverLattice(problem.model, problem.params, scene.gridSize, minimum,
+                    offerPeaksOf(search.overLattice()), coarse);
+    recentre(scene.grid, problem.model, blocks, minimum, offerPeaksOf(search.anywhere()), coarse,
+             revoted);
     const LabelImage points(scene.grid, LabelImage::Extent::Point);
     findCorrespondences(data, scene.grid, problem.model, scene.captureRange, blocks, points,
                         revoted, store);
@@ -199,17 +233,17 @@ void measureVote(benchmark::State& state, const SearchProblem& problem) {
     const long maxScore = problem.model.totalWeight();
     const auto library = [&](std::size_t input) {
         CoarseStore coarse(maxScore, kNumCandidates);
-        vote<TranslationSearch>(scenes[input], coarse);
+        vote<LibrarySearch>(scenes[input], coarse);
     };
     const auto literal = [&](std::size_t input) {
         CoarseStore coarse(maxScore, kNumCandidates);
-        vote<LiteralSearch>(scenes[input], coarse);
+        vote<PlainSearch>(scenes[input], coarse);
     };
     for (const Scene& scene : scenes) {
         CoarseStore found(maxScore, kNumCandidates);
         CoarseStore expected(maxScore, kNumCandidates);
-        vote<TranslationSearch>(scene, found);
-        vote<LiteralSearch>(scene, expected);
+        vote<LibrarySearch>(scene, found);
+        vote<PlainSearch>(scene, expected);
         if (!verify(state, holdSame(found, expected), "the candidates are not the literal ones")) {
             return;
         }
@@ -223,17 +257,17 @@ void measureSearch(benchmark::State& state, const SearchProblem& problem) {
     const long maxScore = problem.model.totalWeight();
     const auto library = [&](std::size_t input) {
         rx_PoseScoreStore store(maxScore, kNumCandidates);
-        searchWhole<TranslationSearch>(problem, problem.data[input], store);
+        searchWhole<LibrarySearch>(problem, problem.data[input], store);
     };
     const auto literal = [&](std::size_t input) {
         rx_PoseScoreStore store(maxScore, kNumCandidates);
-        searchWhole<LiteralSearch>(problem, problem.data[input], store);
+        searchWhole<PlainSearch>(problem, problem.data[input], store);
     };
     for (const Points& data : problem.data) {
         rx_PoseScoreStore found(maxScore, kNumCandidates);
         rx_PoseScoreStore expected(maxScore, kNumCandidates);
-        searchWhole<TranslationSearch>(problem, data, found);
-        searchWhole<LiteralSearch>(problem, data, expected);
+        searchWhole<LibrarySearch>(problem, data, found);
+        searchWhole<PlainSearch>(problem, data, expected);
         if (!verify(state, holdSame(found, expected), "the poses are not the literal ones")) return;
     }
     measurePaired(state, problem.data.size(), library, literal);
@@ -263,6 +297,8 @@ const SearchCase kCases[] = {
     {"50/150/closePairs/15deg", [] { return closePairs(50, 150, false); }, 5},
     {"50/150/closePairs/fullTurn", [] { return closePairs(50, 150, true); }, 3},
     {"100/400/closePairs/15deg", [] { return closePairs(100, 400, false); }, 3},
+    {"12/40/closePairs/scalesFullTurn", [] { return closePairsOfAnyScale(12, 40); }, 11},
+    {"50/75/closePairs/scalesFullTurn", [] { return closePairsOfAnyScale(50, 75); }, 1},
     {"100/400/weighted", [] { return weighted(100, 400); }, 31},
 };
 
