@@ -10,12 +10,6 @@
 
 namespace ptmatch::detail {
 
-/// Blocks of a tile size, an index into kTileShapes, as BlockFlags numbers them.
-struct BlockList {
-    std::size_t shape = 0;
-    std::vector<std::uint32_t> indices;
-};
-
 /// Which blocks of a tile size may hold a vote to look for.
 class BlockFlags {
   public:
@@ -47,15 +41,14 @@ class BlockFlags {
         numFlagged_ = extent_.blocks();
     }
 
-    /// Flags these blocks alone.
+    /// Flags these blocks alone, by their numbers: strip times bands plus band.
     void setOnly(std::span<const std::uint32_t> indices) {
         clear();
         for (const std::uint32_t i : indices) set(i / extent_.bands, i % extent_.bands);
     }
 
-    /// The flagged blocks, in the order of their numbers.
-    void list(std::vector<std::uint32_t>& indices) const {
-        indices.clear();
+    /// Appends the flagged blocks, in the order of their numbers.
+    void appendTo(std::vector<std::uint32_t>& indices) const {
         for (std::size_t i = 0; i < flags_.size(); ++i) {
             if (flags_[i] != 0) indices.push_back(static_cast<std::uint32_t>(i));
         }

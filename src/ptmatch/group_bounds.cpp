@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/tile_bounds.h"
@@ -10,14 +11,16 @@
 namespace ptmatch::detail {
 namespace {
 
-// Coordinates of pixels up to this come with errors below 1e-5 of a pixel, a hundredth of the
-// margin of a reach.
+// Coordinates up to this, in pixels, come with errors below 1e-5, a hundredth of the margin of a
+// reach.
 constexpr double kMaxCoordinate = 1e9;
 
 // Groups may be larger than their shape by so much: lattice values are rounded.
 constexpr double kSlack = 1e-4;
 
-// The largest number, in pixels, that appears while a model point is placed at scale 1.
+// Model points are turned and scaled about the centre by a transform of their own coordinates, of
+// which the centre's share cancels: its size, not the result's, decides about rounding. In pixels,
+// at scale 1.
 double largestCoordinate(const SearchGrid& grid, const rx_PointMatcherModel& model) {
     const rxVector<2> centre = model.center();
     const rxVector<2> shift = grid.imageFromModel.trans();
@@ -34,7 +37,7 @@ GroupBounds::GroupBounds(const SearchGrid& grid, const rx_PointMatcherModel& mod
       model_(model),
       window_(window),
       dataPixels_(dataPixels),
-      isNear_(largestCoordinate(grid, model) < kMaxCoordinate),
+      largestCoordinate_(largestCoordinate(grid, model)),
       points_(model.points().size(), weights.scaled),
       counter_(voteKernel()) {
     const rxVector<2> centre = model.center();
@@ -49,27 +52,27 @@ GroupBounds::GroupBounds(const SearchGrid& grid, const rx_PointMatcherModel& mod
 }
 
 // |s e^ia - s0|^2 = (s - s0)^2 + 2 s s0 (1 - cos a) <= (s - s0)^2 + s s0 a^2.
-bool GroupBounds::holds(const PoseGroup& group, const GroupSize& size) const {
+bool GroupBounds::isWithinReach(const PoseGroup& group, const GroupSize& size) const {
     constexpr double kRadiansPerDegree = 0.017453292519943295;
     const double scales = (group.highScale - group.lowScale) / 2.0;
     const double angles = (group.highDegrees - group.lowDegrees) / 2.0 * kRadiansPerDegree;
     const double largestScale = std::max(std::abs(group.lowScale), std::abs(group.highScale));
     const double squared =
         scales * scales + largestScale * std::abs(group.scale()) * angles * angles;
-    return isNear_ && largestScale * largestRadius_ < kMaxCoordinate &&
+    return std::max(1.0, largestScale) * largestCoordinate_ < kMaxCoordinate &&
            largestRadius_ * std::sqrt(squared) <= size.displacement() + kSlack;
 }
 
-GroupBounds::Layers& GroupBounds::layersOf_(std::size_t shape) {
-    std::unique_ptr<Layers>& layers = layers_[shape];
-    if (!layers) {
+GroupBounds::DilatedMarks& GroupBounds::marksFor_(std::size_t shape) {
+    std::unique_ptr<DilatedMarks>& marks = marks_[shape];
+    if (!marks) {
         const GroupShape& group = kGroupShapes[shape];
         GroupReach reach(group.size, radius_);
-        MarkBitmap marks(kTileShapes[group.tile], grid_.width, grid_.height, dataPixels_,
-                         reach.ofLayer);
-        layers = std::make_unique<Layers>(Layers{std::move(reach), std::move(marks)});
+        MarkBitmap bitmap(kTileShapes[group.tile], grid_.width, grid_.height, dataPixels_,
+                          reach.ofLayer);
+        marks = std::make_unique<DilatedMarks>(DilatedMarks{std::move(reach), std::move(bitmap)});
     }
-    return *layers;
+    return *marks;
 }
 
 double GroupBounds::bytes(std::size_t tile, const GroupReach& reach) const {
@@ -81,25 +84,24 @@ double GroupBounds::bytes(std::size_t tile, const GroupReach& reach) const {
            BlockFlags::bytes(TileExtent(kTileShapes[shape.next], width, height));
 }
 
-bool GroupBounds::bound(const PoseGroup& group, std::size_t shape, long threshold,
-                        BlockList& blocks) {
-    Layers& layers = layersOf_(shape);
-    place_(group, layers.reach);
+const BlockFlags& GroupBounds::bound(const PoseGroup& group, std::size_t shape, long threshold) {
+    DilatedMarks& marks = marksFor_(shape);
+    place_(group, marks.reach);
     const std::size_t tile = kGroupShapes[shape].tile;
     const long width = window_.width() + 1;
     const long height = window_.height() + 1;
-    if (!all_[tile]) {
-        all_[tile].emplace(TileExtent(kTileShapes[tile], width, height));
-        all_[tile]->setAll();
+    std::optional<BlockFlags>& all = all_[tile];
+    if (!all) {
+        all.emplace(TileExtent(kTileShapes[tile], width, height));
+        all->setAll();
     }
-    blocks.shape = kTileShapes[tile].next;
-    std::optional<BlockFlags>& found = found_[blocks.shape];
-    if (!found) found.emplace(TileExtent(kTileShapes[blocks.shape], width, height));
-    counter_.prepare(layers.marks, points_.positive());
-    boundTiles(kTileShapes[tile], *all_[tile], threshold, counter_, *found);
-    layers.marks.addUse(counter_.takeNumViews());
-    found->list(blocks.indices);
-    return found->isFull();
+    const std::size_t next = kTileShapes[tile].next;
+    std::optional<BlockFlags>& found = found_[next];
+    if (!found) found.emplace(TileExtent(kTileShapes[next], width, height));
+    counter_.prepare(marks.bitmap, points_.positive());
+    boundTiles(kTileShapes[tile], *all, threshold, counter_, *found);
+    marks.bitmap.addUse(counter_.takeNumViews());
+    return *found;
 }
 
 // A window that is wider by the reach on each side begins that much farther up and to the left.

@@ -37,29 +37,29 @@ class GroupBounds {
     /// Distance of each model point from the model's centre, as parts of the largest.
     const std::vector<double>& radius() const { return radius_; }
 
-    /// Whether a group of this size stays within the reach that bounds are made for. Scales near 0
-    /// and models enormously far from the data have groups that do not.
-    bool holds(const PoseGroup& group, const GroupSize& size) const;
+    /// Whether a group of this size stays within the reach that bounds are made for. Groups of
+    /// negative scales may not, whose rotations come in steps of half a turn, nor those of models
+    /// enormously far from the origin.
+    bool isWithinReach(const PoseGroup& group, const GroupSize& size) const;
 
-    /// Finds what may reach the threshold at any lattice point of the group, which must hold.
+    /// Finds what may reach the threshold at any lattice point of a group within reach.
     /// @param shape   an index into kGroupShapes.
-    /// @param blocks  gets the blocks of the next smaller tiles.
-    /// @return whether those are all blocks there are.
-    bool bound(const PoseGroup& group, std::size_t shape, long threshold, BlockList& blocks);
+    /// @return which blocks of the next smaller tiles; good until the next call.
+    const BlockFlags& bound(const PoseGroup& group, std::size_t shape, long threshold);
 
     /// What the marks and flags for tiles take, an index into kTileShapes.
     double bytes(std::size_t tile, const GroupReach& reach) const;
 
     /// Whether the marks of a shape are drawn already.
-    bool isReady(std::size_t shape) const { return layers_[shape] != nullptr; }
+    bool isReady(std::size_t shape) const { return marks_[shape] != nullptr; }
 
   private:
-    struct Layers {
+    struct DilatedMarks {
         GroupReach reach;
-        MarkBitmap marks;
+        MarkBitmap bitmap;
     };
 
-    Layers& layersOf_(std::size_t shape);
+    DilatedMarks& marksFor_(std::size_t shape);
     void place_(const PoseGroup& group, const GroupReach& reach);
 
     const SearchGrid& grid_;
@@ -67,12 +67,12 @@ class GroupBounds {
     rxPelRect window_;
     std::span<const rxPair<long>> dataPixels_;
     std::vector<double> radius_;
-    double largestRadius_ = 0.0;  // pixels
-    bool isNear_ = false;         // pixels are exact enough for reaches
+    double largestRadius_ = 0.0;  // pixels, at scale 1
+    double largestCoordinate_;    // likewise, of what model pixels are reckoned from
     std::vector<rxPair<long>> modelPixels_;
     PlacedPoints points_;
     StripCounter counter_;
-    std::array<std::unique_ptr<Layers>, kNumGroupShapes> layers_;
+    std::array<std::unique_ptr<DilatedMarks>, kNumGroupShapes> marks_;  // made when first needed
     // By tile, made when first asked for: of all blocks, and of those that are found.
     std::array<std::optional<BlockFlags>, kTileShapes.size()> all_;
     std::array<std::optional<BlockFlags>, kTileShapes.size()> found_;

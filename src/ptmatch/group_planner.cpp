@@ -16,6 +16,8 @@ namespace {
 // block; and drawing a word of marks.
 constexpr double kPlaceOverhead = 8.0;
 constexpr double kDrawOverhead = 3.0;
+// Nothing that takes much longer than this may come between two polls.
+constexpr double kMostDrawing = 3e7;
 // A decision holds for so many groups, first for a few and then for more, unless the threshold
 // rises by this factor.
 constexpr int kFirstLookups = 4;
@@ -63,14 +65,14 @@ double drawingCost(const TileShape& tile, const GroupReach& reach, const SearchG
 
 GroupPlanner::GroupPlanner(const VotePlanner& planner, const GroupBounds& bounds,
                            const SearchGrid& grid, const rxPelRect& window,
-                           const TileSet& affordable, double numLatticePoints, double bytesLeft)
+                           const TileSet& affordable, double numLatticePoints, double bytes)
     : planner_(planner),
       bounds_(bounds),
       width_(window.width() + 1),
       height_(window.height() + 1),
       placingCost_(kPlaceOverhead * static_cast<double>(bounds.radius().size())),
       numLatticePoints_(numLatticePoints),
-      bytesLeft_(bytesLeft),
+      bytes_(bytes),
       lookups_(kFirstLookups) {
     for (std::size_t size = 0; size < kGroupSizes.size(); ++size) {
         const GroupReach reach(kGroupSizes[size], bounds.radius());
@@ -83,6 +85,7 @@ GroupPlanner::GroupPlanner(const VotePlanner& planner, const GroupBounds& bounds
             choice.extent = TileExtent(kTileShapes[tile], width_, height_);
             choice.density = meanDensity(planner.estimates(), kTileShapes[tile], reach, numPoints);
             choice.drawingCost = drawingCost(kTileShapes[tile], reach, grid);
+            choice.isAllowed = choice.drawingCost <= kMostDrawing;
             choice.bytes = bounds.bytes(tile, reach);
         }
     }
@@ -93,7 +96,15 @@ double GroupPlanner::blocksOfNext_(const GroupShape& shape) const {
     return static_cast<double>(TileExtent(next, width_, height_).blocks());
 }
 
-// Less than `limit`, or anything above it.
+double GroupPlanner::bytesLeft_() const {
+    double left = bytes_;
+    for (std::size_t i = 0; i < kNumGroupShapes; ++i) {
+        if (bounds_.isReady(i)) left -= choices_[i].bytes;
+    }
+    return left;
+}
+
+// Exact below the limit, and at least the limit otherwise.
 double GroupPlanner::costPerPoint_(std::size_t i, long threshold, double limit) const {
     const GroupShape& shape = kGroupShapes[i];
     const TileShape& tile = kTileShapes[shape.tile];
@@ -112,7 +123,8 @@ double GroupPlanner::costPerPoint_(std::size_t i, long threshold, double limit) 
     const double tiles = static_cast<double>(width_) * static_cast<double>(height_) /
                          static_cast<double>(tile.columns() * tile.rows());
     const double isLeft = anyOf(survival, tiles);
-    if (known + isLeft * placingCost_ >= limit || isLeft <= 0.0) return known + isLeft * limit;
+    if (isLeft <= 0.0) return known;
+    if (known + isLeft * placingCost_ >= limit) return known + isLeft * placingCost_;
     return known + isLeft * (placingCost_ + planner_.costOf(tile.next, blocks / isLeft, threshold));
 }
 
@@ -122,25 +134,26 @@ void GroupPlanner::decide_(long threshold, int fewest, int most) {
                                    tilesPerBlockOfNext(kTileShapes[kGroupShapes[i].tile]));
     }
     double lowest = (placingCost_ + planner_.lowestCost(threshold)) / kGain;
+    const double bytesLeft = bytesLeft_();
     const std::optional<std::size_t> before = std::exchange(decision_, std::nullopt);
     for (std::size_t i = 0; i < kNumGroupShapes; ++i) {
         const GroupSize& size = kGroupShapes[i].size;
         const Choice& choice = choices_[i];
         if (!choice.isAllowed || size.numScales < fewest || size.numScales > most) continue;
         const bool isNew = !bounds_.isReady(i);
-        if (isNew && choice.bytes > bytesLeft_) continue;
+        if (isNew && choice.bytes > bytesLeft) continue;
         const double factor = isNew ? kFirstUse : before == i ? 1.0 : kChange;
         const double cost = factor * costPerPoint_(i, threshold, lowest / factor);
         if (cost >= lowest) continue;
         lowest = cost;
         decision_ = i;
     }
-    if (decision_ && !bounds_.isReady(*decision_)) bytesLeft_ -= choices_[*decision_].bytes;
 }
 
 std::optional<std::size_t> GroupPlanner::shapeFor(long threshold, int fewest, int most) {
     const int forced = forcedGroupShape();
     if (forced == kNoGroups) return std::nullopt;
+    if (forced == kEveryShapeInTurn) return nextInTurn_(fewest, most);
     if (forced >= 0) {
         const auto shape = static_cast<std::size_t>(forced);
         const int scales = kGroupShapes[shape].size.numScales;
@@ -161,10 +174,19 @@ std::optional<std::size_t> GroupPlanner::shapeFor(long threshold, int fewest, in
     return decision_;
 }
 
-void GroupPlanner::learn(std::size_t shape, long threshold, std::size_t numBlocks) {
+std::optional<std::size_t> GroupPlanner::nextInTurn_(int fewest, int most) {
+    for (std::size_t tries = 0; tries < kNumGroupShapes; ++tries) {
+        turn_ = (turn_ + 7) % (kNumGroupShapes + 1);
+        if (turn_ == kNumGroupShapes) break;
+        const int scales = kGroupShapes[turn_].size.numScales;
+        if (scales >= fewest && scales <= most) return turn_;
+    }
+    return std::nullopt;
+}
+
+void GroupPlanner::learn(std::size_t shape, long threshold, long numBlocks) {
     Choice& choice = choices_[shape];
-    choice.record.note(planner_.estimates().survival(choice.density, threshold),
-                       static_cast<long>(numBlocks));
+    choice.record.note(planner_.estimates().survival(choice.density, threshold), numBlocks);
     numLatticePoints_ -= kGroupShapes[shape].size.count();
 }
 

@@ -20,10 +20,10 @@ class GroupPlanner {
     /// @param planner           plans the lattice points that groups leave.
     /// @param bounds            makes the bounds; asked what exists and what it takes.
     /// @param numLatticePoints  of the whole search.
-    /// @param bytesLeft         memory for marks and flags.
+    /// @param bytes             memory for all marks and flags of groups.
     GroupPlanner(const VotePlanner& planner, const GroupBounds& bounds, const SearchGrid& grid,
                  const rxPelRect& window, const TileSet& affordable, double numLatticePoints,
-                 double bytesLeft);
+                 double bytes);
 
     /// The shape of the next group, an index into kGroupShapes; none when lattice points are
     /// searched with less work one by one.
@@ -31,7 +31,7 @@ class GroupPlanner {
     std::optional<std::size_t> shapeFor(long threshold, int fewest, int most);
 
     /// Tells how many blocks of the next smaller tiles a group left.
-    void learn(std::size_t shape, long threshold, std::size_t numBlocks);
+    void learn(std::size_t shape, long threshold, long numBlocks);
 
   private:
     // At most translations of a wide window part of the model lies beside the data, so fewer tiles
@@ -50,6 +50,8 @@ class GroupPlanner {
     double costPerPoint_(std::size_t shape, long threshold, double limit) const;
     void decide_(long threshold, int fewest, int most);
     double blocksOfNext_(const GroupShape& shape) const;
+    double bytesLeft_() const;
+    std::optional<std::size_t> nextInTurn_(int fewest, int most);
 
     const VotePlanner& planner_;
     const GroupBounds& bounds_;
@@ -58,20 +60,23 @@ class GroupPlanner {
     std::array<Choice, kNumGroupShapes> choices_;
     double placingCost_;  // of the model at a lattice point
     double numLatticePoints_;
-    double bytesLeft_;
+    double bytes_;
 
     std::optional<std::size_t> decision_;
     long threshold_ = -1;  // which it was made for, and the scales
     int fewest_ = 0;
     int most_ = 0;
-    int lookups_;          // after the next decision
-    int lookupsLeft_ = 0;  // until it is thought over
+    int lookups_;           // after the next decision
+    int lookupsLeft_ = 0;   // until it is thought over
+    std::size_t turn_ = 0;  // for tests
 };
 
-/// For tests: all planners choose this shape from now on where it has not too many scales, an index
-/// into kGroupShapes; kNoGroups forbids groups, kPlannedGroups gives the choice back to them.
+/// For tests: all planners choose this shape from now on where a group may have its scales, an
+/// index into kGroupShapes. kNoGroups forbids groups, kEveryShapeInTurn takes another one with each
+/// question (and now and then none), kPlannedGroups gives the choice back.
 inline constexpr int kPlannedGroups = -1;
 inline constexpr int kNoGroups = -2;
+inline constexpr int kEveryShapeInTurn = -3;
 void forceGroupShape(int shape);
 int forcedGroupShape();
 

@@ -9,7 +9,7 @@ namespace {
 // More layers make sharper bounds and more bitmaps to draw.
 constexpr long kMaxLayers = 4;
 
-// Room for the rounding of coordinates; see also GroupBounds::holds().
+// Room for the rounding of coordinates; see also GroupBounds::isWithinReach().
 constexpr double kMargin = 1e-3;
 
 // Two numbers no further apart than this round to pixels no further apart than the result. For
@@ -25,14 +25,25 @@ GroupReach::GroupReach(const GroupSize& size, const std::vector<double>& radius)
     const auto reachAt = [&](double r) { return pixelsApart(r * displacement + kMargin); };
     const long farthest = reachAt(1.0);
     const long numLayers = std::min(farthest, kMaxLayers);
+    std::vector<long> reaches;
+    std::vector<bool> isUsed;
     for (long k = 1; k <= numLayers; ++k) {
-        ofLayer.push_back((farthest * k + numLayers - 1) / numLayers);
+        reaches.push_back((farthest * k + numLayers - 1) / numLayers);
+        isUsed.push_back(false);
     }
     layerOf.reserve(radius.size());
     for (const double r : radius) {
-        const auto layer = std::lower_bound(ofLayer.begin(), ofLayer.end(), reachAt(r));
-        layerOf.push_back(static_cast<std::size_t>(layer - ofLayer.begin()));
+        const auto layer = std::lower_bound(reaches.begin(), reaches.end(), reachAt(r));
+        layerOf.push_back(static_cast<std::size_t>(layer - reaches.begin()));
+        isUsed[layerOf.back()] = true;
     }
+    // Layers that nobody looks at are not drawn.
+    std::vector<std::size_t> newLayer;
+    for (std::size_t k = 0; k < reaches.size(); ++k) {
+        newLayer.push_back(ofLayer.size());
+        if (isUsed[k]) ofLayer.push_back(reaches[k]);
+    }
+    for (std::size_t& layer : layerOf) layer = newLayer[layer];
 }
 
 }  // namespace ptmatch::detail

@@ -5,14 +5,12 @@
 
 #include "ptmatch/pose_group.h"
 
-class rx_PointMatcherModel;
-
 namespace ptmatch::detail {
 
 /// How far, in whole pixels along either axis, the pixels of the model points at a lattice point of
-/// a group lie from those at its middle; by layers of marks with some room each.
+/// a group lie from those at its middle. Points of similar reach share a layer of marks.
 struct GroupReach {
-    std::vector<long> ofLayer;         ///< pixels, ascending
+    std::vector<long> ofLayer;         ///< pixels, ascending; of its farthest points
     std::vector<std::size_t> layerOf;  ///< one per model point
 
     /// @param radius  distance of each model point from the model's centre, as parts of the

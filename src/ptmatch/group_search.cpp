@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <span>
 
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
@@ -20,9 +21,7 @@ constexpr double kOpenRotations = 16.0;
 // Lattice values are added up: a group reaches this part of a step beyond its last one.
 constexpr double kRoundingOfSteps = 1e-6;
 
-// What the groups of a band may keep, 4 MiB; later groups are searched whole.
-constexpr std::size_t kMaxBlocksKept = std::size_t{1} << 20;
-
+// Not a whole number of values: this is an estimate.
 double latticePoints(const Lattice& scales, const rx_PointMatcherModel& model,
                      const rxPointMatcherRunParams& params, double gridSize) {
     const double middle = scales.low + (scales.high - scales.low) / 2.0;
@@ -38,7 +37,8 @@ double latticePoints(const Lattice& scales, const rx_PointMatcherModel& model,
 
 GroupSearch::GroupSearch(const SearchGrid& grid, const rx_PointMatcherModel& model,
                          const rxPointMatcherRunParams& params, const VoteWeights& weights,
-                         const rxPelRect& window, TranslationSearch& translations)
+                         const rxPelRect& window, TranslationSearch& translations,
+                         std::size_t maxBlocksKept)
     : grid_(grid),
       model_(model),
       params_(params),
@@ -46,7 +46,8 @@ GroupSearch::GroupSearch(const SearchGrid& grid, const rx_PointMatcherModel& mod
       window_(window),
       translations_(translations),
       scales_(scaleLattice(params.scaleUncertainty(), model, grid.gridSize)),
-      numLatticePoints_(latticePoints(scales_, model, params, grid.gridSize)) {}
+      numLatticePoints_(latticePoints(scales_, model, params, grid.gridSize)),
+      maxBlocksKept_(maxBlocksKept) {}
 
 void GroupSearch::offerPeaks(double scale, double rotationDegrees, long threshold,
                              CoarseStore& store) {
@@ -61,7 +62,9 @@ void GroupSearch::offerPeaks(double scale, double rotationDegrees, long threshol
             ++numSkipped_;
             return;
         case Outcome::SomeBlocks:
-            translations_.offerPeaksWithin(group.blocks, scale, rotationDegrees, threshold, store);
+            translations_.offerPeaksWithin(
+                group.shape, std::span(blocks_).subspan(group.begin, group.end - group.begin),
+                scale, rotationDegrees, threshold, store);
             return;
         case Outcome::Open:
             translations_.offerPeaks(scale, rotationDegrees, threshold, store);
@@ -72,14 +75,14 @@ void GroupSearch::offerPeaks(double scale, double rotationDegrees, long threshol
 void GroupSearch::enterScale_(double scale, long threshold) {
     if (!scale_) makePlanner_(threshold);
     scale_ = scale;
-    group_ = 0;
+    groupIndex_ = 0;
     const bool isInBand = numScales_ > 0 && scale <= highScale_;
     if (planner_ && !isInBand) beginBand_(scale, threshold);
 }
 
 void GroupSearch::makePlanner_(long threshold) {
     const int forced = forcedGroupShape();
-    if (forced == kNoGroups) return;
+    if (forced == kNoGroups || !translations_.canVote()) return;
     const double cost = numLatticePoints_ * translations_.planner().lowestCost(threshold);
     if (forced == kPlannedGroups && cost < kCheapSearch) return;
     const TileSet affordable = affordableTiles(grid_, window_);
@@ -109,41 +112,68 @@ void GroupSearch::beginBand_(double scale, long threshold) {
                             scales[static_cast<std::size_t>(i)], grid_.gridSize);
         firstDegrees_ = std::min(firstDegrees_, rotations.low);
     }
-    numGroups_ = 0;
-    numBlocksKept_ = 0;
+    groups_.clear();
+    blocks_.clear();
+    hasRoom_ = true;
 }
 
 const GroupSearch::Group& GroupSearch::groupOf_(double degrees, long threshold) {
-    for (;; ++group_) {
-        if (group_ == numGroups_) {
-            const double gapless = group_ == 0 ? firstDegrees_ : groups_[group_ - 1].highDegrees;
-            addGroup_(numScales_ == 1 ? degrees : gapless, threshold);
-        }
-        if (degrees <= groups_[group_].highDegrees) return groups_[group_];
+    const std::size_t numBefore = groups_.size();
+    while (groupIndex_ < numBefore && degrees > groups_[groupIndex_].highDegrees) ++groupIndex_;
+    if (groupIndex_ < numBefore) return groups_[groupIndex_];
+    do {
+        addGroup_(degrees, threshold);
+    } while (degrees > groups_.back().highDegrees);
+    groupIndex_ = groups_.size() - 1;
+    return groups_.back();
+}
+
+// Groups of several scales follow one another without a gap, because rotations of another scale may
+// lie there. Of one scale, a group that was passed is never asked for again.
+void GroupSearch::addGroup_(double degrees, long threshold) {
+    double lowDegrees = degrees;
+    if (numScales_ == 1) {
+        groups_.clear();
+        blocks_.clear();
+    } else {
+        lowDegrees = groups_.empty() ? firstDegrees_ : groups_.back().highDegrees;
+    }
+    Group group{lowDegrees + kOpenRotations * rotationStep_, Outcome::Open, 0, 0, 0};
+    if (hasRoom_) {
+        const std::optional<std::size_t> shape =
+            planner_->shapeFor(threshold, numScales_, numScales_);
+        if (shape) group = boundedGroup_(*shape, lowDegrees, threshold);
+    }
+    const bool hasBlocks = group.outcome == Outcome::SomeBlocks;
+    if (!groups_.empty() && !hasBlocks && groups_.back().outcome == group.outcome) {
+        groups_.back().highDegrees = group.highDegrees;
+    } else {
+        groups_.push_back(group);
     }
 }
 
-void GroupSearch::addGroup_(double lowDegrees, long threshold) {
-    if (numGroups_ == groups_.size()) groups_.emplace_back();
-    Group& group = groups_[numGroups_++];
-    group.outcome = Outcome::Open;
-    group.highDegrees = lowDegrees + kOpenRotations * rotationStep_;
-    const std::optional<std::size_t> shape = planner_->shapeFor(threshold, numScales_, numScales_);
-    if (!shape) return;
-    const GroupSize& size = kGroupShapes[*shape].size;
+GroupSearch::Group GroupSearch::boundedGroup_(std::size_t shape, double lowDegrees,
+                                              long threshold) {
+    const GroupSize& size = kGroupShapes[shape].size;
     const PoseGroup poses{lowScale_, highScale_, lowDegrees,
                           lowDegrees + (size.rotationSteps() + kRoundingOfSteps) * rotationStep_};
-    if (!bounds_->holds(poses, size)) return;
-    group.highDegrees = poses.highDegrees;
-    const bool areAllLeft = bounds_->bound(poses, *shape, threshold, group.blocks);
-    const std::size_t numBlocks = group.blocks.indices.size();
-    planner_->learn(*shape, threshold, numBlocks);
-    if (numBlocks == 0) {
+    Group group{poses.highDegrees, Outcome::Open, 0, 0, 0};
+    if (!bounds_->isWithinReach(poses, size)) return group;
+    const BlockFlags& left = bounds_->bound(poses, shape, threshold);
+    planner_->learn(shape, threshold, left.numFlagged());
+    const auto numLeft = static_cast<std::size_t>(left.numFlagged());
+    if (numLeft == 0) {
         group.outcome = Outcome::Hopeless;
-    } else if (!areAllLeft && numBlocksKept_ + numBlocks <= kMaxBlocksKept) {
+    } else if (blocks_.size() + numLeft > maxBlocksKept_) {
+        hasRoom_ = numScales_ == 1;
+    } else if (!left.isFull()) {
         group.outcome = Outcome::SomeBlocks;
-        numBlocksKept_ += numBlocks;
+        group.shape = kTileShapes[kGroupShapes[shape].tile].next;
+        group.begin = blocks_.size();
+        left.appendTo(blocks_);
+        group.end = blocks_.size();
     }
+    return group;
 }
 
 }  // namespace ptmatch::detail

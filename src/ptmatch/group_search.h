@@ -30,15 +30,18 @@ namespace ptmatch::detail {
 ///      +-----------+-----------+-----------+
 class GroupSearch {
   public:
+    /// What the groups of a band may leave, 4 MiB; groups after that are searched whole.
+    static constexpr std::size_t kMaxBlocksKept = std::size_t{1} << 20;
+
     /// All of them must outlive the search.
     GroupSearch(const SearchGrid& grid, const rx_PointMatcherModel& model,
                 const rxPointMatcherRunParams& params, const VoteWeights& weights,
-                const rxPelRect& window, TranslationSearch& translations);
+                const rxPelRect& window, TranslationSearch& translations,
+                std::size_t maxBlocksKept = kMaxBlocksKept);
 
     /// As TranslationSearch::offerPeaks. The lattice points must come in the order of the lattice,
     /// and thresholds must not fall.
-    /// Allocates when a group leaves more than ever before, and what a shape needs with its first
-    /// use.
+    /// Allocates what a shape needs with its first use, and for the longest list of groups so far.
     void offerPeaks(double scale, double rotationDegrees, long threshold, CoarseStore& store);
 
     /// Lattice points so far from which no candidate could come.
@@ -50,14 +53,17 @@ class GroupSearch {
     struct Group {
         double highDegrees;  // the last rotation that belongs to it
         Outcome outcome;
-        BlockList blocks;
+        std::size_t shape;  // of the tiles in its blocks
+        std::size_t begin;  // in blocks_
+        std::size_t end;
     };
 
-    void enterScale_(double scale, long threshold);
     void makePlanner_(long threshold);
+    void enterScale_(double scale, long threshold);
     void beginBand_(double scale, long threshold);
     const Group& groupOf_(double degrees, long threshold);
-    void addGroup_(double lowDegrees, long threshold);
+    void addGroup_(double degrees, long threshold);
+    Group boundedGroup_(std::size_t shape, double lowDegrees, long threshold);
 
     const SearchGrid& grid_;
     const rx_PointMatcherModel& model_;
@@ -77,10 +83,11 @@ class GroupSearch {
     double highScale_ = 0.0;
     double firstDegrees_ = 0.0;
     double rotationStep_ = 0.0;
-    std::vector<Group> groups_;  // ascending; those from numGroups_ on are to be used again
-    std::size_t numGroups_ = 0;
-    std::size_t group_ = 0;  // of the last lattice point
-    std::size_t numBlocksKept_ = 0;
+    bool hasRoom_ = true;         // for more blocks
+    std::vector<Group> groups_;   // of the band, ascending; of a band of one scale the last one
+    std::size_t groupIndex_ = 0;  // of the last lattice point
+    std::vector<std::uint32_t> blocks_;
+    std::size_t maxBlocksKept_;
     long numSkipped_ = 0;
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -59,6 +60,11 @@ inline constexpr std::array<GroupSize, 12> kGroupSizes{{
     {9, 7},
     {13, 10},
 }};
+
+static_assert(std::is_sorted(kGroupSizes.begin(), kGroupSizes.end(),
+                             [](const GroupSize& a, const GroupSize& b) {
+                                 return a.numScales < b.numScales;
+                             }));
 
 /// The tiles of translations that are bounded for a group: indices into kTileShapes.
 inline constexpr std::array<std::size_t, 5> kGroupTiles{0, 2, 3, 4, 5};

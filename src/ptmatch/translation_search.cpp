@@ -68,13 +68,13 @@ void TranslationSearch::offerPeaks(double scale, double rotationDegrees, long th
     harvest_(scale, rotationDegrees, threshold, store);
 }
 
-void TranslationSearch::offerPeaksWithin(const BlockList& blocks, double scale,
-                                         double rotationDegrees, long threshold,
+void TranslationSearch::offerPeaksWithin(std::size_t shape, std::span<const std::uint32_t> blocks,
+                                         double scale, double rotationDegrees, long threshold,
                                          CoarseStore& store) {
     if (!canVote_) return;
     place_(scale, rotationDegrees);
-    flags_(blocks.shape).setOnly(blocks.indices);
-    descend_(blocks.shape, threshold);
+    flags_(shape).setOnly(blocks);
+    descend_(shape, threshold);
     harvest_(scale, rotationDegrees, threshold, store);
 }
 

@@ -62,9 +62,15 @@ class TranslationSearch {
     /// the first call, marks and flags of a tile size) and, once, copies of the marks.
     void offerPeaks(double scale, double rotationDegrees, long threshold, CoarseStore& store);
 
-    /// The same, when it is known that only some translations can reach the threshold.
-    void offerPeaksWithin(const BlockList& blocks, double scale, double rotationDegrees,
-                          long threshold, CoarseStore& store);
+    /// The same, when it is known that only the translations of some blocks can reach the
+    /// threshold.
+    /// @param shape   of the tiles that the blocks consist of, an index into kTileShapes.
+    /// @param blocks  as BlockFlags numbers them.
+    void offerPeaksWithin(std::size_t shape, std::span<const std::uint32_t> blocks, double scale,
+                          double rotationDegrees, long threshold, CoarseStore& store);
+
+    /// False when the weights are not the model's.
+    bool canVote() const { return canVote_; }
 
     /// Pixels of the data points, in their order.
     std::span<const rxPair<long>> dataPixels() const { return dataPixels_; }

@@ -43,7 +43,7 @@ TEST(GroupReach, NoPixelLiesFartherFromTheMiddleOfItsGroup) {
                                  search.dataPixels());
         for (const GroupSize& size : kGroupSizes) {
             const PoseGroup group = randomGroup(random, prepared, size);
-            ASSERT_TRUE(bounds.holds(group, size));
+            ASSERT_TRUE(bounds.isWithinReach(group, size));
             const GroupReach reach(size, bounds.radius());
             std::vector<rxPair<long>> middle;
             modelPixels(prepared.grid, prepared.model, group.scale(), group.degrees(), middle);
@@ -66,11 +66,11 @@ TEST(GroupReach, NoPixelLiesFartherFromTheMiddleOfItsGroup) {
 }
 
 TEST(GroupReach, PointsNearTheCentreHaveALayerOfLessReach) {
-    const GroupReach reach({9, 7}, {0.0, 0.3, 1.0});
+    const GroupReach reach({9, 7}, {0.0, 0.45, 0.7, 1.0});
     EXPECT_EQ(reach.ofLayer.size(), 4U);
     EXPECT_EQ(reach.layerOf[0], 0U);
     EXPECT_LT(reach.layerOf[1], reach.layerOf[2]);
-    EXPECT_EQ(reach.layerOf[2], 3U);
+    EXPECT_EQ(reach.layerOf[3], 3U);
     EXPECT_TRUE(std::is_sorted(reach.ofLayer.begin(), reach.ofLayer.end()));
 }
 
@@ -110,13 +110,14 @@ TEST(GroupBounds, NoVoteReachesTheThresholdOutsideTheBlocksThatAreLeft) {
             SCOPED_TRACE(testing::Message() << "seed " << seed << ", group shape " << shape);
             const PoseGroup group = randomGroup(random, prepared, kGroupShapes[shape].size);
             const long threshold = random.integer(2, std::ssize(task.model) / 2);
-            BlockList blocks;
-            const bool areAllLeft = bounds.bound(group, shape, threshold, blocks);
-            const TileShape& tile = kTileShapes[blocks.shape];
+            const BlockFlags& flags = bounds.bound(group, shape, threshold);
+            const TileShape& tile = kTileShapes[kTileShapes[kGroupShapes[shape].tile].next];
             const TileExtent extent(tile, width, height);
-            EXPECT_EQ(areAllLeft, std::ssize(blocks.indices) == extent.blocks());
-            numLeftOut += extent.blocks() - std::ssize(blocks.indices);
-            const std::set<std::uint32_t> left(blocks.indices.begin(), blocks.indices.end());
+            ASSERT_EQ(flags.extent().blocks(), extent.blocks());
+            std::vector<std::uint32_t> blocks;
+            flags.appendTo(blocks);
+            numLeftOut += extent.blocks() - std::ssize(blocks);
+            const std::set<std::uint32_t> left(blocks.begin(), blocks.end());
             std::vector<rxPair<long>> pixels;
             modelPixels(prepared.grid, prepared.model,
                         within(random, group.lowScale, group.highScale),
@@ -140,7 +141,7 @@ TEST(GroupBounds, NoVoteReachesTheThresholdOutsideTheBlocksThatAreLeft) {
     EXPECT_GT(numLeftOut, 100);
 }
 
-TEST(GroupBounds, GroupLargerThanItsSizeDoesNotHold) {
+TEST(GroupBounds, GroupLargerThanItsSizeIsNotWithinReach) {
     Random random(5);
     const Task task = randomTask(random, 100.0, 60.0);
     const PreparedTask prepared(task, 0.3);
@@ -149,9 +150,39 @@ TEST(GroupBounds, GroupLargerThanItsSizeDoesNotHold) {
     const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
                              search.dataPixels());
     const PoseGroup group = randomGroup(random, prepared, {3, 3});
-    EXPECT_TRUE(bounds.holds(group, {3, 3}));
-    EXPECT_FALSE(bounds.holds(group, {3, 2}));
-    EXPECT_FALSE(bounds.holds(group, {2, 2}));
+    EXPECT_TRUE(bounds.isWithinReach(group, {3, 3}));
+    EXPECT_FALSE(bounds.isWithinReach(group, {3, 2}));
+    EXPECT_FALSE(bounds.isWithinReach(group, {2, 2}));
+}
+
+// A centre far from the origin cancels in the transform that places the model, but its rounding
+// grows with the scale.
+TEST(GroupBounds, LargeScalesOfAModelFarFromTheOriginAreNotWithinReach) {
+    Random random(6);
+    Task task = randomTask(random, 60.0, 60.0);
+    for (rxVector<2>& m : task.model) m = m + rxVector<2>(5e8, 3e8);
+    for (rxVector<2>& d : task.data) d = d + rxVector<2>(5e8, 3e8);
+    const PreparedTask prepared(task, 0.3);
+    const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
+                                   prepared.window);
+    const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                             search.dataPixels());
+    EXPECT_FALSE(bounds.isWithinReach({1e7, 1e7, 0.0, 1e-9}, {1, 2}));
+    Task nearer = randomTask(random, 60.0, 60.0);
+    const PreparedTask preparedNearer(nearer, 0.3);
+    const TranslationSearch searchNearer(preparedNearer.grid, preparedNearer.model,
+                                         preparedNearer.weights, preparedNearer.window);
+    const GroupBounds boundsNearer(preparedNearer.grid, preparedNearer.model,
+                                   preparedNearer.weights, preparedNearer.window,
+                                   searchNearer.dataPixels());
+    EXPECT_TRUE(boundsNearer.isWithinReach({1e6, 1e6, 0.0, 1e-9}, {1, 2}));
+    EXPECT_FALSE(boundsNearer.isWithinReach({1e9, 1e9, 0.0, 1e-12}, {1, 2}));
+}
+
+TEST(GroupReach, LayersThatNoPointLooksAtAreLeftOut) {
+    const GroupReach reach({9, 7}, {1.0, 1.0, 1.0});
+    EXPECT_EQ(reach.ofLayer.size(), 1U);
+    EXPECT_EQ(reach.layerOf, (std::vector<std::size_t>{0, 0, 0}));
 }
 
 }  // namespace

@@ -74,6 +74,20 @@ TEST(GroupPlanner, MarksThatDoNotFitInMemoryAreNotChosen) {
     EXPECT_EQ(plan.planner.shapeFor(20, 1, 13), std::nullopt);
 }
 
+// Asked twice before anything is drawn, as at the beginning of a band.
+TEST(GroupPlanner, MemoryIsTakenByWhatIsDrawnAlone) {
+    Planning plan(taskOf(60));
+    const auto shape = plan.planner.shapeFor(20, 1, 13);
+    ASSERT_TRUE(shape.has_value());
+    const GroupShape& chosen = kGroupShapes[*shape];
+    const GroupReach reach(chosen.size, plan.bounds.radius());
+    Planning tight(taskOf(60), kManyPoints, 1.01 * plan.bounds.bytes(chosen.tile, reach));
+    const auto first = tight.planner.shapeFor(20, 1, 13);
+    ASSERT_TRUE(first.has_value());
+    const int scales = kGroupShapes[*first].size.numScales;
+    EXPECT_EQ(tight.planner.shapeFor(20, scales, scales), first);
+}
+
 TEST(GroupPlanner, ShapesWhoseTilesKeepSurvivingAreGivenUp) {
     Planning plan(taskOf(60));
     for (int i = 0; i < 5000; ++i) {
@@ -82,7 +96,7 @@ TEST(GroupPlanner, ShapesWhoseTilesKeepSurvivingAreGivenUp) {
         const TileShape& next = kTileShapes[kTileShapes[kGroupShapes[*shape].tile].next];
         const TileExtent extent(next, plan.prepared.window.width() + 1,
                                 plan.prepared.window.height() + 1);
-        plan.planner.learn(*shape, 20, static_cast<std::size_t>(extent.blocks()));
+        plan.planner.learn(*shape, 20, extent.blocks());
     }
     ADD_FAILURE() << "still groups";
 }
@@ -95,8 +109,8 @@ TEST(GroupPlanner, SameHistoryGivesTheSameChoice) {
         const auto shape = a.planner.shapeFor(threshold, 1, 13);
         ASSERT_EQ(b.planner.shapeFor(threshold, 1, 13), shape);
         if (!shape) continue;
-        a.planner.learn(*shape, threshold, static_cast<std::size_t>(i % 11));
-        b.planner.learn(*shape, threshold, static_cast<std::size_t>(i % 11));
+        a.planner.learn(*shape, threshold, i % 11);
+        b.planner.learn(*shape, threshold, i % 11);
     }
 }
 

@@ -4,7 +4,7 @@
 
 #include "ptmatch/search_task.h"
 #include "ptmatch/vote_kernel_choice.h"
-#include "support/allocation_meter.h"
+#include "support/assertion_recorder.h"
 
 // The candidates of a vote with groups against those of the plain reference, with every shape of
 // groups.
@@ -37,11 +37,12 @@ Task taskOverScales(Random& random, double width, double height) {
     return task;
 }
 
-void expectSameCandidates(const Task& task, double minCoverage, const Expected& expected) {
+void expectSameCandidates(const Task& task, double minCoverage, const Expected& expected,
+                          std::size_t maxBlocksKept = GroupSearch::kMaxBlocksKept) {
     const PreparedTask prepared(task, minCoverage);
     TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
     GroupSearch groups(prepared.grid, prepared.model, task.params, prepared.weights,
-                       prepared.window, search);
+                       prepared.window, search, maxBlocksKept);
     const OfferPeaks offerPeaks = [&](double scale, double degrees, long threshold,
                                       CoarseStore& to) {
         groups.offerPeaks(scale, degrees, threshold, to);
@@ -52,7 +53,7 @@ void expectSameCandidates(const Task& task, double minCoverage, const Expected& 
 /// @return the number of candidates.
 std::size_t compareWithEveryShape(const Task& task, double minCoverage) {
     const Expected expected = expectedOf(task, minCoverage);
-    for (int shape = kNoGroups; shape < static_cast<int>(kNumGroupShapes); ++shape) {
+    for (int shape = kEveryShapeInTurn; shape < static_cast<int>(kNumGroupShapes); ++shape) {
         SCOPED_TRACE(testing::Message() << "group shape " << shape);
         const ForcedGroups forced(shape);
         expectSameCandidates(task, minCoverage, expected);
@@ -100,14 +101,34 @@ TEST(GroupSearch, OneRotationAndManyScalesGiveTheSame) {
     EXPECT_GT(compareWithEveryShape(task, 0.4), 0U);
 }
 
-// Scales down to a tenth: one step of them is as large as the scale itself, and the rotations of a
-// band have steps of very different size.
+// One step of scale is as large as the scale itself, and the rotations of a band have steps of very
+// different size; the lowest scales may lie below 0, where the model is turned over.
 TEST(GroupSearch, ScalesNearNothingGiveTheSame) {
-    Random random(11);
-    Task task = randomTask(random, 40.0, 30.0);
-    task.params.rotationUncertainty(rxAngleRange::FullRange());
-    task.params.scaleUncertainty(rxRange(-0.9, -0.5));
-    EXPECT_GT(compareWithEveryShape(task, 0.6), 0U);
+    for (const double highest : {-0.5, -0.59, -0.7}) {
+        SCOPED_TRACE(highest);
+        Random random(11);
+        Task task = randomTask(random, 40.0, 30.0);
+        task.model = ptmatch::reference::spreadPoints(random, 6, 9.0, 1.5);
+        for (const rxVector<2>& m : task.model) task.data.emplace_back(0.3 * m.x(), 0.3 * m.y());
+        task.params.rotationUncertainty(rxAngleRange::FullRange());
+        task.params.scaleUncertainty(rxRange(-0.9, highest));
+        EXPECT_GT(compareWithEveryShape(task, 0.6), 0U);
+        if (HasFailure()) return;
+    }
+}
+
+TEST(GroupSearch, GroupsThatLeaveTooMuchAreSearchedWhole) {
+    Random random(15);
+    const Task task = taskOverScales(random, 110.0, 60.0);
+    const Expected expected = expectedOf(task, 0.3);
+    for (const std::size_t maxBlocksKept : {std::size_t{0}, std::size_t{3}, std::size_t{40}}) {
+        for (int shape = kEveryShapeInTurn; shape < static_cast<int>(kNumGroupShapes); ++shape) {
+            SCOPED_TRACE(testing::Message() << maxBlocksKept << ", group shape " << shape);
+            const ForcedGroups forced(shape);
+            expectSameCandidates(task, 0.3, expected, maxBlocksKept);
+        }
+        if (HasFailure()) return;
+    }
 }
 
 // Beyond 1e9 pixels from the origin bounds are not to be had, and every lattice point is searched.
@@ -138,27 +159,65 @@ TEST(GroupSearch, EveryKernelBoundsGroupsAlike) {
     forceVoteKernel("");
 }
 
-TEST(GroupSearch, SkipsMostLatticePointsOfASparseImage) {
+// Groups that the planner chooses, which it does for searches too large for the plain reference.
+TEST(GroupSearch, SparseImageIsSearchedByGroupsAndGivesWhatASearchWithoutThemGives) {
     Random random(14);
-    Task task = randomTask(random, 400.0, 400.0);
-    task.params.rotationUncertainty(rxAngleRange::FullRange());
-    task.params.scaleUncertainty(rxRange(-0.1, 0.1));
-    const PreparedTask prepared(task, 0.5);
+    for (const long numClutter : {0L, 300L, 1500L}) {
+        SCOPED_TRACE(numClutter);
+        Task task = randomTask(random, 400.0, 400.0);
+        for (long i = 0; i < numClutter; ++i) {
+            task.data.emplace_back(random.uniform(0.0, 400.0), random.uniform(0.0, 400.0));
+        }
+        task.params.rotationUncertainty(rxAngleRange::FullRange());
+        task.params.scaleUncertainty(rxRange(-0.1, 0.1));
+        const PreparedTask prepared(task, 0.4);
+        TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
+        GroupSearch groups(prepared.grid, prepared.model, task.params, prepared.weights,
+                           prepared.window, search);
+        TranslationSearch alone(prepared.grid, prepared.model, prepared.weights, prepared.window);
+        const auto offerWith = [](auto& searching, long& numPoints) {
+            return [&](double scale, double degrees, long threshold, CoarseStore& to) {
+                ++numPoints;
+                searching.offerPeaks(scale, degrees, threshold, to);
+            };
+        };
+        long numPoints = 0;
+        long numPointsAlone = 0;
+        CoarseStore store(prepared.model.totalWeight(), 8);
+        CoarseStore expected(prepared.model.totalWeight(), 8);
+        const long minimum = prepared.weights.minimumScore;
+        voteOverLattice(prepared.model, task.params, 1.0, minimum, offerWith(groups, numPoints),
+                        store);
+        voteOverLattice(prepared.model, task.params, 1.0, minimum, offerWith(alone, numPointsAlone),
+                        expected);
+        EXPECT_EQ(numPoints, numPointsAlone);
+        const long numSkippedAtLeast = numClutter == 0 ? numPoints / 2 : 0;
+        EXPECT_GE(groups.numSkipped(), numSkippedAtLeast);
+        long scoreExpected = expected.first();
+        EXPECT_GT(scoreExpected, 0);
+        for (long score = store.first(); score >= 0 || scoreExpected >= 0;
+             score = store.next(), scoreExpected = expected.next()) {
+            ASSERT_EQ(score, scoreExpected);
+            EXPECT_EQ(store.current()->translation, expected.current()->translation);
+            EXPECT_EQ(store.current()->scale, expected.current()->scale);
+            EXPECT_EQ(store.current()->rotationDegrees, expected.current()->rotationDegrees);
+        }
+    }
+}
+
+TEST(GroupSearch, WeightsOfAnotherNumberOfPointsOfferNothing) {
+    Random random(16);
+    const Task task = taskOverScales(random, 60.0, 40.0);
+    PreparedTask prepared(task, 0.3);
+    prepared.weights.scaled = {1, 2, 3};
+    const ptmatch::testing::AssertionRecorder assertions;
     TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
     GroupSearch groups(prepared.grid, prepared.model, task.params, prepared.weights,
                        prepared.window, search);
-    long numPoints = 0;
+    const ForcedGroups forced(33);
     CoarseStore store(prepared.model.totalWeight(), 8);
-    voteOverLattice(
-        prepared.model, task.params, 1.0, prepared.weights.minimumScore,
-        [&](double scale, double degrees, long threshold, CoarseStore& to) {
-            ++numPoints;
-            groups.offerPeaks(scale, degrees, threshold, to);
-        },
-        store);
-    EXPECT_GT(numPoints, 5000);
-    EXPECT_GT(groups.numSkipped(), numPoints / 2);
-    EXPECT_GT(store.numResults(), 0);
+    groups.offerPeaks(1.0, 0.0, 2, store);
+    EXPECT_EQ(store.numResults(), 0);
 }
 
 }  // namespace
