@@ -141,6 +141,58 @@ TEST(GroupBounds, NoVoteReachesTheThresholdOutsideTheBlocksThatAreLeft) {
     EXPECT_GT(numLeftOut, 100);
 }
 
+// With no vote to spare, a bound that looks a pixel beside the marks loses the pose.
+TEST(GroupBounds, PoseThatNeedsEveryPointIsNeverLost) {
+    Random random(7);
+    const auto points = ptmatch::reference::spreadPoints(random, 20, 60.0, 2.0);
+    std::vector<rxVector<2>> model;
+    for (const rxVector<2>& p : points) model.push_back(p + rxVector<2>(20.0, 20.0));
+    for (int round = 0; round < 60; ++round) {
+        for (std::size_t shape = 0; shape < kNumGroupShapes; ++shape) {
+            SCOPED_TRACE(testing::Message() << "round " << round << ", group shape " << shape);
+            Task any;
+            any.model = model;
+            any.data = model;
+            const PreparedTask trained(any, 1.0);
+            PoseGroup group = randomGroup(random, trained, kGroupShapes[shape].size);
+            const double scale = within(random, group.lowScale, group.highScale);
+            const double degrees = within(random, group.lowDegrees, group.highDegrees);
+            const Task task = ptmatch::testing::plantedAt(random, model, scale, degrees);
+            const PreparedTask prepared(task, 1.0);
+            const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
+                                           prepared.window);
+            GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                               search.dataPixels());
+            ASSERT_TRUE(bounds.isWithinReach(group, kGroupShapes[shape].size));
+            const BlockFlags& flags = bounds.bound(group, shape, std::ssize(model));
+            const TileShape& tile = kTileShapes[kTileShapes[kGroupShapes[shape].tile].next];
+            const rxPair<long> shift =
+                ptmatch::testing::plantedTranslation() - prepared.window.ul();
+            const long strip = shift.x() / (64 * tile.columns());
+            const long band = shift.y() / (kBlockRows * tile.rows());
+            ASSERT_EQ(flags.nextInStrip(strip, band, band + 1), band);
+        }
+    }
+}
+
+TEST(GroupBounds, TurnedOverModelsAreWithinReachLikeOthers) {
+    Random random(8);
+    const Task task = randomTask(random, 80.0, 60.0);
+    const PreparedTask prepared(task, 0.3);
+    const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
+                                   prepared.window);
+    const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                             search.dataPixels());
+    int numWithin = 0;
+    for (double degrees = 0.25; degrees < 30.0; degrees += 0.25) {
+        const bool isWithin = bounds.isWithinReach({1.0, 1.0, 0.0, degrees}, {1, 3});
+        EXPECT_EQ(bounds.isWithinReach({-1.0, -1.0, 0.0, degrees}, {1, 3}), isWithin) << degrees;
+        numWithin += isWithin ? 1 : 0;
+    }
+    EXPECT_GT(numWithin, 3);
+    EXPECT_LT(numWithin, 100);
+}
+
 TEST(GroupBounds, GroupLargerThanItsSizeIsNotWithinReach) {
     Random random(5);
     const Task task = randomTask(random, 100.0, 60.0);

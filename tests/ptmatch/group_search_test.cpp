@@ -4,6 +4,7 @@
 
 #include "ptmatch/search_task.h"
 #include "ptmatch/vote_kernel_choice.h"
+#include "reference/reference_model.h"
 #include "support/assertion_recorder.h"
 
 // The candidates of a vote with groups against those of the plain reference, with every shape of
@@ -114,6 +115,39 @@ TEST(GroupSearch, ScalesNearNothingGiveTheSame) {
         task.params.scaleUncertainty(rxRange(-0.9, highest));
         EXPECT_GT(compareWithEveryShape(task, 0.6), 0U);
         if (HasFailure()) return;
+    }
+}
+
+// The ends of the rotations of every scale, where the groups of a band begin and end.
+TEST(GroupSearch, PosesAtTheEndsOfTheLatticeAreFound) {
+    Random random(17);
+    const auto points = ptmatch::reference::spreadPoints(random, 16, 60.0, 2.0);
+    std::vector<rxVector<2>> model;
+    for (const rxVector<2>& p : points) model.push_back(p + rxVector<2>(20.0, 20.0));
+    rxPointMatcherRunParams params;
+    params.scaleUncertainty(rxRange(-0.25, 0.25));
+    params.rotationUncertainty(
+        rxAngleRange(rxRadian(rxDegree(-11.0)), rxRadian(rxDegree(8.0)), false));
+    const ptmatch::reference::Model reference = ptmatch::reference::trainModel(model, {});
+    for (const double scale :
+         ptmatch::reference::scaleLattice(reference, params.scaleUncertainty(), 1.0)) {
+        const std::vector<double> rotations = ptmatch::reference::rotationLattice(
+            reference, params.rotationUncertainty(), scale, 1.0);
+        for (const double degrees : {rotations.front(), rotations[1], rotations.back()}) {
+            SCOPED_TRACE(testing::Message() << "scale " << scale << ", " << degrees << " degrees");
+            Task task = ptmatch::testing::plantedAt(random, model, scale, degrees);
+            task.params.scaleUncertainty(params.scaleUncertainty());
+            task.params.rotationUncertainty(params.rotationUncertainty());
+            const Expected expected = expectedOf(task, 1.0);
+            EXPECT_FALSE(expected.bestFirst.empty());
+            for (int shape = kEveryShapeInTurn; shape < static_cast<int>(kNumGroupShapes);
+                 ++shape) {
+                SCOPED_TRACE(testing::Message() << "group shape " << shape);
+                const ForcedGroups forced(shape);
+                expectSameCandidates(task, 1.0, expected);
+            }
+            if (HasFailure()) return;
+        }
     }
 }
 

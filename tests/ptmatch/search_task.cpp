@@ -62,6 +62,37 @@ PreparedTask::PreparedTask(const Task& task, double minCoverage)
       weights(*makeVoteWeights(model.points().size(), model.weights(), minCoverage)),
       window(*translationWindow(grid, model, task.params)) {}
 
+namespace {
+
+// Two data points fix the grid whatever lies between them.
+constexpr double kPlantedSide = 100.0;
+constexpr long kPlantedShift = 7;
+
+}  // namespace
+
+rxPair<long> plantedTranslation() {
+    return {kPlantedShift, -kPlantedShift};
+}
+
+Task plantedAt(Random& random, const std::vector<rxVector<2>>& model, double scale,
+               double degrees) {
+    Task task;
+    task.model = model;
+    task.data = {rxVector<2>(0.0, 0.0), rxVector<2>(kPlantedSide, kPlantedSide)};
+    task.params.autoGridSize(false);
+    task.params.gridSize(1.0);
+    const PreparedTask empty(task, 1.0);
+    std::vector<rxPair<long>> pixels;
+    modelPixels(empty.grid, empty.model, scale, degrees, pixels);
+    for (const rxPair<long>& pixel : pixels) {
+        const rxPair<long> at = pixel + plantedTranslation();
+        const rxVector<2> centre(static_cast<double>(at.x() + random.integer(-1, 1)) + 0.5,
+                                 static_cast<double>(at.y() + random.integer(-1, 1)) + 0.5);
+        task.data.push_back(empty.grid.imageFromModel.inverse() * centre);
+    }
+    return task;
+}
+
 void expectSameCandidates(const Task& task, const PreparedTask& prepared,
                           const OfferPeaks& offerPeaks, const Expected& expected) {
     CoarseStore store(prepared.model.totalWeight(), task.capacity);

@@ -45,6 +45,14 @@ struct PreparedTask {
     PreparedTask(const Task& task, double minCoverage);
 };
 
+/// A task whose only full vote is at this scale and rotation: every model point lies on a mark
+/// there, at the edge or a corner of the mark more often than not.
+Task plantedAt(reference::Random& random, const std::vector<rxVector<2>>& model, double scale,
+               double degrees);
+
+/// The translation of that vote, for a task as it was prepared.
+rxPair<long> plantedTranslation();
+
 /// Votes over the lattice and compares the store with the reference's: scores, candidates and their
 /// order.
 void expectSameCandidates(const Task& task, const PreparedTask& prepared,
