@@ -74,18 +74,18 @@ SearchProblem withScales(long numModel, long numData) {
     return problem;
 }
 
-// What a user asks who knows nothing of the pose.
-SearchProblem closePairsOfAnyScale(long numModel, long numData) {
-    SearchProblem problem = closePairs(numModel, numData, true);
-    problem.params.scaleUncertainty(rxRange(-0.1, 0.1));
-    return problem;
-}
-
 // One set of data: the literal search needs seconds for each.
 SearchProblem onImageOf(long side, long numModel, long numData) {
     SearchProblem problem = randomPoints(numModel, numData, false, 1);
     problem.params.autoGridSize(false);
     problem.params.gridSize(kDataSide / static_cast<double>(side));
+    return problem;
+}
+
+// What a user asks who knows nothing of the pose: the lattice has thousands of points.
+SearchProblem ofAnyTurnAndScale(SearchProblem problem) {
+    problem.params.rotationUncertainty(rxAngleRange::FullRange());
+    problem.params.scaleUncertainty(rxRange(-0.1, 0.1));
     return problem;
 }
 
@@ -297,8 +297,11 @@ const SearchCase kCases[] = {
     {"50/150/closePairs/15deg", [] { return closePairs(50, 150, false); }, 5},
     {"50/150/closePairs/fullTurn", [] { return closePairs(50, 150, true); }, 3},
     {"100/400/closePairs/15deg", [] { return closePairs(100, 400, false); }, 3},
-    {"12/40/closePairs/scalesFullTurn", [] { return closePairsOfAnyScale(12, 40); }, 11},
-    {"50/75/closePairs/scalesFullTurn", [] { return closePairsOfAnyScale(50, 75); }, 1},
+    {"100/400/scalesFullTurn", [] { return ofAnyTurnAndScale(randomPoints(100, 400, true, 1)); },
+     3},
+    {"50/75/image400/scalesFullTurn", [] { return ofAnyTurnAndScale(onImageOf(400, 50, 75)); }, 1},
+    {"100/150/image400/scalesFullTurn", [] { return ofAnyTurnAndScale(onImageOf(400, 100, 150)); },
+     1},
     {"100/400/weighted", [] { return weighted(100, 400); }, 31},
 };
 

@@ -75,24 +75,24 @@ MarkBitmap::MarkBitmap(const TileShape& tile, long width, long height,
 void MarkBitmap::markAround_(const PixelSpan& columns, const PixelSpan& rows, std::size_t layer) {
     const long lastColumn = std::min<long>(columns.high, columns.low + tile_.columns() - 1);
     const long lastRow = std::min<long>(rows.high, rows.low + tile_.rows() - 1);
-    for (long x = columns.low; x <= lastColumn; ++x) {
-        const std::int64_t numColumns = ((columns.high - x) >> tile_.log2Columns) + 1;
-        for (long y = rows.low; y <= lastRow; ++y) {
-            const std::int64_t numRows = ((rows.high - y) >> tile_.log2Rows) + 1;
+    for (long y = rows.low; y <= lastRow; ++y) {
+        const std::int64_t numRows = ((rows.high - y) >> tile_.log2Rows) + 1;
+        for (long x = columns.low; x <= lastColumn; ++x) {
+            const std::int64_t numColumns = ((columns.high - x) >> tile_.log2Columns) + 1;
             markCells_(sightFrom(x, y, layer), numColumns, numRows);
         }
     }
 }
 
 void MarkBitmap::markCells_(Sight first, std::int64_t numColumns, std::int64_t numRows) {
-    const std::int64_t end = first.column + numColumns;
-    while (first.column < end) {
+    while (numColumns > 0) {
         const std::int64_t bit = first.column & 63;
-        const std::int64_t count = std::min<std::int64_t>(end - first.column, 64 - bit);
+        const std::int64_t count = std::min<std::int64_t>(numColumns, 64 - bit);
         const std::uint64_t cells = (~std::uint64_t{0} >> (64 - count)) << bit;
         std::uint64_t* const words = words_.data() + firstWordOf_(first);
         for (std::int64_t row = 0; row < numRows; ++row) words[row] |= cells;
         first.column += count;
+        numColumns -= count;
     }
 }
 
