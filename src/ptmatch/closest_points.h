@@ -14,8 +14,9 @@ namespace ptmatch::detail {
 /// The points are sorted along a slanted direction, and each is compared with those that follow it
 /// by no more than the smallest distance so far.
 ///
-/// @param points  finite. Cost n log n to sort and, for points spread evenly, n^1.5 small steps to
-/// compare; n^2 at worst, where most lie across the direction within the smallest distance.
+/// @param points  finite, at least one. Cost n log n to sort and, for points spread evenly, n^1.5
+/// small steps to compare; n^2 at worst, where most lie across the direction within the smallest
+/// distance, or all squares overflow.
 double smallestNearestSquared(std::span<const rxVector<2>> points);
 
 }  // namespace ptmatch::detail

@@ -10,6 +10,7 @@
 #include "foundation/fitter.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/points_by_x.h"
+#include "ptmatch/squared_distance.h"
 #include "ptmatch/try_fit.h"
 
 namespace ptmatch::detail {
@@ -17,12 +18,6 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr long kCaptureReach = 2;  // pixels around a model point's pixel that are looked at
-
-double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
-    const double dx = a.x() - b.x();
-    const double dy = a.y() - b.y();
-    return dx * dx + dy * dy;
-}
 
 // A data point near a model point.
 struct Neighbour {

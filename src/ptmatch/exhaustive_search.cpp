@@ -158,6 +158,7 @@ class AssignmentWalk {
                    const rxPointMatcherRunParams& params, const SetPair& sets, int dof)
         : params_(params),
           inverseStart_(params.startPose().inverse()),
+          isModelAssigned_(sets.isModelAssigned),
           numSlots_(sets.assigned.size()),
           numPartners_(sets.partners.size()),
           fitter_(sets, dof),
@@ -168,13 +169,19 @@ class AssignmentWalk {
           current_(numSlots_, -1),
           isTaken_(numPartners_, 0),
           batch_(PosePrefilter::kBatch * numSlots_) {
+        if (numSlots_ > kMostTerms / numPartners_) return;
         terms_.reserve(numSlots_ * numPartners_);
         for (std::size_t slot = 0; slot < numSlots_; ++slot) {
-            for (std::size_t k = 0; k < numPartners_; ++k) {
-                terms_.push_back(sets.isModelAssigned ? prefilter_.sumsOf(slot, k)
-                                                      : prefilter_.sumsOf(k, slot));
-            }
+            for (std::size_t k = 0; k < numPartners_; ++k) terms_.push_back(reckonTerm(slot, k));
         }
+    }
+
+    // What the pair of a slot and a partner adds to the sums.
+    PairSums reckonTerm(std::size_t slot, std::size_t k) const {
+        return isModelAssigned_ ? prefilter_.sumsOf(slot, k) : prefilter_.sumsOf(k, slot);
+    }
+    PairSums term(std::size_t slot, std::size_t k) const {
+        return terms_.empty() ? reckonTerm(slot, k) : terms_[slot * numPartners_ + k];
     }
 
     // Goes through the partners of the slot and of all that follow.
@@ -187,7 +194,8 @@ class AssignmentWalk {
             isTaken_[k] = 1;
             current_[slot] = static_cast<std::int32_t>(k);
             PairSums longer = sums;
-            visit(slot + 1, longer += terms_[slot * numPartners_ + k]);
+            longer += term(slot, k);
+            visit(slot + 1, longer);
             isTaken_[k] = 0;
         }
         current_[slot] = -1;
@@ -200,7 +208,7 @@ class AssignmentWalk {
         for (std::size_t k = 0; k < numPartners_; ++k) {
             if (isTaken_[k] != 0) continue;
             current_[slot] = static_cast<std::int32_t>(k);
-            addToBatch(sums, terms_[slot * numPartners_ + k]);
+            addToBatch(sums, term(slot, k));
         }
         current_[slot] = -1;
     }
@@ -213,8 +221,7 @@ class AssignmentWalk {
 
     void flush() {
         // A pose that captures less than the worst of a full list is worse than all of it.
-        const long minWeight =
-            best_.isFull() ? std::max(best_.worstCount(), kMinWeight) : kMinWeight;
+        const long minWeight = best_.isFull() ? best_.worstCount() : kMinWeight;
         for (const std::uint32_t lane : prefilter_.takeSurvivors(minWeight)) {
             const auto first = batch_.begin() + offsetOf(lane);
             const Partners partners(first, first + offsetOf(1));
@@ -230,16 +237,19 @@ class AssignmentWalk {
     }
 
     static constexpr std::size_t kMinPairs = 2;
+    // 64 MiB. Sets of more pairs are walked for ever anyway, and need not fill the memory first.
+    static constexpr std::size_t kMostTerms = (std::size_t{64} << 20) / sizeof(PairSums);
 
     const rxPointMatcherRunParams& params_;
     rxXform<2> inverseStart_;
+    bool isModelAssigned_;
     std::size_t numSlots_;
     std::size_t numPartners_;
     PrefixFitter fitter_;
     CaptureScorer scorer_;
     PosePrefilter prefilter_;
     BestAssignments best_;
-    std::vector<PairSums> terms_;  // of each slot with each partner
+    std::vector<PairSums> terms_;  // of each slot with each partner; none when there are too many
     Partners current_;
     std::vector<char> isTaken_;
     Partners batch_;  // one assignment after another, as many as the prefilter's batch holds

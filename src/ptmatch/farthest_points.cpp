@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "ptmatch/squared_distance.h"
+
 namespace ptmatch::detail {
 namespace {
 
@@ -15,12 +17,6 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 
 using Points = std::span<const rxVector<2>>;
-
-double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
-    const double dx = a.x() - b.x();
-    const double dy = a.y() - b.y();
-    return dx * dx + dy * dy;
-}
 
 double largestSquaredDistance(const rxVector<2>& p, Points points) {
     double largest = 0.0;

@@ -14,7 +14,7 @@ namespace ptmatch::detail {
 /// come near that, as on a circle, those are compared that lie on opposite sides of it.
 ///
 /// @param points  finite, at least one. Cost linear as a rule, n log n on a circle; n^2 at worst,
-/// where many points are equally far from many others.
+/// where many points are equally far from many others, or squares underflow.
 double largestFarthestSquared(std::span<const rxVector<2>> points);
 
 }  // namespace ptmatch::detail

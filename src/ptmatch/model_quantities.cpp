@@ -3,17 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ptmatch/squared_distance.h"
+
 namespace ptmatch::detail {
-
-namespace {
-
-double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
-    const double dx = a.x() - b.x();
-    const double dy = a.y() - b.y();
-    return dx * dx + dy * dy;
-}
-
-}  // namespace
 
 bool allFinite(std::span<const rxVector<2>> points) {
     return std::ranges::all_of(points, [](const rxVector<2>& point) {

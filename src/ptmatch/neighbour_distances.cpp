@@ -7,6 +7,7 @@
 
 #include "ptmatch/closest_points.h"
 #include "ptmatch/farthest_points.h"
+#include "ptmatch/squared_distance.h"
 
 namespace ptmatch::detail {
 namespace {
@@ -15,12 +16,6 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // Up to here the comparison of all pairs is done before the points would have been sorted.
 constexpr std::size_t kMostComparedPairwise = 80;
-
-double squaredDistance(const rxVector<2>& a, const rxVector<2>& b) {
-    const double dx = a.x() - b.x();
-    const double dy = a.y() - b.y();
-    return dx * dx + dy * dy;
-}
 
 /// Squares of the distances asked for; their roots are taken last, as a root keeps the order.
 struct SquaredDistances {

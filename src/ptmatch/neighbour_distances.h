@@ -13,8 +13,8 @@ struct NeighbourDistances {
     /// left out, and so are those whose nearest neighbour's squared distance is 0 by underflow;
     /// infinite when that leaves none.
     double smallestNearest = std::numeric_limits<double>::infinity();
-    /// Largest distance between two points, 0 when all coincide. Points with a neighbour at an
-    /// infinite squared distance are left out.
+    /// Largest distance between two points. Points with a neighbour at an infinite squared distance
+    /// are left out; 0 when that leaves none, or all squares are 0.
     double largestFarthest = 0.0;
 };
 

@@ -37,6 +37,10 @@
 //    The two together are the tolerance below. A point is captured at a distance below the capture
 //    range by the exact code, so at one below range + tolerance here. The little that is added
 //    covers what underflow does to squares.
+// 4. Ranges. The translation is what becomes of the start pose's position, a point like those of
+//    step 3 (extent and reach are the larger of the model's and its own), so its tolerance covers
+//    that, too. A cosine of the turn is off by r and some roundings, a scale by r of itself; the
+//    slacks below are wider than the exact code's own tolerance of limits and those roundings.
 //
 // Extents of 1e-60 at least and reaches of 1e60 at most keep all of this from overflow and from
 // underflow that matters.

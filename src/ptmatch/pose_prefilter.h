@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -44,7 +45,8 @@ struct PairSums {
 /// It estimates the poses side by side in plain doubles, and bounds how far an estimate can be from
 /// the pose that the exact code would compute (see pose_prefilter.cpp); what is within that bound
 /// of a limit passes. So it never drops what the exact code would keep, and may keep what that
-/// drops. It passes everything when coordinates are so extreme that the bound would not hold.
+/// drops. It passes everything when coordinates are so extreme that the bound would not hold, or
+/// all points of a set coincide.
 class PosePrefilter {
   public:
     static constexpr std::size_t kBatch = 256;

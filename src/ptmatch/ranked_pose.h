@@ -15,7 +15,7 @@ struct RankedPose {
 };
 
 /// The order of results: higher coverage first, then smaller fit error.
-/// Complete ties are left to the caller, who keeps them in the order in which they were found.
+/// Complete ties are left to the caller.
 inline bool isBetter(const RankedPose& a, const RankedPose& b) {
     if (a.coverage != b.coverage) return a.coverage > b.coverage;
     return a.fitError < b.fitError;

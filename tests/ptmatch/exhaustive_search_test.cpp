@@ -9,6 +9,7 @@
 
 #include "foundation/fitter.h"
 #include "ptmatch/ppmatch.h"
+#include "support/allocation_meter.h"
 #include "support/archive_bytes.h"
 
 // The exhaustive search as a run shows it.
@@ -268,6 +269,24 @@ TEST(ExhaustiveRun, CompleteTiesComeInTheOrderOfTheAssignments) {
         copies += result.modelToDataMap()[0] == 0 ? 'A' : 'B';
     }
     EXPECT_EQ(copies, "ABAAAAABBBBB");
+}
+
+// A search of such sets never ends but for the smallest; what it keeps of their pairs is bounded,
+// so that it does not fill the memory first.
+TEST(ExhaustiveSearch, SetsOfManyPairsTakeMemoryLinearInThem) {
+    rxPointMatcher matcher;
+    constexpr std::size_t kNumModel = 2'000'000;
+    Points model;
+    model.reserve(kNumModel);
+    for (std::size_t i = 0; i < kNumModel; ++i) {
+        model.emplace_back(static_cast<double>(i % 1500), static_cast<double>(i / 1500));
+    }
+    matcher.train(model, Defs::eExhaustiveMode);
+    rxPointMatcherResultSet results;
+    const ptmatch::testing::AllocationMeter meter;
+    matcher.run({{3.0, 4.0}}, paramsFor(1.0), results);
+    EXPECT_THAT(results.results(), IsEmpty());
+    EXPECT_LT(meter.largest(), 40 * kNumModel);
 }
 
 }  // namespace
