@@ -18,6 +18,19 @@ using ptmatch::testing::PreparedTask;
 using ptmatch::testing::randomTask;
 using ptmatch::testing::Task;
 
+/// A task with the bounds for its groups.
+struct Bounded {
+    PreparedTask prepared;
+    TranslationSearch search;
+    GroupBounds bounds;
+
+    Bounded(const Task& task, double minCoverage)
+        : prepared(task, minCoverage),
+          search(prepared.grid, prepared.model, prepared.weights, prepared.window),
+          bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
+                 search.dataPixels()) {}
+};
+
 /// A group as large as its size allows, somewhere.
 PoseGroup randomGroup(Random& random, const PreparedTask& prepared, const GroupSize& size) {
     const double lowScale = random.uniform(0.7, 1.2);
@@ -36,11 +49,9 @@ TEST(GroupReach, NoPixelLiesFartherFromTheMiddleOfItsGroup) {
     for (std::uint64_t seed = 1; seed <= 40; ++seed) {
         Random random(seed);
         const Task task = randomTask(random, random.uniform(40.0, 700.0), 60.0);
-        const PreparedTask prepared(task, 0.3);
-        const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
-                                       prepared.window);
-        const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
-                                 search.dataPixels());
+        Bounded bounded(task, 0.3);
+        const PreparedTask& prepared = bounded.prepared;
+        GroupBounds& bounds = bounded.bounds;
         for (const GroupSize& size : kGroupSizes) {
             const PoseGroup group = randomGroup(random, prepared, size);
             ASSERT_TRUE(bounds.isWithinReach(group, size));
@@ -99,11 +110,9 @@ TEST(GroupBounds, NoVoteReachesTheThresholdOutsideTheBlocksThatAreLeft) {
     for (std::uint64_t seed = 1; seed <= 4; ++seed) {
         Random random(seed);
         const Task task = randomTask(random, 50.0, 40.0);
-        const PreparedTask prepared(task, 0.3);
-        const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
-                                       prepared.window);
-        GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
-                           search.dataPixels());
+        Bounded bounded(task, 0.3);
+        const PreparedTask& prepared = bounded.prepared;
+        GroupBounds& bounds = bounded.bounds;
         const long width = prepared.window.width() + 1;
         const long height = prepared.window.height() + 1;
         for (std::size_t shape = 0; shape < kNumGroupShapes; shape += 1 + shape % 3) {
@@ -125,8 +134,8 @@ TEST(GroupBounds, NoVoteReachesTheThresholdOutsideTheBlocksThatAreLeft) {
             for (int k = 0; k < 300; ++k) {
                 const rxPair<long> shift(random.integer(0, width - 1),
                                          random.integer(0, height - 1));
-                if (voteOf(prepared, search.dataPixels(), pixels, prepared.window.ul() + shift) <
-                    threshold) {
+                if (voteOf(prepared, bounded.search.dataPixels(), pixels,
+                           prepared.window.ul() + shift) < threshold) {
                     continue;
                 }
                 ++numReaching;
@@ -158,11 +167,9 @@ TEST(GroupBounds, PoseThatNeedsEveryPointIsNeverLost) {
             const double scale = within(random, group.lowScale, group.highScale);
             const double degrees = within(random, group.lowDegrees, group.highDegrees);
             const Task task = ptmatch::testing::plantedAt(random, model, scale, degrees);
-            const PreparedTask prepared(task, 1.0);
-            const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
-                                           prepared.window);
-            GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
-                               search.dataPixels());
+            Bounded bounded(task, 1.0);
+            const PreparedTask& prepared = bounded.prepared;
+            GroupBounds& bounds = bounded.bounds;
             ASSERT_TRUE(bounds.isWithinReach(group, kGroupShapes[shape].size));
             const BlockFlags& flags = bounds.bound(group, shape, std::ssize(model));
             const TileShape& tile = kTileShapes[kTileShapes[kGroupShapes[shape].tile].next];
@@ -178,11 +185,8 @@ TEST(GroupBounds, PoseThatNeedsEveryPointIsNeverLost) {
 TEST(GroupBounds, TurnedOverModelsAreWithinReachLikeOthers) {
     Random random(8);
     const Task task = randomTask(random, 80.0, 60.0);
-    const PreparedTask prepared(task, 0.3);
-    const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
-                                   prepared.window);
-    const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
-                             search.dataPixels());
+    Bounded bounded(task, 0.3);
+    GroupBounds& bounds = bounded.bounds;
     int numWithin = 0;
     for (double degrees = 0.25; degrees < 30.0; degrees += 0.25) {
         const bool isWithin = bounds.isWithinReach({1.0, 1.0, 0.0, degrees}, {1, 3});
@@ -196,11 +200,9 @@ TEST(GroupBounds, TurnedOverModelsAreWithinReachLikeOthers) {
 TEST(GroupBounds, GroupLargerThanItsSizeIsNotWithinReach) {
     Random random(5);
     const Task task = randomTask(random, 100.0, 60.0);
-    const PreparedTask prepared(task, 0.3);
-    const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
-                                   prepared.window);
-    const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
-                             search.dataPixels());
+    Bounded bounded(task, 0.3);
+    const PreparedTask& prepared = bounded.prepared;
+    GroupBounds& bounds = bounded.bounds;
     const PoseGroup group = randomGroup(random, prepared, {3, 3});
     EXPECT_TRUE(bounds.isWithinReach(group, {3, 3}));
     EXPECT_FALSE(bounds.isWithinReach(group, {3, 2}));
@@ -214,21 +216,12 @@ TEST(GroupBounds, LargeScalesOfAModelFarFromTheOriginAreNotWithinReach) {
     Task task = randomTask(random, 60.0, 60.0);
     for (rxVector<2>& m : task.model) m = m + rxVector<2>(5e8, 3e8);
     for (rxVector<2>& d : task.data) d = d + rxVector<2>(5e8, 3e8);
-    const PreparedTask prepared(task, 0.3);
-    const TranslationSearch search(prepared.grid, prepared.model, prepared.weights,
-                                   prepared.window);
-    const GroupBounds bounds(prepared.grid, prepared.model, prepared.weights, prepared.window,
-                             search.dataPixels());
+    Bounded bounded(task, 0.3);
+    GroupBounds& bounds = bounded.bounds;
     EXPECT_FALSE(bounds.isWithinReach({1e7, 1e7, 0.0, 1e-9}, {1, 2}));
-    Task nearer = randomTask(random, 60.0, 60.0);
-    const PreparedTask preparedNearer(nearer, 0.3);
-    const TranslationSearch searchNearer(preparedNearer.grid, preparedNearer.model,
-                                         preparedNearer.weights, preparedNearer.window);
-    const GroupBounds boundsNearer(preparedNearer.grid, preparedNearer.model,
-                                   preparedNearer.weights, preparedNearer.window,
-                                   searchNearer.dataPixels());
-    EXPECT_TRUE(boundsNearer.isWithinReach({1e6, 1e6, 0.0, 1e-9}, {1, 2}));
-    EXPECT_FALSE(boundsNearer.isWithinReach({1e9, 1e9, 0.0, 1e-12}, {1, 2}));
+    const Bounded nearer(randomTask(random, 60.0, 60.0), 0.3);
+    EXPECT_TRUE(nearer.bounds.isWithinReach({1e6, 1e6, 0.0, 1e-9}, {1, 2}));
+    EXPECT_FALSE(nearer.bounds.isWithinReach({1e9, 1e9, 0.0, 1e-12}, {1, 2}));
 }
 
 TEST(GroupReach, LayersThatNoPointLooksAtAreLeftOut) {
