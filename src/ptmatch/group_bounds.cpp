@@ -86,6 +86,8 @@ double GroupBounds::bytes(std::size_t tile, const GroupReach& reach) const {
 
 const BlockFlags& GroupBounds::bound(const PoseGroup& group, std::size_t shape, long threshold) {
     DilatedMarks& marks = marksFor_(shape);
+    if (shape != lastShape_) points_.setLayers(marks.reach.layerOf);
+    lastShape_ = shape;
     place_(group, marks.reach);
     const std::size_t tile = kGroupShapes[shape].tile;
     const long width = window_.width() + 1;
@@ -111,7 +113,6 @@ void GroupBounds::place_(const PoseGroup& group, const GroupReach& reach) {
         const long r = reach.ofLayer[reach.layerOf[i]];
         modelPixels_[i] = {modelPixels_[i].x() - r, modelPixels_[i].y() - r};
     }
-    points_.setLayers(reach.layerOf);
     points_.place(modelPixels_, window_.ul());
 }
 

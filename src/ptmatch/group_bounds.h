@@ -71,6 +71,7 @@ class GroupBounds {
     double largestCoordinate_;    // likewise, of what model pixels are reckoned from
     std::vector<rxPair<long>> modelPixels_;
     PlacedPoints points_;
+    std::size_t lastShape_ = kNumGroupShapes;  // whose layers the points look at
     StripCounter counter_;
     std::array<std::unique_ptr<DilatedMarks>, kNumGroupShapes> marks_;  // made when first needed
     // By tile, made when first asked for: of all blocks, and of those that are found.
