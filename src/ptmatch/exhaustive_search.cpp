@@ -147,8 +147,15 @@ class AssignmentWalk {
         : AssignmentWalk(data, model, params, orderBySize(model.points(), data),
                          params.scaleUncertainty() == rxRange(0.0, 0.0) ? 3 : 4) {}
 
+    // By a loop: calls as deep as there are slots could overflow the stack.
     std::vector<RankedPose> run() {
-        visit(0, PairSums{});
+        visitFrom(0);
+        for (std::size_t slot = numSlots_ - 1; slot > 0;) {
+            --slot;
+            if (!takeNextPartner(slot)) continue;
+            visitFrom(slot + 1);
+            slot = numSlots_ - 1;
+        }
         flush();
         return best_.take();
     }
@@ -168,6 +175,7 @@ class AssignmentWalk {
           best_(static_cast<std::size_t>(params.maxNumResults())),
           current_(numSlots_, -1),
           isTaken_(numPartners_, 0),
+          sums_(numSlots_),
           batch_(PosePrefilter::kBatch * numSlots_) {
         if (numSlots_ > kMostTerms / numPartners_) return;
         terms_.reserve(numSlots_ * numPartners_);
@@ -184,25 +192,36 @@ class AssignmentWalk {
         return terms_.empty() ? reckonTerm(slot, k) : terms_[slot * numPartners_ + k];
     }
 
-    // Goes through the partners of the slot and of all that follow.
-    void visit(std::size_t slot, const PairSums& sums) {
-        if (sums.numPairs + (numSlots_ - slot) < kMinPairs) return;
-        if (slot + 1 == numSlots_) return visitLast(sums);
-        visit(slot + 1, sums);
-        for (std::size_t k = 0; k < numPartners_; ++k) {
+    // The slots from this one to the last but one have nobody, the last one everybody in turn.
+    void visitFrom(std::size_t slot) {
+        for (; slot + 1 < numSlots_; ++slot) sums_[slot + 1] = sums_[slot];
+        visitLast(sums_[slot]);
+    }
+
+    // False when the slot has had all its partners; then it has nobody again.
+    bool takeNextPartner(std::size_t slot) {
+        std::int32_t& partner = current_[slot];
+        std::size_t k = 0;
+        if (partner >= 0) {
+            k = static_cast<std::size_t>(partner);
+            isTaken_[k] = 0;
+            ++k;
+        }
+        for (; k < numPartners_; ++k) {
             if (isTaken_[k] != 0) continue;
             isTaken_[k] = 1;
-            current_[slot] = static_cast<std::int32_t>(k);
-            PairSums longer = sums;
-            longer += term(slot, k);
-            visit(slot + 1, longer);
-            isTaken_[k] = 0;
+            partner = static_cast<std::int32_t>(k);
+            sums_[slot + 1] = sums_[slot];
+            sums_[slot + 1] += term(slot, k);
+            return true;
         }
-        current_[slot] = -1;
+        partner = -1;
+        return false;
     }
 
     // Most assignments differ in the last slot alone.
     void visitLast(const PairSums& sums) {
+        if (sums.numPairs + 1 < kMinPairs) return;
         const std::size_t slot = numSlots_ - 1;
         if (sums.numPairs >= kMinPairs) addToBatch(sums, PairSums{});
         for (std::size_t k = 0; k < numPartners_; ++k) {
@@ -252,6 +271,7 @@ class AssignmentWalk {
     std::vector<PairSums> terms_;  // of each slot with each partner; none when there are too many
     Partners current_;
     std::vector<char> isTaken_;
+    std::vector<PairSums> sums_;  // [slot]: of the slots before it
     Partners batch_;  // one assignment after another, as many as the prefilter's batch holds
 };
 

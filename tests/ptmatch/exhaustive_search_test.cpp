@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <limits>
 #include <string>
 #include <vector>
@@ -287,6 +289,26 @@ TEST(ExhaustiveSearch, SetsOfManyPairsTakeMemoryLinearInThem) {
     matcher.run({{3.0, 4.0}}, paramsFor(1.0), results);
     EXPECT_THAT(results.results(), IsEmpty());
     EXPECT_LT(meter.largest(), 40 * kNumModel);
+}
+
+// Nothing bounds the time of a search of such sets, and the alarm ends it; overflowing the stack
+// would end it otherwise.
+TEST(ExhaustiveSearch, DeepSearchGoesOnWithoutEndInsteadOfCrashing) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto searchForASecond = [] {
+        constexpr std::size_t kNumPoints = 100'000;
+        Points points;
+        points.reserve(kNumPoints);
+        for (std::size_t i = 0; i < kNumPoints; ++i) {
+            points.emplace_back(static_cast<double>(i % 300), static_cast<double>(i / 300));
+        }
+        rxPointMatcher matcher;
+        matcher.train(points, Defs::eExhaustiveMode);
+        rxPointMatcherResultSet results;
+        alarm(1);
+        matcher.run(points, paramsFor(1.0), results);
+    };
+    EXPECT_EXIT(searchForASecond(), ::testing::KilledBySignal(SIGALRM), "");
 }
 
 }  // namespace
