@@ -14,7 +14,7 @@ namespace ptmatch::detail {
 
 /// Decides which neighbouring lattice points are bounded together, if any are. Like VotePlanner it
 /// compares counts of work, estimated from the density of the marks and corrected by what survived,
-/// and any choice gives the same votes.
+/// and any choice gives the same votes. One thread at a time.
 class GroupPlanner {
   public:
     /// @param planner           plans the lattice points that groups leave.
@@ -28,6 +28,8 @@ class GroupPlanner {
     /// The shape of the next group, an index into kGroupShapes; none when lattice points are
     /// searched with less work one by one.
     /// @param fewest, most  scales that the group may have.
+    /// Cost: some steps for each shape where a decision is due, every fourth group at first and
+    /// every 64th later.
     std::optional<std::size_t> shapeFor(long threshold, int fewest, int most);
 
     /// Tells how many blocks of the next smaller tiles a group left.

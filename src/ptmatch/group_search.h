@@ -28,6 +28,8 @@ namespace ptmatch::detail {
 ///      |   .    .  |  .    .   | .    .    |  have a step of their own
 ///      |  .    .   | .    .    |.    .    .|
 ///      +-----------+-----------+-----------+
+///
+/// One thread at a time.
 class GroupSearch {
   public:
     /// What the groups of a band may leave, 4 MiB; groups after that are searched whole.
@@ -42,6 +44,9 @@ class GroupSearch {
     /// As TranslationSearch::offerPeaks. The lattice points must come in the order of the lattice,
     /// and thresholds must not fall.
     /// Allocates what a shape needs with its first use, and for the longest list of groups so far.
+    /// Cost: a few steps for a lattice point that its group ruled out; for the others what
+    /// TranslationSearch::offerPeaks() takes, for the blocks that are left alone; and
+    /// GroupBounds::bound() once for each group.
     void offerPeaks(double scale, double rotationDegrees, long threshold, CoarseStore& store);
 
     /// Lattice points so far from which no candidate could come.
