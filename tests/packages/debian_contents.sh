@@ -1,0 +1,70 @@
+# Builds the Debian packages as documented and compares content and dependencies with what they should be.
+. "$(dirname "$0")/common.sh"
+needs dpkg-deb dpkg-shlibdeps dpkg-parsechangelog file readelf
+
+run_documented build_packages >"$SCRATCH/cpack.txt" 2>&1 || fail "$(cat "$SCRATCH/cpack.txt")"
+packages=$checkout/build/packages
+machine=$(dpkg --print-architecture)
+full_version=$VERSION-1
+[ "$(dpkg-parsechangelog -l "$SOURCE/packaging/debian/changelog" -S Version)" = "$full_version" ] ||
+    fail 'the newest entry of packaging/debian/changelog is of another version'
+
+package() { echo "$packages/$1_${full_version}_$machine.deb"; }
+for name in "libptmatch$MAJOR" libptmatch-dev ptmatch-tool; do
+    [ -e "$(package "$name")" ] || fail "no package $name of version $full_version"
+done
+
+# expect_files PACKAGE  compares the files of the package with the list on standard input.
+expect_files() {
+    {
+        cat
+        for document in changelog.gz changelog.Debian.gz copyright; do
+            echo "./usr/share/doc/$1/$document"
+        done
+    } | sort >"$SCRATCH/expected.txt"
+    dpkg-deb --fsys-tarfile "$(package "$1")" | tar -t | grep -v '/$' | sort |
+        diff "$SCRATCH/expected.txt" - || fail "$1 holds other files"
+    if dpkg-deb --contents "$(package "$1")" | grep -v ' root/root '; then
+        fail "$1 has files that do not belong to root"
+    fi
+}
+
+lib=./usr/lib/$ARCHITECTURE
+expect_files "libptmatch$MAJOR" <<FILES
+$lib/libptmatch.so.$MAJOR
+$lib/libptmatch.so.$VERSION
+FILES
+configuration=$(find "$checkout/build/packages" -name 'ptmatchTargets-*.cmake' -printf '%f\n' | sort -u)
+{
+    sed "s|^\.|./usr/include/ptmatch-$MAJOR|" "$SCRATCH/headers.txt"
+    for file in ptmatchConfig.cmake ptmatchConfigVersion.cmake ptmatchTargets.cmake "$configuration"; do
+        echo "$lib/cmake/ptmatch/$file"
+    done
+    echo "$lib/libptmatch.a"
+    echo "$lib/libptmatch.so"
+    echo "$lib/pkgconfig/ptmatch.pc"
+} | expect_files libptmatch-dev
+echo ./usr/bin/ptmatch | expect_files ptmatch-tool
+
+# expect_field PACKAGE FIELD PATTERN...  sees that the field has each of the extended expressions.
+expect_field() {
+    package=$1
+    field=$2
+    shift 2
+    value=$(dpkg-deb --field "$(package "$package")" "$field")
+    for pattern; do
+        echo "$value" | grep -qE "(^|, )$pattern(,|\$)" || fail "$field of $package is: $value"
+    done
+}
+expect_field "libptmatch$MAJOR" Depends 'libc6 \(>= .*\)' 'libstdc\+\+6 \(>= .*\)'
+expect_field libptmatch-dev Depends "libptmatch$MAJOR \(= $full_version\)"
+expect_field ptmatch-tool Depends "libptmatch$MAJOR \(>= $VERSION\)" 'libstdc\+\+6 \(>= .*\)'
+dpkg-deb --ctrl-tarfile "$(package "libptmatch$MAJOR")" | tar -xO ./shlibs |
+    grep -qx "libptmatch $MAJOR libptmatch$MAJOR (>= $full_version)" || fail 'shlibs'
+dpkg-deb --ctrl-tarfile "$(package "libptmatch$MAJOR")" | tar -xO ./triggers |
+    grep -qx 'activate-noawait ldconfig' || fail 'triggers'
+
+dpkg-deb --fsys-tarfile "$(package ptmatch-tool)" | tar -xO ./usr/bin/ptmatch >"$SCRATCH/packaged_tool"
+if readelf -d "$SCRATCH/packaged_tool" | grep -E 'RPATH|RUNPATH'; then
+    fail 'the tool carries a path of libraries'
+fi
