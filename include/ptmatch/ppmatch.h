@@ -17,8 +17,9 @@ class rx_PointToGridCorresponder;
 class rxTimer;
 
 namespace ptmatch::detail {
+struct MatcherAccess;
 struct RankedPose;
-}
+}  // namespace ptmatch::detail
 
 /// Finds a known pattern of 2-D points among measured points: its position, rotation and scale, and
 /// which measured point is which point of the pattern.
@@ -219,6 +220,8 @@ class PTMATCH_EXPORT rxPointMatcher {
     friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPointMatcher& matcher);
 
   private:
+    friend struct ptmatch::detail::MatcherAccess;
+
     void runPointToPoint_(const std::vector<rxVector<2>>& data,
                           const rxPointMatcherRunParams& params,
                           rxPointMatcherResultSet& resultSet) const;
