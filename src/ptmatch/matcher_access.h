@@ -22,6 +22,11 @@ struct MatcherAccess {
     static rxXform<2> modelFromPosition(const rxPointMatcher& matcher) {
         return matcher.sparseModel_() ? rxXform<2>::I : matcher.gridXform_;
     }
+
+    /// @throws rxPointMatcherDefs::NotTrained, BadParams  as `run` does in grid mode.
+    static void requireRunnableGrid(const rxPointMatcher& matcher) {
+        matcher.requireRunnableGrid_();
+    }
 };
 
 }  // namespace ptmatch::detail

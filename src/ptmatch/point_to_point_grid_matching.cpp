@@ -4,28 +4,11 @@
 #include "ptmatch/grid_placement.h"
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/ppmatch.h"
+#include "ptmatch/search_params.h"
 
 namespace {
 
 using namespace ptmatch::detail;  // NOLINT: the run joins the pieces that live there
-
-// The start pose turns to the middle of the allowed rotations, and the pattern may lie anywhere.
-rxPointMatcherRunParams nestedParams(const rxPointMatcherRunParams& params) {
-    const rxAngleRange rotation = params.rotationUncertainty();
-    rxDegree middle;
-    if (rotation.range() == rxRangeDefs::Normal) middle = rotation.middle();
-    rxPointMatcherRunParams nested;
-    nested.minCoverage(params.minCoverage());
-    nested.autoGridSize(params.autoGridSize());
-    nested.gridSize(params.gridSize());
-    nested.autoCaptureRange(params.autoCaptureRange());
-    nested.captureRange(params.captureRange());
-    nested.startPose(rxXform<2>(rxVector<2>(0, 0), middle, middle, 1.0, 1.0));
-    nested.rotationUncertainty(rotation);
-    nested.scaleUncertainty(params.scaleUncertainty());
-    nested.maxNumResults(params.maxNumResults());
-    return nested;
-}
 
 bool isWithinSize(const rxPair<long>& position, const rx_PelBuffer& pattern) {
     return position.x() >= 0 && position.x() < pattern.width() && position.y() >= 0 &&

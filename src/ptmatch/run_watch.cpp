@@ -1,0 +1,152 @@
+#include "ptmatch/run_watch.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+#include "ptmatch/run_cost.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) {
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// The watch over one run.
+class Watch {
+  public:
+    Watch(const rxRunLimits& limits, Clock::time_point start, std::int64_t numLatticePoints)
+        : limits_(limits), start_(start), numLatticePoints_(numLatticePoints) {}
+
+    /// Called by the check before each lattice point, and before each candidate after those.
+    void look() {
+        const double seconds = secondsSince(start_);
+        const double fraction = fractionDone();
+        ++numLooks_;
+        if (seconds > limits_.timeLimit) throw rxDeadlinePassed(lateMessage(fraction));
+        if (seconds - toldAt_ < limits_.progressInterval) return;
+        toldAt_ = seconds;
+        tell(fraction);
+    }
+
+    void tell(double fraction) const {
+        if (limits_.onProgress) limits_.onProgress(fraction);
+    }
+
+  private:
+    double fractionDone() const {
+        if (numLatticePoints_ == 0) return 0.0;
+        return std::min(1.0,
+                        static_cast<double>(numLooks_) / static_cast<double>(numLatticePoints_));
+    }
+
+    std::string lateMessage(double fraction) const {
+        char text[128];
+        (void)std::snprintf(text, sizeof text,
+                            "the run took longer than its limit of %g s; %.3g %% of the scales and "
+                            "rotations were done\n",
+                            limits_.timeLimit, 100.0 * fraction);
+        return text;
+    }
+
+    const rxRunLimits& limits_;
+    Clock::time_point start_;
+    std::int64_t numLatticePoints_;
+    std::int64_t numLooks_ = 0;
+    double toldAt_ = 0.0;
+};
+
+// A handler has no argument, and belongs to the whole process: each thread notes its own watch.
+thread_local Watch* watchOfThread = nullptr;
+
+constinit std::mutex handlerMutex;
+int numWatches = 0;  // guarded, as the next one
+// Read by the handler without the lock, which it could not take at every check.
+constinit std::atomic<rxAttention::Handler> replacedHandler{nullptr};
+
+bool lookAndAsk() {
+    if (watchOfThread != nullptr) watchOfThread->look();
+    const rxAttention::Handler replaced = replacedHandler.load(std::memory_order_acquire);
+    return replaced != nullptr && replaced();
+}
+
+/// While it lives, checks in this thread look at the watch. Watches of one thread may nest.
+class Watching {
+  public:
+    explicit Watching(Watch& watch) : outer_(std::exchange(watchOfThread, &watch)) {
+        const std::lock_guard lock(handlerMutex);
+        if (numWatches++ > 0) return;
+        replacedHandler.store(rxAttention::setHandler(nullptr), std::memory_order_release);
+        (void)rxAttention::setHandler(lookAndAsk);
+    }
+    Watching(const Watching&) = delete;
+    Watching& operator=(const Watching&) = delete;
+    ~Watching() {
+        watchOfThread = outer_;
+        const std::lock_guard lock(handlerMutex);
+        if (--numWatches > 0) return;
+        // What another thread still calls finds no watch and asks the handler it replaced.
+        (void)rxAttention::setHandler(replacedHandler.load(std::memory_order_acquire));
+    }
+
+  private:
+    Watch* outer_;
+};
+
+void checkLimits(const rxRunLimits& limits) {
+    // Written so that what is not a number is refused.
+    if (!(limits.timeLimit >= 0.0) || !(limits.progressInterval >= 0.0)) {
+        throw rxPointMatcherDefs::BadParams(
+            "the time limit and the progress interval of a run must be 0 or above\n");
+    }
+}
+
+/// 0 for arguments that the run refuses: it says so itself, with an emptied result set.
+std::int64_t numLatticePointsOf(const rxPointMatcher& matcher, const std::vector<rxVector<2>>& data,
+                                const rxPointMatcherRunParams& params) {
+    try {
+        return rfRunCost(matcher, data, params).numLatticePoints;
+    } catch (const rxException&) {
+        return 0;
+    }
+}
+
+}  // namespace
+
+rxDeadlinePassed::rxDeadlinePassed(std::string message) : Interrupted(std::move(message)) {}
+
+rxDeadlinePassed::rxDeadlinePassed(const rxDeadlinePassed&) noexcept = default;
+
+rxDeadlinePassed& rxDeadlinePassed::operator=(const rxDeadlinePassed&) noexcept = default;
+
+rxDeadlinePassed::~rxDeadlinePassed() = default;
+
+void rxDeadlinePassed::suicideAndRethrow() {
+    rfSuicideAndRethrow(this);
+}
+
+rxPersistent* rxDeadlinePassed::make() {
+    return new rxDeadlinePassed(std::string());
+}
+
+const rx_Instantiator rxDeadlinePassed::sExemplar(typeid(rxDeadlinePassed), &rxDeadlinePassed::make,
+                                                  "rxDeadlinePassed");
+
+void rfRunWatched(const rxPointMatcher& matcher, const std::vector<rxVector<2>>& data,
+                  const rxPointMatcherRunParams& params, rxPointMatcherResultSet& resultSet,
+                  const rxRunLimits& limits) {
+    checkLimits(limits);
+    const Clock::time_point start = Clock::now();
+    Watch watch(limits, start, numLatticePointsOf(matcher, data, params));
+    {
+        const Watching watching(watch);
+        matcher.run(data, params, resultSet);
+    }
+    watch.tell(1.0);
+}
