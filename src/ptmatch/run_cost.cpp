@@ -11,13 +11,14 @@ namespace {
 /// One-to-one assignments of at least two pairs between sets of these sizes: the sum over k of
 /// C(a, k) b! / (b - k)!, the ways to choose k of the smaller set and a partner for each.
 double numAssignments(std::size_t numModel, std::size_t numData) {
-    const double smaller = static_cast<double>(std::min(numModel, numData));
-    const double larger = static_cast<double>(std::max(numModel, numData));
+    const std::size_t smaller = std::min(numModel, numData);
+    const std::size_t larger = std::max(numModel, numData);
     double ofK = 1.0;  // of k = 0
     double sum = 0.0;
-    for (double k = 1.0; k <= smaller; k += 1.0) {
-        ofK *= (smaller - k + 1.0) / k * (larger - k + 1.0);
-        if (k >= 2.0) sum += ofK;
+    for (std::size_t k = 1; k <= smaller; ++k) {
+        ofK *= static_cast<double>(smaller - k + 1) / static_cast<double>(k) *
+               static_cast<double>(larger - k + 1);
+        if (k >= 2) sum += ofK;
     }
     return sum;
 }
