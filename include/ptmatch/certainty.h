@@ -67,8 +67,10 @@ struct PTMATCH_EXPORT rxCertainty {
 ///     if (sure.nextPose && sure.nextPose->coverageMargin < 0.1) ask();
 ///     report(sure.covariance->positionAt(hole).rms());
 ///
-/// The covariance is that of the similarity that a run fits; in grid mode that of the affine
-/// transform, or of a similarity when the points lie on one line.
+/// The covariance is that of the similarity that a run fits; of exhaustive runs with a scale
+/// uncertainty of (0, 0) that of the rigid transform; in grid mode that of the affine one, or of a
+/// similarity when the points lie on one line. The pose of an exhaustive run was fitted to an
+/// assignment that may hold fewer or other pairs than were matched in the end.
 ///
 /// Chance counts matched points, whatever their weights, and takes all data points as clutter. The
 /// capture range is the one in effect, or the largest residual where that is larger; poses are

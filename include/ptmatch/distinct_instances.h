@@ -39,8 +39,8 @@ struct PTMATCH_EXPORT rxDistinctness {
 /// @throws rxPointMatcherDefs::NotTrained  the matcher is not trained.
 /// @throws rxPointMatcherDefs::BadParams   the share is not in [0, 1] or the distance not 0 or
 ///         above; a result is not one of this matcher, trained as it is.
-/// Laws: the first result with a data point is a copy. Run on the copies alone, the function
-/// returns all of them.
+/// Laws: the first result with a data point is a copy. A result that is none has no influence on
+/// what is said of the others.
 /// Cost: results times model points times the logarithm of the data; the distance takes model
 /// points for each pair of a result and a copy.
 PTMATCH_EXPORT std::vector<std::size_t> rfDistinctInstances(

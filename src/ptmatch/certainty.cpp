@@ -34,13 +34,22 @@ std::vector<double> residualsOf(const rxMatchedPairs& pairs, const rxXform<2>& d
     return residuals;
 }
 
-std::optional<rxPoseCovariance> covarianceOf(const rxMatchedPairs& pairs,
-                                             const rxPointMatcherResult& result, double sigma) {
-    constexpr int kAffine = 6;
+/// What the pose of a result was fitted with, richest first.
+std::vector<int> fittedDofs(const rxPointMatcherResult& result,
+                            const rxPointMatcherRunParams& params) {
+    constexpr int kRigid = 3;
     constexpr int kSimilarity = 4;
-    const bool isGrid = result.runMode() == rxPointMatcherDefs::ePointToGrid;
-    for (const int dof : {kAffine, kSimilarity}) {
-        if (dof == kAffine && !isGrid) continue;
+    constexpr int kAffine = 6;
+    if (result.runMode() == rxPointMatcherDefs::ePointToGrid) return {kAffine, kSimilarity};
+    const bool holdsScale = result.runMode() == rxPointMatcherDefs::eExhaustiveMode &&
+                            params.scaleUncertainty() == rxRange(0.0, 0.0);
+    return {holdsScale ? kRigid : kSimilarity};
+}
+
+std::optional<rxPoseCovariance> covarianceOf(const rxMatchedPairs& pairs,
+                                             const rxPointMatcherResult& result,
+                                             const rxPointMatcherRunParams& params, double sigma) {
+    for (const int dof : fittedDofs(result, params)) {
         try {
             return rfPoseCovariance(result.modelToDataXform(), pairs.model, pairs.data, dof, sigma);
         } catch (const rxMathError&) {
@@ -64,7 +73,6 @@ double rmsExtent(const rxXform<2>& dataFromModel, const Points& model) {
     return poseDistance(dataFromModel, onePlace, model);
 }
 
-/// Results come best first: the first other one with another pose.
 std::optional<rxNextPose> nextPoseOf(const rxPointMatcher& matcher,
                                      const std::vector<rxPointMatcherResult>& results,
                                      std::size_t index, double minPoseDistance) {
@@ -74,13 +82,15 @@ std::optional<rxNextPose> nextPoseOf(const rxPointMatcher& matcher,
     const double least = minPoseDistance > 0.0
                              ? minPoseDistance
                              : kShareOfExtent * rmsExtent(result.modelToDataXform(), model);
+    std::optional<rxNextPose> next;
     for (std::size_t i = 0; i < results.size(); ++i) {
+        const double margin = result.coverage() - results[i].coverage();
+        if (i == index || (next && margin >= next->coverageMargin)) continue;
         const double apart =
             poseDistance(result.modelToDataXform(), results[i].modelToDataXform(), model);
-        if (i == index || !(apart > least)) continue;
-        return rxNextPose{i, result.coverage() - results[i].coverage(), apart};
+        if (apart > least) next = rxNextPose{i, margin, apart};
     }
-    return std::nullopt;
+    return next;
 }
 
 struct Lengths {
@@ -197,7 +207,7 @@ rxCertainty rfCertainty(const rxPointMatcher& matcher, const std::vector<rxVecto
     rxCertainty certainty;
     certainty.pairs = rfMatchedPairs(matcher, data, result);
     certainty.residuals = residualsOf(certainty.pairs, result.modelToDataXform());
-    certainty.covariance = covarianceOf(certainty.pairs, result, settings.pointSigma);
+    certainty.covariance = covarianceOf(certainty.pairs, result, params, settings.pointSigma);
     certainty.nextPose = nextPoseOf(matcher, found.results(), index, settings.minPoseDistance);
     const bool isGrid = result.runMode() == rxPointMatcherDefs::ePointToGrid;
     if (!isGrid && !certainty.pairs.model.empty()) {

@@ -155,6 +155,22 @@ TEST(Certainty, InGridModeTellsAllButChance) {
     EXPECT_FALSE(sure.clutterProbability().has_value());
 }
 
+TEST(Certainty, OfAnExhaustiveRunWithoutScaleIsThatOfARigidFit) {
+    const Points model = {{0, 0}, {10, 0}, {3, 7}, {12, 9}};
+    const rxPointMatcher matcher = trainedOnPoints(model, Defs::eExhaustiveMode);
+    rxPointMatcherRunParams params;
+    const Points data = Randoms(9).shaken(mapped(poseAt(20, 30, 4), model), 0.05);
+    EXPECT_EQ(rfCertainty(matcher, data, params, foundIn(data, matcher, params), 0)
+                  .covariance.value()
+                  .scaleSigma,
+              0.0);
+    params.scaleUncertainty(rxRange(-0.1, 0.1));
+    EXPECT_GT(rfCertainty(matcher, data, params, foundIn(data, matcher, params), 0)
+                  .covariance.value()
+                  .scaleSigma,
+              0.0);
+}
+
 TEST(Certainty, RefusesWhatIsNotThere) {
     const rxPointMatcher matcher = trainedOnPoints(tenPoints());
     const rxPointMatcherResultSet found = foundIn(tenPoints(), matcher);
