@@ -17,6 +17,7 @@
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
+#include "pattern_source.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -39,7 +40,12 @@ void checkBounds(const GridMatchOptions& options) {
     }
 }
 
-GridMatchReport reportFor(const GridMatchOptions& options) {
+// Steps given as options stand for those that were trained.
+StepOptions stepsToUse(const StepOptions& given, const StepOptions& trained) {
+    return given.xv || given.yv ? given : trained;
+}
+
+GridMatchReport reportFor(const GridMatchOptions& options, PatternSource source) {
     GridMatchReport report;
     report.patternFile = options.patternFile;
     report.dataFile = options.dataFile;
@@ -47,21 +53,15 @@ GridMatchReport reportFor(const GridMatchOptions& options) {
     report.scale = options.scale;
     report.minCoverage = options.minCoverage;
     report.maxResults = options.maxResults;
-    report.pattern = readPattern(options.patternFile);
-    if (report.pattern.positions.size() < kFewestSetPositions) {
-        throw InputError(options.patternFile + ": needs at least " +
-                         std::to_string(kFewestSetPositions) + " set positions, holds " +
-                         std::to_string(report.pattern.positions.size()));
-    }
+    report.pattern = std::move(source.pattern);
     report.data = readPoints(options.dataFile);
     return report;
 }
 
-void search(const GridMatchOptions& options, GridMatchReport& report) {
+void search(const GridMatchOptions& options, const StepOptions& steps, GridMatchReport& report) {
     const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
     const bool staggered = report.pattern.isStaggered();
-    report.choice =
-        chooseSteps(squared(options.steps), report.data.points, staggered, options.dataFile);
+    report.choice = chooseSteps(squared(steps), report.data.points, staggered, options.dataFile);
     report.choice.steps = squared(report.choice.steps);
     if (options.snap) {
         if (*options.snap > 0.0) report.snap = options.snap;
@@ -106,8 +106,9 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
     CLI::App* const command = app.add_subcommand(
         "grid-match", "Find where a pattern of grid positions lies among points");
     command
-        ->add_option("--pattern", options.patternFile,
-                     "Set positions of the grid: PGM, or rows of '.' and 'x' (required)")
+        ->add_option(
+            "--pattern", options.patternFile,
+            "Set positions of the grid: PGM, rows of '.' and 'x', or a trained matcher (required)")
         ->type_name("FILE");
     command->add_option("--data", options.dataFile, "Table of the points: x,y (required)")
         ->type_name("FILE");
@@ -147,8 +148,11 @@ int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostrea
     requireSparedInputs(
         {{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
         {{options.patternFile, "the pattern"}, {options.dataFile, "the table of the data"}});
-    GridMatchReport report = reportFor(options);
-    search(options, report);
+    PatternSource source = readPatternSource(options.patternFile);
+    requireEnoughPositions(source.pattern, options.patternFile);
+    const StepOptions steps = stepsToUse(options.steps, source.steps);
+    GridMatchReport report = reportFor(options, std::move(source));
+    search(options, steps, report);
     writeNotes(report, notes);
     std::optional<PreparedFile> csv;
     std::optional<PreparedFile> picture;

@@ -12,8 +12,10 @@
 #include "foundation/attention.h"
 #include "grid_map_command.h"
 #include "grid_match_command.h"
+#include "info_command.h"
 #include "interrupt_guard.h"
 #include "match_command.h"
+#include "train_command.h"
 
 namespace {
 
@@ -38,10 +40,14 @@ int runTool(int argc, char** argv) {
     GridMapOptions gridMap;
     GridMatchOptions gridMatch;
     FitOptions fit;
+    TrainOptions train;
+    InfoOptions info;
     addMatchCommand(app, match);
     const CLI::App* const gridMapCommand = addGridMapCommand(app, gridMap);
     const CLI::App* const gridMatchCommand = addGridMatchCommand(app, gridMatch);
     const CLI::App* const fitCommand = addFitCommand(app, fit);
+    const CLI::App* const trainCommand = addTrainCommand(app, train);
+    const CLI::App* const infoCommand = addInfoCommand(app, info);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -50,6 +56,8 @@ int runTool(int argc, char** argv) {
     if (gridMapCommand->parsed()) return runGridMap(gridMap, std::cout, std::cerr);
     if (gridMatchCommand->parsed()) return runGridMatch(gridMatch, std::cout, std::cerr);
     if (fitCommand->parsed()) return runFit(fit, std::cout, std::cerr);
+    if (trainCommand->parsed()) return runTrain(train, std::cout, std::cerr);
+    if (infoCommand->parsed()) return runInfo(info, std::cout);
     return runMatch(match, std::cout, std::cerr);
 }
 

@@ -12,6 +12,7 @@
 #include "interrupt_guard.h"
 #include "match_picture.h"
 #include "match_report.h"
+#include "model_source.h"
 #include "number_text.h"
 #include "option_text.h"
 #include "output_file.h"
@@ -35,24 +36,13 @@ void noteLongSearch(const MatchReport& report, std::ostream& notes) {
           << " assignments; this may not end" << std::endl;
 }
 
-void train(rxPointMatcher& matcher, const PointTable& model, const MatchOptions& options) {
-    const auto mode =
-        options.exhaustive ? rxPointMatcherDefs::eExhaustiveMode : rxPointMatcherDefs::eAutoDetect;
-    try {
-        if (model.weights.empty()) {
-            matcher.train(model.points, mode);
-        } else {
-            matcher.train(model.points, model.weights, mode);
-        }
-    } catch (const rxPointMatcherDefs::Errors& error) {
-        throw InputError(options.modelFile + ": " + std::string(trimmed(error.what())));
-    }
+rxPointMatcherDefs::Mode modeOf(const MatchOptions& options) {
+    return options.exhaustive ? rxPointMatcherDefs::eExhaustiveMode
+                              : rxPointMatcherDefs::eAutoDetect;
 }
 
 rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& options,
-                               std::ostream& notes) {
-    rxPointMatcher matcher;
-    train(matcher, report.model, options);
+                               const rxPointMatcher& matcher, std::ostream& notes) {
     if (options.exhaustive) noteLongSearch(report, notes);
     const InterruptGuard guard(options.exhaustive ? InterruptGuard::Way::kExitAtOnce
                                                   : InterruptGuard::Way::kAskSearch);
@@ -72,7 +62,7 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
         app.add_subcommand("match", "Find where a pattern of points lies among other points");
     command
         ->add_option("--model", options.modelFile,
-                     "Table of the pattern: x,y or x,y,weight (required)")
+                     "Table of the pattern: x,y or x,y,weight; or a trained matcher (required)")
         ->type_name("FILE");
     command->add_option("--data", options.dataFile, "Table of the points to search: x,y (required)")
         ->type_name("FILE");
@@ -103,10 +93,11 @@ int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes
     report.exhaustive = options.exhaustive;
     report.modelFile = options.modelFile;
     report.dataFile = options.dataFile;
-    report.model = readPoints(options.modelFile);
+    const ModelSource model = readModel(options.modelFile, modeOf(options));
+    report.model = model.table;
     report.data = readPoints(options.dataFile);
 
-    const rxPointMatcherResultSet results = search(report, options, notes);
+    const rxPointMatcherResultSet results = search(report, options, *model.matcher, notes);
     report.seconds = results.time();
     report.poses = foundPoses(results);
 

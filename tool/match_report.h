@@ -39,6 +39,9 @@ struct MatchReport {
     std::vector<FoundPose> poses;
 };
 
+/// A result as plain values. One of grid mode has no map of the model.
+FoundPose foundPose(const rxPointMatcherResult& result);
+
 /// The results of a run as plain values, in their order.
 std::vector<FoundPose> foundPoses(const rxPointMatcherResultSet& results);
 

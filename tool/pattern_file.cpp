@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cstddef>
+#include <utility>
 
 #include "input_error.h"
 #include "input_file.h"
@@ -159,25 +160,6 @@ bool isSet(const GridPattern& pattern, const rxPair<long>& wanted) {
                               });
 }
 
-void enclose(GridPattern& pattern, const std::string& name) {
-    if (pattern.positions.empty()) throw InputError(name + ": holds no set position");
-    rxPair<long> low = pattern.positions.front();
-    rxPair<long> high = low;
-    for (const rxPair<long>& p : pattern.positions) {
-        low = {std::min(low.x(), p.x()), std::min(low.y(), p.y())};
-        high = {std::max(high.x(), p.x()), std::max(high.y(), p.y())};
-    }
-    pattern.corner = low;
-    pattern.width = high.x() - low.x() + 1;
-    pattern.height = high.y() - low.y() + 1;
-    // Files are of 2^28 bytes at most, so this product has less than 63 bits.
-    if (pattern.width * pattern.height > kLargestPattern) {
-        throw InputError(name + ": spreads over " + std::to_string(pattern.width) + " x " +
-                         std::to_string(pattern.height) + " positions, more than " +
-                         std::to_string(kLargestPattern));
-    }
-}
-
 }  // namespace
 
 bool GridPattern::isStaggered() const {
@@ -199,12 +181,31 @@ bool GridPattern::isSparse() const {
     });
 }
 
-GridPattern parsePattern(std::string_view text, const std::string& name) {
+GridPattern enclosedPattern(std::vector<rxPair<long>> positions, const std::string& name) {
     GridPattern pattern;
-    pattern.positions =
-        isGreyMap(text, name) ? greyMapPositions(text, name) : textPositions(text, name);
-    enclose(pattern, name);
+    pattern.positions = std::move(positions);
+    if (pattern.positions.empty()) throw InputError(name + ": holds no set position");
+    rxPair<long> low = pattern.positions.front();
+    rxPair<long> high = low;
+    for (const rxPair<long>& p : pattern.positions) {
+        low = {std::min(low.x(), p.x()), std::min(low.y(), p.y())};
+        high = {std::max(high.x(), p.x()), std::max(high.y(), p.y())};
+    }
+    pattern.corner = low;
+    pattern.width = high.x() - low.x() + 1;
+    pattern.height = high.y() - low.y() + 1;
+    // Files are of 2^28 bytes at most, so this product has less than 63 bits.
+    if (pattern.width * pattern.height > kLargestPattern) {
+        throw InputError(name + ": spreads over " + std::to_string(pattern.width) + " x " +
+                         std::to_string(pattern.height) + " positions, more than " +
+                         std::to_string(kLargestPattern));
+    }
     return pattern;
+}
+
+GridPattern parsePattern(std::string_view text, const std::string& name) {
+    return enclosedPattern(
+        isGreyMap(text, name) ? greyMapPositions(text, name) : textPositions(text, name), name);
 }
 
 GridPattern readPattern(const std::string& path) {

@@ -29,6 +29,10 @@ struct GridPattern {
 /// Most columns times rows of the smallest rectangle around the set positions.
 constexpr long kLargestPattern = 1L << 24;
 
+/// The pattern with these set positions, which stand row by row, each from the left.
+/// @throws InputError  there is none, or they spread over more than kLargestPattern positions.
+GridPattern enclosedPattern(std::vector<rxPair<long>> positions, const std::string& name);
+
 /// Reads a pattern from a portable grey map or from text.
 ///
 /// A grey map begins with P2 (numbers) or P5 (bytes, two per pixel for values above 255); every

@@ -1,7 +1,5 @@
 #include "result_json.h"
 
-#include "json_parts.h"
-
 namespace ptmatch::tool {
 namespace {
 
@@ -11,17 +9,9 @@ Json sizeJson(bool isAuto, double size) {
 }
 
 Json paramsJson(const MatchReport& report) {
-    const rxPointMatcherRunParams& params = report.params;
-    return {{"exhaustive", report.exhaustive},
-            {"min_coverage", params.minCoverage()},
-            {"start_pose", xformJson(params.startPose())},
-            {"rotation_deg", rangeJson(params.rotationUncertainty())},
-            {"scale", rangeJson(params.scaleUncertainty())},
-            {"x_translation", rangeJson(params.xTranslationUncertainty())},
-            {"y_translation", rangeJson(params.yTranslationUncertainty())},
-            {"grid_size", sizeJson(params.autoGridSize(), params.gridSize())},
-            {"capture_range", sizeJson(params.autoCaptureRange(), params.captureRange())},
-            {"max_results", params.maxNumResults()}};
+    Json json = {{"exhaustive", report.exhaustive}};
+    json.update(runParamsJson(report.params));
+    return json;
 }
 
 Json poseJson(const FoundPose& pose) {
@@ -41,14 +31,30 @@ Json tableJson(const std::string& file, const PointTable& table) {
 
 }  // namespace
 
+Json runParamsJson(const rxPointMatcherRunParams& params) {
+    return {{"min_coverage", params.minCoverage()},
+            {"start_pose", xformJson(params.startPose())},
+            {"rotation_deg", rangeJson(params.rotationUncertainty())},
+            {"scale", rangeJson(params.scaleUncertainty())},
+            {"x_translation", rangeJson(params.xTranslationUncertainty())},
+            {"y_translation", rangeJson(params.yTranslationUncertainty())},
+            {"grid_size", sizeJson(params.autoGridSize(), params.gridSize())},
+            {"capture_range", sizeJson(params.autoCaptureRange(), params.captureRange())},
+            {"max_results", params.maxNumResults()}};
+}
+
+Json posesJson(const std::vector<FoundPose>& poses) {
+    Json json = Json::array();
+    for (const FoundPose& pose : poses) json.push_back(poseJson(pose));
+    return json;
+}
+
 std::string resultJson(const MatchReport& report) {
-    Json results = Json::array();
-    for (const FoundPose& pose : report.poses) results.push_back(poseJson(pose));
     const Json json = {{"model", tableJson(report.modelFile, report.model)},
                        {"data", {{"file", report.dataFile}, {"points", report.data.points.size()}}},
                        {"parameters", paramsJson(report)},
                        {"time_s", report.seconds},
-                       {"results", results}};
+                       {"results", posesJson(report.poses)}};
     return jsonText(json);
 }
 

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "json_parts.h"
 #include "match_report.h"
 
 namespace ptmatch::tool {
@@ -9,5 +10,9 @@ namespace ptmatch::tool {
 /// The report as one JSON object, indented, ended by a line break; docs/tool.md lists its fields.
 /// Numbers read back to the same double. Bytes of a file name that are no UTF-8 are replaced.
 std::string resultJson(const MatchReport& report);
+
+/// Its parts: the parameters of a run, and the list of its results.
+Json runParamsJson(const rxPointMatcherRunParams& params);
+Json posesJson(const std::vector<FoundPose>& poses);
 
 }  // namespace ptmatch::tool

@@ -23,6 +23,15 @@ std::string matchedText(const FoundPose& pose, const std::string& separator) {
     return std::to_string(pose.matched()) + separator + std::to_string(pose.map.size());
 }
 
+std::string poseTable(const std::vector<FoundPose>& poses) {
+    std::vector<TableRow> rows = {{"rank", "rotation [deg]", "scale", "translation x", "y",
+                                   "coverage", "fit error", "matched"}};
+    for (std::size_t i = 0; i < poses.size(); ++i) {
+        rows.push_back(rowOf(i + 1, poses[i]));
+    }
+    return alignedText(rows);
+}
+
 std::string resultTable(const MatchReport& report) {
     std::string text = countedText(report.model.points.size(), "model point") + ", " +
                        countedText(report.data.points.size(), "data point") + ": ";
@@ -31,12 +40,7 @@ std::string resultTable(const MatchReport& report) {
     }
     text += countedText(report.poses.size(), "pose") + " found in " + fixedText(report.seconds, 3) +
             " s\n\n";
-    std::vector<TableRow> rows = {{"rank", "rotation [deg]", "scale", "translation x", "y",
-                                   "coverage", "fit error", "matched"}};
-    for (std::size_t i = 0; i < report.poses.size(); ++i) {
-        rows.push_back(rowOf(i + 1, report.poses[i]));
-    }
-    return text + alignedText(rows);
+    return text + poseTable(report.poses);
 }
 
 }  // namespace ptmatch::tool

@@ -10,6 +10,9 @@ namespace ptmatch::tool {
 /// points and tells the time. Ends with a line break.
 std::string resultTable(const MatchReport& report);
 
+/// The poses as an aligned table under a head, best first; there is at least one.
+std::string poseTable(const std::vector<FoundPose>& poses);
+
 /// "30 of 30", the share of the model that `pose` matched, `separator` in between.
 std::string matchedText(const FoundPose& pose, const std::string& separator);
 

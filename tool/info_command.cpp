@@ -1,0 +1,33 @@
+#include "info_command.h"
+
+#include <CLI/CLI.hpp>
+#include <ostream>
+
+#include "archive_content.h"
+#include "archive_text.h"
+#include "exit_code.h"
+#include "input_error.h"
+#include "input_file.h"
+
+namespace ptmatch::tool {
+
+CLI::App* addInfoCommand(CLI::App& app, InfoOptions& options) {
+    CLI::App* const command = app.add_subcommand("info", "Show what an archive file holds");
+    command->add_option("FILE", options.file, "Archive, such as ptmatch train writes (required)");
+    command->add_flag("--json", options.json, "Print everything in the archive as JSON");
+    // Looked at last, so that a misspelt option is what the message is about.
+    command->callback([&options] {
+        if (options.file.empty()) throw CLI::RequiredError("FILE");
+    });
+    return command;
+}
+
+int runInfo(const InfoOptions& options, std::ostream& out) {
+    const ArchiveContent content =
+        parseArchive(readInputFile(options.file, "an archive"), options.file);
+    out << (options.json ? archiveJson(content) : archiveText(content)) << std::flush;
+    if (!out) throw InputError("the results cannot be written to standard output");
+    return kExitFound;
+}
+
+}  // namespace ptmatch::tool
