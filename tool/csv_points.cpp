@@ -1,6 +1,8 @@
 #include "csv_points.h"
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <optional>
 
 #include "csv_lines.h"
@@ -64,7 +66,37 @@ void appendPoint(PointTable& table, const CsvFields& fields, const Columns& colu
     table.points.emplace_back(x, y);
 }
 
+// The column that names the frames.
+std::size_t frameColumn(const CsvFields& header, const CsvPlace& place) {
+    if (!isCsvHeader(header)) place.fail("expected a header that names the columns x, y and frame");
+    const auto column = findCsvColumn(header, "frame", place);
+    if (!column) place.fail("the header names no column frame " + headerHint(header));
+    return *column;
+}
+
 }  // namespace
+
+std::vector<Frame> parseFrames(std::string_view text, const std::string& name) {
+    std::vector<Frame> frames;
+    std::map<std::string, std::size_t, std::less<>> indices;
+    std::optional<Columns> columns;
+    std::size_t column = 0;
+    forEachCsvLine(text, name, [&](const CsvFields& fields, const CsvPlace& place) {
+        if (!columns) {
+            column = frameColumn(fields, place);
+            columns = columnsOfHeader(fields, place);
+            return;
+        }
+        requireCsvColumns(fields, columns->count, place);
+        const std::string frame(fields[column]);
+        if (frame.empty()) failCsvField(place, "the name of a frame", column, "frame", frame);
+        const auto [known, isNew] = indices.try_emplace(frame, frames.size());
+        if (isNew) frames.push_back({frame, {}});
+        appendPoint(frames[known->second].table, fields, *columns, place);
+    });
+    if (frames.empty()) throw InputError(name + ": holds no points");
+    return frames;
+}
 
 PointTable parsePoints(std::string_view text, const std::string& name) {
     PointTable table;

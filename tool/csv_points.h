@@ -29,6 +29,20 @@ struct PointTable {
 ///                     there is no point at all.
 PointTable parsePoints(std::string_view text, const std::string& name);
 
+/// The points of one frame of a sequence.
+struct Frame {
+    /// As it stands in the column, without blanks and quotes around it.
+    std::string name;
+    PointTable table;
+};
+
+/// Divides a table by its column `frame`, which a header must name; whatever stands there, not only
+/// numbers, is the name of a frame. Everything else is as for parsePoints. A frame need not be in
+/// one piece.
+/// @return the frames in the order of their first lines, at least one.
+/// @throws InputError  as parsePoints, and when there is no such column or a name is empty.
+std::vector<Frame> parseFrames(std::string_view text, const std::string& name);
+
 /// The table in the file at `path`.
 /// @throws InputError  as parsePoints, and when `path` is missing, a directory or cannot be read.
 PointTable readPoints(const std::string& path);

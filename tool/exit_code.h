@@ -6,5 +6,7 @@ namespace ptmatch::tool {
 constexpr int kExitFound = 0;
 constexpr int kExitNothingFound = 1;
 constexpr int kExitBadInput = 2;
+// A batch of which some data sets could not be used.
+constexpr int kExitSomeFailed = 3;
 
 }  // namespace ptmatch::tool

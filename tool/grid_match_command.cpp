@@ -5,7 +5,9 @@
 #include <cmath>
 #include <ostream>
 
+#include "batch_table.h"
 #include "grid_mapping.h"
+#include "grid_match_batch.h"
 #include "grid_match_json.h"
 #include "grid_match_picture.h"
 #include "grid_match_report.h"
@@ -18,6 +20,7 @@
 #include "output_file.h"
 #include "output_targets.h"
 #include "pattern_source.h"
+#include "progress_watch.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -45,23 +48,20 @@ StepOptions stepsToUse(const StepOptions& given, const StepOptions& trained) {
     return given.xv || given.yv ? given : trained;
 }
 
-GridMatchReport reportFor(const GridMatchOptions& options, PatternSource source) {
+GridMatchReport commonReport(const GridMatchOptions& options, PatternSource source) {
     GridMatchReport report;
     report.patternFile = options.patternFile;
-    report.dataFile = options.dataFile;
     report.rotationDeg = options.rotationDeg;
     report.scale = options.scale;
     report.minCoverage = options.minCoverage;
     report.maxResults = options.maxResults;
     report.pattern = std::move(source.pattern);
-    report.data = readPoints(options.dataFile);
     return report;
 }
 
 void search(const GridMatchOptions& options, const StepOptions& steps, GridMatchReport& report) {
-    const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
     const bool staggered = report.pattern.isStaggered();
-    report.choice = chooseSteps(squared(steps), report.data.points, staggered, options.dataFile);
+    report.choice = chooseSteps(squared(steps), report.data.points, staggered, report.dataFile);
     report.choice.steps = squared(report.choice.steps);
     if (options.snap) {
         if (*options.snap > 0.0) report.snap = options.snap;
@@ -100,6 +100,24 @@ void writeNotes(const GridMatchReport& report, std::ostream& notes) {
         << std::endl;
 }
 
+int runBatchOfGridMatches(const GridMatchOptions& options, const StepOptions& steps,
+                          GridMatchReport common, std::ostream& out, std::ostream& notes) {
+    requireNoFileOfBatch({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}});
+    noteMixedPattern(common.pattern, notes);
+    const auto batch = std::make_shared<GridMatchBatch>();
+    batch->common = std::move(common);
+    batch->search = [options, steps](GridMatchReport& report) { search(options, steps, report); };
+    batch->jobs = options.data.jobs;
+    batch->sets = dataSetsOf(options.data);
+    {
+        const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
+        runGridMatchBatch(batch);
+    }
+    return finishBatch(batch->end, batch->numFound() > 0,
+                       options.json ? gridMatchBatchJson(*batch) : gridMatchBatchTable(*batch), out,
+                       notes);
+}
+
 }  // namespace
 
 CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
@@ -110,8 +128,7 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
             "--pattern", options.patternFile,
             "Set positions of the grid: PGM, rows of '.' and 'x', or a trained matcher (required)")
         ->type_name("FILE");
-    command->add_option("--data", options.dataFile, "Table of the points: x,y (required)")
-        ->type_name("FILE");
+    addDataOptions(*command, options.data);
     command->add_flag("--json", options.json, "Print the results as JSON");
     addFile(*command, "--csv", "Write column,row,data,x,y of the best placement into this file",
             options.csvFile);
@@ -138,21 +155,30 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
     // Looked at last, so that a misspelt option is what the message is about.
     command->callback([&options] {
         if (options.patternFile.empty()) throw CLI::RequiredError("--pattern");
-        if (options.dataFile.empty()) throw CLI::RequiredError("--data");
+        if (!options.data.isGiven()) throw CLI::RequiredError("--data");
     });
     return command;
 }
 
 int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostream& notes) {
     checkBounds(options);
-    requireSparedInputs(
-        {{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
-        {{options.patternFile, "the pattern"}, {options.dataFile, "the table of the data"}});
     PatternSource source = readPatternSource(options.patternFile);
     requireEnoughPositions(source.pattern, options.patternFile);
     const StepOptions steps = stepsToUse(options.steps, source.steps);
-    GridMatchReport report = reportFor(options, std::move(source));
-    search(options, steps, report);
+    GridMatchReport report = commonReport(options, std::move(source));
+    if (options.data.isBatch()) {
+        return runBatchOfGridMatches(options, steps, std::move(report), out, notes);
+    }
+    report.dataFile = options.data.files.front();
+    requireSparedInputs(
+        {{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
+        {{options.patternFile, "the pattern"}, {report.dataFile, "the table of the data"}});
+    report.data = readPoints(report.dataFile);
+    {
+        const ProgressWatch watch(elapsedText);
+        const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
+        search(options, steps, report);
+    }
     writeNotes(report, notes);
     std::optional<PreparedFile> csv;
     std::optional<PreparedFile> picture;

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "data_sets.h"
 #include "exit_code.h"
 #include "grid_options.h"
 #include "picture_frame.h"
@@ -13,7 +14,7 @@ namespace ptmatch::tool {
 /// What `ptmatch grid-match` was asked to do.
 struct GridMatchOptions {
     std::string patternFile;
-    std::string dataFile;
+    DataOptions data;
     StepOptions steps;
     /// Absent: three tenths of the shortest distance of neighbours, or what the matcher chooses for
     /// a sparse pattern. 0: chosen by the matcher.
@@ -36,7 +37,7 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options);
 /// Finds the grid pattern among the data points, writes the result to `out`, table and picture to
 /// their files; `notes` is a stream for remarks. The files take their places only after the result
 /// was printed.
-/// @return kExitFound or kExitNothingFound.
+/// @return kExitFound or kExitNothingFound; for a batch, what exitCodeOf says.
 /// @throws InputError  the input or the options cannot be used.
 int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostream& notes);
 

@@ -5,6 +5,18 @@
 namespace ptmatch::tool {
 namespace {
 
+Json placementJson(const GridPlacement& placement) {
+    return {
+        {"xform", orNullJson(placement.dataFromPattern, xformJson)},
+        {"coverage", placement.coverage},
+        {"rms_error", placement.rmsError},
+        {"matched", placement.matched()},
+        {"reaches_beyond", orNullJson(placement.reachesBeyond, [](long steps) { return steps; })},
+        {"map", placement.map}};
+}
+
+}  // namespace
+
 Json patternJson(const GridMatchReport& report) {
     const GridPattern& pattern = report.pattern;
     Json positions = Json::array();
@@ -20,35 +32,27 @@ Json patternJson(const GridMatchReport& report) {
             {"positions", positions}};
 }
 
-Json parametersJson(const GridMatchReport& report) {
+Json gridParametersJson(const GridMatchReport& report) {
     return {
         {"steps", stepsJson(report.choice)},   {"rotation_deg", intervalJson(report.rotationDeg)},
         {"scale", intervalJson(report.scale)}, {"snap", orAutoJson(report.snap)},
         {"min_coverage", report.minCoverage},  {"max_results", report.maxResults}};
 }
 
-Json placementJson(const GridPlacement& placement) {
-    return {
-        {"xform", orNullJson(placement.dataFromPattern, xformJson)},
-        {"coverage", placement.coverage},
-        {"rms_error", placement.rmsError},
-        {"matched", placement.matched()},
-        {"reaches_beyond", orNullJson(placement.reachesBeyond, [](long steps) { return steps; })},
-        {"map", placement.map}};
+Json placementsJson(const GridMatchReport& report) {
+    Json json = Json::array();
+    for (const GridPlacement& placement : report.placements) {
+        json.push_back(placementJson(placement));
+    }
+    return json;
 }
 
-}  // namespace
-
 std::string gridMatchJson(const GridMatchReport& report) {
-    Json results = Json::array();
-    for (const GridPlacement& placement : report.placements) {
-        results.push_back(placementJson(placement));
-    }
     const Json json = {{"pattern", patternJson(report)},
                        {"data", {{"file", report.dataFile}, {"points", report.data.points.size()}}},
-                       {"parameters", parametersJson(report)},
+                       {"parameters", gridParametersJson(report)},
                        {"time_s", report.seconds},
-                       {"results", results}};
+                       {"results", placementsJson(report)}};
     return jsonText(json);
 }
 

@@ -6,9 +6,12 @@
 #include "text_table.h"
 
 namespace ptmatch::tool {
-namespace {
+TableRow placementHead() {
+    return {"rank",     "position 0, 0: x", "y",           "direction [deg]", "column step",
+            "row step", "coverage",         "error (RMS)", "matched",         "beyond"};
+}
 
-TableRow rowOf(std::size_t rank, const GridPlacement& placement) {
+TableRow placementRow(std::size_t rank, const GridPlacement& placement) {
     TableRow row = {std::to_string(rank)};
     if (placement.dataFromPattern) {
         const rxXform<2>& xform = *placement.dataFromPattern;
@@ -27,14 +30,14 @@ TableRow rowOf(std::size_t rank, const GridPlacement& placement) {
     return row;
 }
 
-}  // namespace
+std::string patternText(const GridPattern& pattern) {
+    return "pattern of " + std::to_string(pattern.width) + " x " + std::to_string(pattern.height) +
+           " positions, " + std::to_string(pattern.positions.size()) + " set" +
+           (pattern.isStaggered() ? ", staggered" : "");
+}
 
 std::string gridMatchTable(const GridMatchReport& report) {
-    const GridPattern& pattern = report.pattern;
-    std::string text = "pattern of " + std::to_string(pattern.width) + " x " +
-                       std::to_string(pattern.height) + " positions, " +
-                       std::to_string(pattern.positions.size()) + " set, " +
-                       (pattern.isStaggered() ? "staggered, " : "") +
+    std::string text = patternText(report.pattern) + ", " +
                        countedText(report.data.points.size(), "data point") + ": ";
     const std::string seconds = fixedText(report.seconds, 3) + " s";
     if (report.placements.empty()) {
@@ -42,11 +45,9 @@ std::string gridMatchTable(const GridMatchReport& report) {
     }
     text += countedText(report.placements.size(), "placement") + " found in " + seconds + "\n" +
             stepsLine(report.choice) + "\n";
-    std::vector<TableRow> rows = {{"rank", "position 0, 0: x", "y", "direction [deg]",
-                                   "column step", "row step", "coverage", "error (RMS)", "matched",
-                                   "beyond"}};
+    std::vector<TableRow> rows = {placementHead()};
     for (std::size_t k = 0; k < report.placements.size(); ++k) {
-        rows.push_back(rowOf(k + 1, report.placements[k]));
+        rows.push_back(placementRow(k + 1, report.placements[k]));
     }
     return text + alignedText(rows);
 }

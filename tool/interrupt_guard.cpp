@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "foundation/attention.h"
+#include "progress_watch.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -14,6 +15,10 @@ extern "C" void askSearchToStop(int) {
 }
 
 extern "C" void exitInterrupted(int) {
+    if (ProgressWatch::isLineShown()) {
+        [[maybe_unused]] const auto erased =
+            ::write(STDERR_FILENO, ProgressWatch::kErase, sizeof ProgressWatch::kErase - 1);
+    }
     constexpr char kMessage[] = "ptmatch: interrupted\n";
     // The process ends whether or not the message could be written.
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, kMessage, sizeof kMessage - 1);

@@ -7,9 +7,11 @@
 #include <optional>
 #include <ostream>
 
+#include "batch_table.h"
 #include "csv_points.h"
 #include "input_error.h"
 #include "interrupt_guard.h"
+#include "match_batch.h"
 #include "match_picture.h"
 #include "match_report.h"
 #include "model_source.h"
@@ -17,6 +19,7 @@
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
+#include "progress_watch.h"
 #include "result_json.h"
 #include "result_table.h"
 
@@ -44,6 +47,7 @@ rxPointMatcherDefs::Mode modeOf(const MatchOptions& options) {
 rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& options,
                                const rxPointMatcher& matcher, std::ostream& notes) {
     if (options.exhaustive) noteLongSearch(report, notes);
+    const ProgressWatch watch(elapsedText);
     const InterruptGuard guard(options.exhaustive ? InterruptGuard::Way::kExitAtOnce
                                                   : InterruptGuard::Way::kAskSearch);
     rxPointMatcherResultSet results;
@@ -55,6 +59,23 @@ rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& op
     return results;
 }
 
+int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
+    requireNoFileOfBatch({{options.svgFile, "--svg"}});
+    const auto batch = std::make_shared<MatchBatch>();
+    batch->params = runParams(options.run);
+    batch->exhaustive = options.exhaustive;
+    batch->modelFile = options.modelFile;
+    batch->model = readModel(options.modelFile, modeOf(options));
+    batch->jobs = options.data.jobs;
+    batch->sets = dataSetsOf(options.data);
+    {
+        const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
+        runMatchBatch(batch);
+    }
+    return finishBatch(batch->end, batch->numFound() > 0,
+                       options.json ? matchBatchJson(*batch) : matchBatchTable(*batch), out, notes);
+}
+
 }  // namespace
 
 CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
@@ -64,8 +85,7 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
         ->add_option("--model", options.modelFile,
                      "Table of the pattern: x,y or x,y,weight; or a trained matcher (required)")
         ->type_name("FILE");
-    command->add_option("--data", options.dataFile, "Table of the points to search: x,y (required)")
-        ->type_name("FILE");
+    addDataOptions(*command, options.data);
     command->add_flag("--json", options.json, "Print the results as JSON");
     addFile(*command, "--svg", "Draw the best pose into this file", options.svgFile);
     command->add_flag_callback(
@@ -79,23 +99,25 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
     // Looked at last, so that a misspelt option is what the message is about.
     command->callback([&options] {
         if (options.modelFile.empty()) throw CLI::RequiredError("--model");
-        if (options.dataFile.empty()) throw CLI::RequiredError("--data");
+        if (!options.data.isGiven()) throw CLI::RequiredError("--data");
     });
     return command;
 }
 
 int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
-    requireSparedInputs({{options.svgFile, "--svg"}},
-                        {{options.modelFile, "the table of the model"},
-                         {options.dataFile, "the table of the data"}});
+    if (options.data.isBatch()) return runBatchOfMatches(options, out, notes);
+    const std::string& dataFile = options.data.files.front();
+    requireSparedInputs(
+        {{options.svgFile, "--svg"}},
+        {{options.modelFile, "the table of the model"}, {dataFile, "the table of the data"}});
     MatchReport report;
     report.params = runParams(options.run);
     report.exhaustive = options.exhaustive;
     report.modelFile = options.modelFile;
-    report.dataFile = options.dataFile;
+    report.dataFile = dataFile;
     const ModelSource model = readModel(options.modelFile, modeOf(options));
     report.model = model.table;
-    report.data = readPoints(options.dataFile);
+    report.data = readPoints(dataFile);
 
     const rxPointMatcherResultSet results = search(report, options, *model.matcher, notes);
     report.seconds = results.time();

@@ -3,6 +3,7 @@
 #include <iosfwd>
 #include <string>
 
+#include "data_sets.h"
 #include "exit_code.h"
 #include "picture_frame.h"
 #include "run_options.h"
@@ -12,7 +13,7 @@ namespace ptmatch::tool {
 /// What `ptmatch match` was asked to do.
 struct MatchOptions {
     std::string modelFile;
-    std::string dataFile;
+    DataOptions data;
     RunOptions run;
     bool exhaustive = false;
     bool json = false;
@@ -28,9 +29,10 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options);
 /// Finds the model among the data points, writes the results to `out` and the picture to its file.
 /// Nothing is written before the search is done, except to `notes`, a stream for remarks; the
 /// picture takes its place only after the results were printed.
-/// @return kExitFound or kExitNothingFound.
+/// A batch that is interrupted writes what is finished.
+/// @return kExitFound or kExitNothingFound; for a batch, what exitCodeOf says.
 /// @throws InputError              the input or the options cannot be used.
-/// @throws rxAttention::Interrupted  by Ctrl-C; nothing was written.
+/// @throws rxAttention::Interrupted  by Ctrl-C, not from a batch; nothing was written.
 int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes);
 
 }  // namespace ptmatch::tool

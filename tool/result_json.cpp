@@ -25,11 +25,11 @@ Json poseJson(const FoundPose& pose) {
             {"map", pose.map}};
 }
 
-Json tableJson(const std::string& file, const PointTable& table) {
+}  // namespace
+
+Json modelJson(const std::string& file, const PointTable& table) {
     return {{"file", file}, {"points", table.points.size()}, {"weighted", !table.weights.empty()}};
 }
-
-}  // namespace
 
 Json runParamsJson(const rxPointMatcherRunParams& params) {
     return {{"min_coverage", params.minCoverage()},
@@ -50,7 +50,7 @@ Json posesJson(const std::vector<FoundPose>& poses) {
 }
 
 std::string resultJson(const MatchReport& report) {
-    const Json json = {{"model", tableJson(report.modelFile, report.model)},
+    const Json json = {{"model", modelJson(report.modelFile, report.model)},
                        {"data", {{"file", report.dataFile}, {"points", report.data.points.size()}}},
                        {"parameters", paramsJson(report)},
                        {"time_s", report.seconds},

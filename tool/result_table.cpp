@@ -7,9 +7,12 @@
 #include "text_table.h"
 
 namespace ptmatch::tool {
-namespace {
+TableRow poseHead() {
+    return {"rank", "rotation [deg]", "scale",     "translation x",
+            "y",    "coverage",       "fit error", "matched"};
+}
 
-TableRow rowOf(std::size_t rank, const FoundPose& pose) {
+TableRow poseRow(std::size_t rank, const FoundPose& pose) {
     const rxVector<2> translation = pose.dataFromModel.trans();
     return {std::to_string(rank),          fixedText(pose.rotationDeg(), 3),
             fixedText(pose.scale(), 5),    fixedText(translation.x(), 3),
@@ -17,17 +20,14 @@ TableRow rowOf(std::size_t rank, const FoundPose& pose) {
             fixedText(pose.fitError, 3),   matchedText(pose, "/")};
 }
 
-}  // namespace
-
 std::string matchedText(const FoundPose& pose, const std::string& separator) {
     return std::to_string(pose.matched()) + separator + std::to_string(pose.map.size());
 }
 
 std::string poseTable(const std::vector<FoundPose>& poses) {
-    std::vector<TableRow> rows = {{"rank", "rotation [deg]", "scale", "translation x", "y",
-                                   "coverage", "fit error", "matched"}};
+    std::vector<TableRow> rows = {poseHead()};
     for (std::size_t i = 0; i < poses.size(); ++i) {
-        rows.push_back(rowOf(i + 1, poses[i]));
+        rows.push_back(poseRow(i + 1, poses[i]));
     }
     return alignedText(rows);
 }

@@ -1,0 +1,77 @@
+#include "match_batch.h"
+
+#include "batch_json.h"
+#include "batch_table.h"
+#include "input_error.h"
+#include "number_text.h"
+#include "result_json.h"
+#include "result_table.h"
+#include "text_table.h"
+
+namespace ptmatch::tool {
+namespace {
+
+using Fate = BatchEnd::Fate;
+
+void search(MatchBatch& batch, std::size_t index) {
+    const PointTable data = batch.sets[index].points();
+    rxPointMatcherResultSet results;
+    try {
+        batch.model.matcher->run(data.points, batch.params, results);
+    } catch (const rxPointMatcherDefs::Errors& error) {
+        throw InputError(batch.sets[index].name() + ": " + std::string(trimmed(error.what())));
+    }
+    batch.matches[index] = {data.points.size(), results.time(), foundPoses(results)};
+}
+
+}  // namespace
+
+std::size_t MatchBatch::numFound() const {
+    std::size_t found = 0;
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        if (end.fates[i] == Fate::kDone && !matches[i].poses.empty()) ++found;
+    }
+    return found;
+}
+
+void runMatchBatch(const std::shared_ptr<MatchBatch>& batch) {
+    batch->matches.resize(batch->sets.size());
+    const BatchEnd end =
+        runBatch(batch->sets.size(), batch->jobs, [batch](std::size_t i) { search(*batch, i); });
+    batch->end = end;
+}
+
+std::string matchBatchTable(const MatchBatch& batch) {
+    const auto rowsOf = [&](std::size_t i) {
+        BatchRows rows{batch.matches[i].numPoints, {}};
+        for (const FoundPose& pose : batch.matches[i].poses) {
+            rows.results.push_back(poseRow(rows.results.size() + 1, pose));
+        }
+        return rows;
+    };
+    return countedText(batch.model.table.points.size(), "model point") + "\n\n" +
+           batchTable(poseHead(), batch.sets, batch.end, rowsOf) + "\n" +
+           batchSummary(batch.end, batch.jobs, batch.numFound(), "a pose");
+}
+
+std::string matchBatchJson(const MatchBatch& batch) {
+    Json runs = Json::array();
+    for (std::size_t i = 0; i < batch.sets.size(); ++i) {
+        Json run = dataSetJson(batch.sets[i], batch.end, i);
+        if (batch.end.fates[i] == Fate::kDone) {
+            const BatchMatch& match = batch.matches[i];
+            run["data"]["points"] = match.numPoints;
+            run["time_s"] = match.seconds;
+            run["results"] = posesJson(match.poses);
+        }
+        runs.push_back(run);
+    }
+    Json params = {{"exhaustive", batch.exhaustive}};
+    params.update(runParamsJson(batch.params));
+    return jsonText({{"model", modelJson(batch.modelFile, batch.model.table)},
+                     {"parameters", params},
+                     {"batch", batchJson(batch.end, batch.jobs, batch.numFound())},
+                     {"runs", runs}});
+}
+
+}  // namespace ptmatch::tool
