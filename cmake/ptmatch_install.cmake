@@ -12,10 +12,10 @@ function(ptmatch_find_library_beside target)
   set_target_properties(${target} PROPERTIES INSTALL_RPATH "$ORIGIN/${path}")
 endfunction()
 
-# ptmatch_install_layout(<library folder> <component prefix> <export> [EXCLUDE_FROM_ALL]): the rules of
-# one layout, which are the components <prefix>library, <prefix>development and <prefix>tool.
+# ptmatch_install_layout(<library folder> <component prefix> <export> [EXCLUDE_FROM_ALL]
+# [COMPRESSED_MANUAL]): the rules of one layout, which are the components <prefix>library, <prefix>development and <prefix>tool.
 function(ptmatch_install_layout libdir prefix export)
-  cmake_parse_arguments(PARSE_ARGV 3 arg "EXCLUDE_FROM_ALL" "" "")
+  cmake_parse_arguments(PARSE_ARGV 3 arg "EXCLUDE_FROM_ALL;COMPRESSED_MANUAL" "" "")
   set(library COMPONENT ${prefix}library)
   set(development COMPONENT ${prefix}development)
   set(tool COMPONENT ${prefix}tool)
@@ -51,6 +51,14 @@ function(ptmatch_install_layout libdir prefix export)
 
   if(TARGET ptmatch_tool)
     install(TARGETS ptmatch_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${tool})
+    install(FILES ${PROJECT_BINARY_DIR}/tool/ptmatch.bash
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME ptmatch ${tool})
+    if(arg_COMPRESSED_MANUAL)
+      set(manual ${PROJECT_BINARY_DIR}/tool/ptmatch.1.gz)
+    else()
+      set(manual ${PROJECT_BINARY_DIR}/tool/ptmatch.1)
+    endif()
+    install(FILES ${manual} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 ${tool})
   endif()
 endfunction()
 

@@ -12,7 +12,8 @@ endif()
 
 set(ptmatch_makes_packages ON)
 set(prefix debian_)
-ptmatch_install_layout(lib/${CMAKE_LIBRARY_ARCHITECTURE} ${prefix} ptmatchDebianTargets EXCLUDE_FROM_ALL)
+ptmatch_install_layout(lib/${CMAKE_LIBRARY_ARCHITECTURE} ${prefix} ptmatchDebianTargets EXCLUDE_FROM_ALL
+  COMPRESSED_MANUAL)
 
 set(library_package libptmatch${PROJECT_VERSION_MAJOR})
 set(development_package libptmatch-dev)

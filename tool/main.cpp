@@ -1,5 +1,5 @@
-// The command-line tool. Exit codes: 0 found or fitted, 1 nothing found, 2 bad input, 130
-// interrupted.
+// The command-line tool. Exit codes: 0 found or fitted, 1 nothing found, 2 bad input, 3 a part of a
+// batch failed, 130 interrupted.
 
 #include <CLI/CLI.hpp>
 #include <csignal>
@@ -8,14 +8,9 @@
 #include <string>
 
 #include "exit_code.h"
-#include "fit_command.h"
 #include "foundation/attention.h"
-#include "grid_map_command.h"
-#include "grid_match_command.h"
-#include "info_command.h"
 #include "interrupt_guard.h"
-#include "match_command.h"
-#include "train_command.h"
+#include "tool_app.h"
 
 namespace {
 
@@ -31,34 +26,22 @@ int complain(const std::exception& error) {
 }
 
 int runTool(int argc, char** argv) {
-    CLI::App app(
-        "Finds known patterns and grids among points in the plane, and fits transforms to pairs.",
-        "ptmatch");
-    app.require_subcommand(1);
+    CLI::App app(kToolDescription, "ptmatch");
     app.failure_message(failureMessage);
-    MatchOptions match;
-    GridMapOptions gridMap;
-    GridMatchOptions gridMatch;
-    FitOptions fit;
-    TrainOptions train;
-    InfoOptions info;
-    addMatchCommand(app, match);
-    const CLI::App* const gridMapCommand = addGridMapCommand(app, gridMap);
-    const CLI::App* const gridMatchCommand = addGridMatchCommand(app, gridMatch);
-    const CLI::App* const fitCommand = addFitCommand(app, fit);
-    const CLI::App* const trainCommand = addTrainCommand(app, train);
-    const CLI::App* const infoCommand = addInfoCommand(app, info);
+    AllOptions options;
+    addAllCommands(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : kExitBadInput;  // 0: help was asked for
     }
-    if (gridMapCommand->parsed()) return runGridMap(gridMap, std::cout, std::cerr);
-    if (gridMatchCommand->parsed()) return runGridMatch(gridMatch, std::cout, std::cerr);
-    if (fitCommand->parsed()) return runFit(fit, std::cout, std::cerr);
-    if (trainCommand->parsed()) return runTrain(train, std::cout, std::cerr);
-    if (infoCommand->parsed()) return runInfo(info, std::cout);
-    return runMatch(match, std::cout, std::cerr);
+    const auto isGiven = [&](const char* command) { return app.got_subcommand(command); };
+    if (isGiven("grid-map")) return runGridMap(options.gridMap, std::cout, std::cerr);
+    if (isGiven("grid-match")) return runGridMatch(options.gridMatch, std::cout, std::cerr);
+    if (isGiven("fit")) return runFit(options.fit, std::cout, std::cerr);
+    if (isGiven("train")) return runTrain(options.train, std::cout, std::cerr);
+    if (isGiven("info")) return runInfo(options.info, std::cout);
+    return runMatch(options.match, std::cout, std::cerr);
 }
 
 }  // namespace

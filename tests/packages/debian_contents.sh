@@ -44,7 +44,11 @@ configuration=$(find "$checkout/build/packages" -name 'ptmatchTargets-*.cmake' -
     echo "$lib/libptmatch.so"
     echo "$lib/pkgconfig/ptmatch.pc"
 } | expect_files libptmatch-dev
-echo ./usr/bin/ptmatch | expect_files ptmatch-tool
+expect_files ptmatch-tool <<FILES
+./usr/bin/ptmatch
+./usr/share/bash-completion/completions/ptmatch
+./usr/share/man/man1/ptmatch.1.gz
+FILES
 
 # expect_field PACKAGE FIELD PATTERN...  sees that the field has each of the extended expressions.
 expect_field() {
