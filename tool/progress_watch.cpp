@@ -27,6 +27,20 @@ std::string durationText(double seconds) {
     return "more than 1000 h";
 }
 
+std::string barText(double share) {
+    constexpr std::size_t kWidth = 30;
+    constexpr double kPercent = 100.0;
+    const auto full = static_cast<std::size_t>(share * static_cast<double>(kWidth));
+    std::string text(1, '[');
+    text.append(full, '#').append(kWidth - full, '-').append("] ");
+    return text.append(fixedText(std::floor(kPercent * share), 0)).append(" %");
+}
+
+std::string remainingText(double share, double seconds) {
+    if (share <= 0.0) return elapsedText(seconds);
+    return durationText(seconds * (1.0 - share) / share) + " left";
+}
+
 // A line that cannot be written is not worth an error.
 void put(const std::string& text) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
@@ -35,16 +49,13 @@ void put(const std::string& text) {
 }  // namespace
 
 std::string progressText(std::size_t done, std::size_t total, double seconds) {
-    constexpr std::size_t kWidth = 30;
-    constexpr double kPercent = 100.0;
     const double share = static_cast<double>(done) / static_cast<double>(total);
-    const auto full = static_cast<std::size_t>(share * static_cast<double>(kWidth));
-    std::string text(1, '[');
-    text.append(full, '#').append(kWidth - full, '-').append("] ");
-    text.append(fixedText(std::floor(kPercent * share), 0)).append(" %, ");
-    text.append(std::to_string(done)).append(" of ").append(std::to_string(total));
-    if (done == 0) return text.append(", ").append(elapsedText(seconds));
-    return text.append(", ").append(durationText(seconds * (1.0 - share) / share)).append(" left");
+    return barText(share) + ", " + std::to_string(done) + " of " + std::to_string(total) + ", " +
+           remainingText(share, seconds);
+}
+
+std::string progressText(double share, double seconds) {
+    return barText(share) + ", " + remainingText(share, seconds);
 }
 
 std::string elapsedText(double seconds) {

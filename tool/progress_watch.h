@@ -14,6 +14,9 @@ namespace ptmatch::tool {
 /// @param total  at least 1
 std::string progressText(std::size_t done, std::size_t total, double seconds);
 
+/// The same for one piece of work, of which `share` is done, 0 to 1.
+std::string progressText(double share, double seconds);
+
 /// What can be said of one piece of work that does not tell how far it is.
 std::string elapsedText(double seconds);
 

@@ -255,6 +255,17 @@ TEST_F(Batch, ProgressIsShownOnATerminalOnly) {
     EXPECT_THAT(readFile(work() / "out.txt"), HasSubstr("2 of 2 data sets"));
 }
 
+TEST_F(Batch, ASingleSearchShowsItsShareAndTheTimeLeft) {
+    // Minutes of work, of which the first seconds are watched.
+    const std::string shown = shownOnTerminal(
+        "timeout --foreground -s INT 4 " PTMATCH_TOOL " match --model " + kStarsModel + " --data " +
+        kStarsData + " --rotation full --scale -0.5,0.5 --grid-size 3");
+    EXPECT_THAT(shown, StartsWith("\r\033[K[-"));
+    EXPECT_THAT(shown, HasSubstr(" %, "));
+    EXPECT_THAT(shown, HasSubstr(" left"));
+    EXPECT_THAT(shown, testing::EndsWith("\r\033[Kptmatch: interrupted\r\n"));
+}
+
 TEST_F(Batch, AQuickRunShowsNoProgress) {
     writeTriangles(2);
     EXPECT_EQ(

@@ -106,4 +106,7 @@ TEST(ProgressText, TellsShareNumbersAndTimeLeft) {
     EXPECT_EQ(progressText(0, 3, 5.7),
               "[------------------------------] 0 %, 0 of 3, searching for 5 s");
     EXPECT_EQ(progressText(3, 3, 5.0), "[##############################] 100 %, 3 of 3, 0 s left");
+    EXPECT_EQ(progressText(0.5, 10.0), "[###############---------------] 50 %, 10 s left");
+    EXPECT_EQ(progressText(0.0, 3.2), "[------------------------------] 0 %, searching for 3 s");
+    EXPECT_EQ(progressText(1.0, 3.2), "[##############################] 100 %, 0 s left");
 }
