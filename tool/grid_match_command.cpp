@@ -2,74 +2,25 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cmath>
 #include <ostream>
 
 #include "batch_table.h"
-#include "grid_mapping.h"
 #include "grid_match_batch.h"
 #include "grid_match_json.h"
 #include "grid_match_picture.h"
 #include "grid_match_report.h"
+#include "grid_match_search.h"
 #include "grid_match_table.h"
 #include "grid_matching.h"
 #include "input_error.h"
 #include "interrupt_guard.h"
-#include "number_text.h"
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
-#include "pattern_source.h"
 #include "progress_watch.h"
 
 namespace ptmatch::tool {
 namespace {
-
-void require(bool isAllowed, const std::string& option, const std::string& rule, double found) {
-    if (!isAllowed) throw InputError(option + ": " + rule + ", found " + shortText(found));
-}
-
-void checkBounds(const GridMatchOptions& options) {
-    constexpr double kMostDegrees = 1000.0;
-    const double snap = options.snap.value_or(0.0);
-    require(snap >= 0.0, "--snap", "must not be negative", snap);
-    require(options.minCoverage >= 0.0 && options.minCoverage <= 1.0, "--min-coverage",
-            "must be from 0 to 1", options.minCoverage);
-    if (options.scale.isFull) throw InputError("--scale: expected LO,HI, found \"full\"");
-    require(options.scale.low >= -0.9, "--scale", "LO must be at least -0.9", options.scale.low);
-    const Interval& angles = options.rotationDeg;
-    if (!angles.isFull && std::max(std::abs(angles.low), std::abs(angles.high)) > kMostDegrees) {
-        throw InputError("--rotation: must be within -1000 to 1000 degrees");
-    }
-}
-
-// Steps given as options stand for those that were trained.
-StepOptions stepsToUse(const StepOptions& given, const StepOptions& trained) {
-    return given.xv || given.yv ? given : trained;
-}
-
-GridMatchReport commonReport(const GridMatchOptions& options, PatternSource source) {
-    GridMatchReport report;
-    report.patternFile = options.patternFile;
-    report.rotationDeg = options.rotationDeg;
-    report.scale = options.scale;
-    report.minCoverage = options.minCoverage;
-    report.maxResults = options.maxResults;
-    report.pattern = std::move(source.pattern);
-    return report;
-}
-
-void search(const GridMatchOptions& options, const StepOptions& steps, GridMatchReport& report) {
-    const bool staggered = report.pattern.isStaggered();
-    report.choice = chooseSteps(squared(steps), report.data.points, staggered, report.dataFile);
-    report.choice.steps = squared(report.choice.steps);
-    if (options.snap) {
-        if (*options.snap > 0.0) report.snap = options.snap;
-    } else if (!report.pattern.isSparse()) {
-        report.snap = defaultSnap(report.choice.steps, staggered);
-    }
-    matchPattern(report);
-}
 
 // A pattern without neighbours is taken for a staggered one. Positions of which some have an even
 // and some an odd sum lie on no staggered grid.
@@ -106,7 +57,9 @@ int runBatchOfGridMatches(const GridMatchOptions& options, const StepOptions& st
     noteMixedPattern(common.pattern, notes);
     const auto batch = std::make_shared<GridMatchBatch>();
     batch->common = std::move(common);
-    batch->search = [options, steps](GridMatchReport& report) { search(options, steps, report); };
+    batch->search = [snap = options.snap, steps](GridMatchReport& report) {
+        searchPattern(snap, steps, report);
+    };
     batch->jobs = options.data.jobs;
     batch->sets = dataSetsOf(options.data);
     {
@@ -161,11 +114,7 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
 }
 
 int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostream& notes) {
-    checkBounds(options);
-    PatternSource source = readPatternSource(options.patternFile);
-    requireEnoughPositions(source.pattern, options.patternFile);
-    const StepOptions steps = stepsToUse(options.steps, source.steps);
-    GridMatchReport report = commonReport(options, std::move(source));
+    auto [steps, report] = readGridMatch(options);
     if (options.data.isBatch()) {
         return runBatchOfGridMatches(options, steps, std::move(report), out, notes);
     }
@@ -177,7 +126,7 @@ int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostrea
     {
         const ProgressWatch watch(elapsedText);
         const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
-        search(options, steps, report);
+        searchPattern(options.snap, steps, report);
     }
     writeNotes(report, notes);
     std::optional<PreparedFile> csv;

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <optional>
@@ -20,10 +19,9 @@
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
-#include "progress_watch.h"
-#include "ptmatch/run_watch.h"
 #include "result_json.h"
 #include "result_table.h"
+#include "watched_search.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -49,21 +47,9 @@ rxPointMatcherDefs::Mode modeOf(const MatchOptions& options) {
 rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& options,
                                const rxPointMatcher& matcher, std::ostream& notes) {
     if (options.exhaustive) noteLongSearch(report, notes);
-    std::atomic<double> share{0.0};
-    rxRunLimits limits;
-    limits.onProgress = [&share](double fraction) { share = fraction; };
-    const ProgressWatch watch([&](double seconds) {
-        return options.exhaustive ? elapsedText(seconds) : progressText(share, seconds);
-    });
     const InterruptGuard guard(options.exhaustive ? InterruptGuard::Way::kExitAtOnce
                                                   : InterruptGuard::Way::kAskSearch);
-    rxPointMatcherResultSet results;
-    try {
-        rfRunWatched(matcher, report.data.points, report.params, results, limits);
-    } catch (const rxPointMatcherDefs::Errors& error) {
-        throw InputError(std::string(trimmed(error.what())));
-    }
-    return results;
+    return watchedSearch(matcher, report.data, report.params);
 }
 
 int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
