@@ -206,11 +206,12 @@ TEST_F(Batch, FilesForOneDataSetAreRefused) {
 
 TEST_F(Batch, InterruptPrintsWhatIsFinished) {
     write("small.csv", "0,0\n1,1\n2,0\n");
-    // Minutes of work on the second one, none on the first. Once the first is read, it is done.
+    // Many minutes of work on the second one, none on the first. Once the first is read, it is
+    // done.
     ASSERT_EQ(::mkfifo((work() / "pipe").c_str(), 0600), 0);
     const pid_t child =
         start({PTMATCH_TOOL, "match", "--model", kStarsModel, "--data", "small.csv", "pipe",
-               "--rotation", "full", "--scale", "-0.5,0.5", "--grid-size", "3", "--json"});
+               "--rotation", "full", "--scale", "-0.5,0.5", "--grid-size", "0.5", "--json"});
     // The second is read only after the first was searched, so that writing waits for that.
     std::ofstream(work() / "pipe") << readFile(kStarsData);
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -256,14 +257,18 @@ TEST_F(Batch, ProgressIsShownOnATerminalOnly) {
 }
 
 TEST_F(Batch, ASingleSearchShowsItsShareAndTheTimeLeft) {
-    // Minutes of work, of which the first seconds are watched.
+    // Many minutes of work, of which the first seconds are watched.
     const std::string shown = shownOnTerminal(
-        "timeout --foreground -s INT 4 " PTMATCH_TOOL " match --model " + kStarsModel + " --data " +
-        kStarsData + " --rotation full --scale -0.5,0.5 --grid-size 3");
+        "timeout --foreground --preserve-status -s INT 2 " PTMATCH_TOOL " match --model " +
+        kStarsModel + " --data " + kStarsData +
+        " --rotation full --scale -0.5,0.5 --grid-size 0.5 >" + (work() / "out.txt").string() +
+        "; echo $? >" + (work() / "code").string());
     EXPECT_THAT(shown, StartsWith("\r\033[K[-"));
     EXPECT_THAT(shown, HasSubstr(" %, "));
     EXPECT_THAT(shown, HasSubstr(" left"));
     EXPECT_THAT(shown, testing::EndsWith("\r\033[Kptmatch: interrupted\r\n"));
+    EXPECT_EQ(readFile(work() / "code"), "130\n");
+    EXPECT_EQ(readFile(work() / "out.txt"), "");
 }
 
 TEST_F(Batch, AQuickRunShowsNoProgress) {

@@ -249,10 +249,10 @@ TEST_F(Tool, ReaderThatGoesEarlyIsReportedAndLeavesNoPicture) {
 }
 
 TEST_F(Tool, InterruptEndsALongSearchAndLeavesNoOutput) {
-    // Cells of 3 pixels, every rotation and a wide range of scales: minutes of work at least.
+    // Cells of half a pixel, every rotation and a wide range of scales: many minutes of work.
     const Outcome outcome =
         interrupt({"--model", kStarsModel, "--data", kStarsData, "--rotation", "full", "--scale",
-                   "-0.5,0.5", "--grid-size", "3", "--svg", "stars.svg"});
+                   "-0.5,0.5", "--grid-size", "0.5", "--svg", "stars.svg"});
     EXPECT_EQ(outcome.exitCode, 130);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "ptmatch: interrupted\n");
