@@ -13,7 +13,8 @@ using Draw = std::string (*)();
 const std::map<std::string, Draw>& pictures() {
     using namespace ptmatch::guide;
     static const std::map<std::string, Draw> all = {
-        {"votes_by_rotation", votesByRotation},
+        {"exhaustive_growth", exhaustiveGrowth},  {"nothing_is_found", nothingIsFound},
+        {"votes_by_rotation", votesByRotation},   {"ways_of_lying", waysOfLying},
         {"what_matching_does", whatMatchingDoes},
     };
     return all;

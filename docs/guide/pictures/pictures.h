@@ -12,4 +12,13 @@ std::string whatMatchingDoes();
 /// The most votes that any translation gets, over a full turn.
 std::string votesByRotation();
 
+/// A plate with marks, turned and mirrored, and the coverage of each.
+std::string waysOfLying();
+
+/// Assignments of an exhaustive run for numbers of points.
+std::string exhaustiveGrowth();
+
+/// What to ask when nothing is found, and what to do: a flow chart.
+std::string nothingIsFound();
+
 }  // namespace ptmatch::guide
