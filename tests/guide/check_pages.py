@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Holds the pages of the guide to what the programs and the tool do.
 
-    check_pages.py page docs/guide/NAME.md --programs DIR [--tool FILE]
+    check_pages.py page docs/guide/NAME.md [--programs DIR] [--tool FILE]...
         Every fenced block of the page is of one of these kinds, each named by a comment in the line
         before it, and holds what it should:
             <!-- snippet: NAME.cpp REGION -->   ```cpp      the lines between the two lines // [REGION] of
@@ -19,7 +19,7 @@ Options: --root DIR, the project's folder. Ends with 0, with 1 after telling eve
 all that could be checked is right but commands could not be run, because there is no tool.
 
 Commands are run by bash, each by its own, in the order of the page and in one scratch folder, which has a
-copy of the project's `data`; the tool is on the PATH. A command that ends with a backslash goes on in the
+copy of the project's `data`; the tools are on the PATH. A command that ends with a backslash goes on in the
 next line. Both streams are compared. In an expected output a line `...` stands for any number of lines.
 """
 import argparse
@@ -244,10 +244,10 @@ def matches_output(expected, printed):
 
 
 class Scratch:
-    """A folder with a copy of the data, in which commands find the tool."""
+    """A folder with a copy of the data, in which commands find the tools."""
 
-    def __init__(self, root, tool):
-        self.root, self.tool = root, tool
+    def __init__(self, root, tools):
+        self.root, self.tools = root, tools
         self.folder = None
 
     def __enter__(self):
@@ -257,7 +257,8 @@ class Scratch:
         # A copy: nothing that a page does may change the project's own.
         shutil.copytree(self.root / "data", work / "data")
         (self.folder / "bin").mkdir()
-        (self.folder / "bin" / "ptmatch").symlink_to(self.tool)
+        for tool in self.tools:
+            (self.folder / "bin" / tool.name).symlink_to(tool)
         return self
 
     def __exit__(self, *_):
@@ -293,7 +294,7 @@ def check_console(name, block, code, scratch, faults):
 # ------------------------------------------------------------------------------------------ pages
 
 
-def check_page(root, page, programs, tool, faults):
+def check_page(root, page, programs, tools, faults):
     """Checks the page; returns whether its commands were run."""
     name = str(page.relative_to(root))
     lines = lines_of(page)
@@ -314,11 +315,11 @@ def check_page(root, page, programs, tool, faults):
             faults.tell(name, block.line, f"a block of kind '{block.kind}' "
                         + (f"cannot have the comment '{comment}'" if comment else "needs a comment")
                         + " in the line before it; see tests/guide/check_pages.py")
-    if consoles and tool:
-        with Scratch(root, tool) as scratch:
+    if consoles and tools:
+        with Scratch(root, tools) as scratch:
             for block, code in consoles:
                 check_console(name, block, code, scratch, faults)
-    return bool(tool) or not consoles
+    return bool(tools) or not consoles
 
 
 def check_regions(root, faults):
@@ -424,8 +425,8 @@ def main(arguments=None):
     commands = parser.add_subparsers(dest="command", required=True)
     page = commands.add_parser("page")
     page.add_argument("page", type=pathlib.Path)
-    page.add_argument("--programs", type=pathlib.Path, required=True)
-    page.add_argument("--tool", type=pathlib.Path)
+    page.add_argument("--programs", type=pathlib.Path, default=pathlib.Path("."))
+    page.add_argument("--tool", type=pathlib.Path, action="append", default=[])
     commands.add_parser("regions")
     commands.add_parser("links")
     given = parser.parse_args(arguments)
@@ -435,7 +436,7 @@ def main(arguments=None):
     complete = True
     if given.command == "page":
         complete = check_page(root, (root / given.page).resolve(), given.programs.resolve(),
-                              given.tool and given.tool.resolve(), faults)
+                              [tool.resolve() for tool in given.tool], faults)
     elif given.command == "regions":
         check_regions(root, faults)
     else:
