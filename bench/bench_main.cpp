@@ -5,36 +5,12 @@
 //     ptmatch_bench --benchmark_filter='Run/50/'    # the cases of that name
 #include <benchmark/benchmark.h>
 
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "bench_version.h"
+#include "machine.h"
 #include "paired_ratio.h"
-
-namespace {
-
-std::string processorName() {
-    std::ifstream info("/proc/cpuinfo");
-    const std::string key = "model name";
-    for (std::string line; std::getline(info, line);) {
-        const std::size_t colon = line.find(": ");
-        if (line.starts_with(key) && colon != std::string::npos) return line.substr(colon + 2);
-    }
-    return "unknown";
-}
-
-std::string compilerName() {
-#if defined(__clang__)
-    return "Clang " __clang_version__;
-#elif defined(__GNUC__)
-    return "GCC " __VERSION__;
-#else
-    return "unknown";
-#endif
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     // The counters are the result, so they get columns; arguments of the caller win.
@@ -43,8 +19,8 @@ int main(int argc, char** argv) {
     arguments.insert(arguments.begin() + 1, tabular.data());
     int count = static_cast<int>(arguments.size());
 
-    benchmark::AddCustomContext("processor", processorName());
-    benchmark::AddCustomContext("compiler", compilerName());
+    benchmark::AddCustomContext("processor", ptmatch::bench::processorName());
+    benchmark::AddCustomContext("compiler", ptmatch::bench::compilerName());
     benchmark::AddCustomContext("flags", PTMATCH_BENCH_FLAGS);
     benchmark::AddCustomContext("version", PTMATCH_BENCH_VERSION);
     benchmark::AddCustomContext("commit", PTMATCH_BENCH_COMMIT);

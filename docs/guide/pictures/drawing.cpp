@@ -1,13 +1,17 @@
 #include "drawing.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <stdexcept>
+#include <utility>
 
 #include "csv_points.h"
+#include "ptmatch/ppmatch.h"
 
 namespace ptmatch::guide {
 namespace {
 
-constexpr double kRoundedStroke = 1.8;
+constexpr double kStroke = 1.8;
 
 }  // namespace
 
@@ -27,6 +31,23 @@ std::string fixed(double value, int digits) {
     const int length = std::snprintf(text.data(), text.size(), "%.*f", digits, value);
     text.resize(static_cast<std::size_t>(length));
     return text;
+}
+
+FoundCard foundCard() {
+    FoundCard card;
+    card.model = pointsOf("demo_pick/model");
+    card.data = pointsOf("demo_pick/data");
+    rxPointMatcher matcher;
+    matcher.train(card.model, rxPointMatcherDefs::eAutoDetect);
+    rxPointMatcherResultSet found;
+    matcher.run(card.data, rxPointMatcherRunParams(), found);
+    const rxPointMatcherResult& best = found.results().at(0);
+    card.pose = best.modelToDataXform();
+    card.map = best.modelToDataMap();
+    if (std::ranges::any_of(card.map, [](long k) { return k < 0; })) {
+        throw std::runtime_error("a dot of the card has no partner");
+    }
+    return card;
 }
 
 Page::Page(double width, double height) : canvas_(width, height) {
@@ -63,30 +84,31 @@ Plot::Plot(Page& page, const PageBox& box, const Points& shown)
     canvas_.clipRectangle(clip_, rxVector<2>(box.x, box.y), box.width, box.height);
 }
 
+SvgCanvas::Group Plot::clipped(SvgCanvas::Attributes attributes) {
+    attributes.emplace_back("clip-path", "url(#" + clip_ + ")");
+    return canvas_.group(attributes);
+}
+
 void Plot::dots(const Points& points, double radius, const char* colour) {
-    const auto group = canvas_.group({{"fill", colour}, {"clip-path", "url(#" + clip_ + ")"}});
+    const auto group = clipped({{"fill", colour}});
     for (const rxVector<2>& p : points) canvas_.circle(at(p), radius);
 }
 
 void Plot::rings(const Points& points, double radius, const char* colour) {
-    const auto group = canvas_.group({{"fill", "none"},
-                                      {"stroke", colour},
-                                      {"stroke-width", fixed(kRoundedStroke, 1)},
-                                      {"clip-path", "url(#" + clip_ + ")"}});
+    const auto group =
+        clipped({{"fill", "none"}, {"stroke", colour}, {"stroke-width", fixed(kStroke, 1)}});
     for (const rxVector<2>& p : points) canvas_.circle(at(p), radius);
 }
 
 void Plot::crosses(const Points& points, double reach, const char* colour) {
-    const auto group = canvas_.group({{"stroke", colour},
-                                      {"stroke-width", fixed(kRoundedStroke, 1)},
-                                      {"clip-path", "url(#" + clip_ + ")"}});
+    const auto group = clipped({{"stroke", colour}, {"stroke-width", fixed(kStroke, 1)}});
     for (const rxVector<2>& p : points) canvas_.cross(at(p), reach);
 }
 
 void Plot::outline(const Points& points, const char* colour) {
-    Points corners = mapped(rxXform<2>(), tool::convexHull(points));
+    Points corners = tool::convexHull(points);
     for (rxVector<2>& corner : corners) corner = at(corner);
-    const auto group = canvas_.group({{"clip-path", "url(#" + clip_ + ")"}});
+    const auto group = clipped();
     canvas_.polygon(corners, {{"fill", colour},
                               {"fill-opacity", "0.07"},
                               {"stroke", colour},
@@ -99,7 +121,7 @@ void Plot::rectangle(const rxVector<2>& low, const rxVector<2>& high,
                      const SvgCanvas::Attributes& attributes) {
     const rxVector<2> corner = at(low);
     const rxVector<2> size = at(high) - corner;
-    const auto group = canvas_.group({{"clip-path", "url(#" + clip_ + ")"}});
+    const auto group = clipped();
     canvas_.rectangle(corner, size.x(), size.y(), attributes);
 }
 

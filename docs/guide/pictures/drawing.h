@@ -44,6 +44,15 @@ class Page {
     SvgCanvas canvas_;
 };
 
+/// Where the card of 30 dots (data/demo_pick) lies, as a search with the defaults finds it.
+struct FoundCard {
+    Points model;
+    Points data;
+    rxXform<2> pose;
+    std::vector<long> map;  ///< the index of the data point of each model point
+};
+FoundCard foundCard();
+
 /// A white box with a frame, in which points of the plane are drawn at one scale, y down. What lies
 /// outside is cut off.
 class Plot {
@@ -53,6 +62,10 @@ class Plot {
 
     rxVector<2> at(const rxVector<2>& point) const { return frame_.toPage(point); }
     double scale() const { return frame_.scale(); }
+    const PageBox& box() const { return frame_.box(); }
+
+    /// What is drawn while the group lives is cut off at the box.
+    [[nodiscard]] SvgCanvas::Group clipped(SvgCanvas::Attributes attributes = {});
 
     void dots(const Points& points, double radius, const char* colour);
     void rings(const Points& points, double radius, const char* colour);

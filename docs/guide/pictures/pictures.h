@@ -6,6 +6,18 @@
 // the program runs in the project's root, and give a whole SVG document, the same bytes every time.
 namespace ptmatch::guide {
 
+/// A card with hidden dots, with circles of three capture ranges.
+std::string captureRange();
+
+/// The coverage of the best pose, as more and more of the card is hidden.
+std::string coverage();
+
+/// The marks of the data on grids of three sizes.
+std::string gridSize();
+
+/// The lattice of rotations and scales, and a window of translations.
+std::string uncertainties();
+
 /// Model, data, the votes of one rotation, and the pose.
 std::string whatMatchingDoes();
 

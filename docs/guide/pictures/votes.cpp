@@ -67,6 +67,11 @@ bool Votes::isMarked(long column, long row) const {
            marks_[index(column, row)];
 }
 
+double Votes::markedShare() const {
+    return static_cast<double>(std::ranges::count(marks_, true)) /
+           static_cast<double>(marks_.size());
+}
+
 rxVector<2> Votes::corner(long column, long row) const {
     return low_ +
            rxVector<2>(static_cast<double>(column) * cell_, static_cast<double>(row) * cell_);
@@ -80,6 +85,25 @@ Votes::Peak Votes::highest() const {
         }
     }
     return peak;
+}
+
+void drawMarks(Page& page, Plot& plot, const Votes& votes) {
+    const auto group = plot.clipped(
+        {{"fill", tool::kBlue}, {"fill-opacity", "0.22"}, {"shape-rendering", "crispEdges"}});
+    for (long row = 0; row < votes.rows(); ++row) {
+        for (long column = 0; column < votes.columns(); ++column) {
+            if (!votes.isMarked(column, row)) continue;
+            const long first = column;
+            while (votes.isMarked(column + 1, row)) ++column;
+            const rxVector<2> corner = plot.at(votes.corner(first, row));
+            const rxVector<2> end = plot.at(votes.corner(column + 1, row + 1));
+            const PageBox& box = plot.box();
+            const bool isSeen = end.x() > box.x && corner.x() < box.x + box.width &&
+                                end.y() > box.y && corner.y() < box.y + box.height;
+            if (!isSeen) continue;
+            page.canvas().rectangle(corner, end.x() - corner.x(), end.y() - corner.y());
+        }
+    }
 }
 
 double rotationStepRad(const Points& model, double cell) {

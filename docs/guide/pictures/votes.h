@@ -23,6 +23,8 @@ class Votes {
     long at(long column, long row) const { return votes_[index(column, row)]; }
     bool isMarked(long column, long row) const;
     double cell() const { return cell_; }
+    /// The share of the cells that is marked.
+    double markedShare() const;
 
     /// The lower corner of a cell, data units.
     rxVector<2> corner(long column, long row) const;
@@ -46,6 +48,9 @@ class Votes {
     std::vector<bool> marks_;
     std::vector<long> votes_;
 };
+
+/// Draws the marked cells.
+void drawMarks(Page& page, Plot& plot, const Votes& votes);
 
 /// The step between neighbouring rotations of a search, radians: the outermost model point moves by
 /// two cells.

@@ -1,8 +1,6 @@
 #include <cmath>
-#include <stdexcept>
 
 #include "pictures.h"
-#include "ptmatch/ppmatch.h"
 #include "votes.h"
 
 namespace ptmatch::guide {
@@ -16,15 +14,6 @@ constexpr double kTitleRoom = 34.0;
 PageBox boxAt(int column, int row) {
     return {kGap + column * (kWidth + kGap), kTitleRoom + row * (kHeight + kTitleRoom + 6), kWidth,
             kHeight};
-}
-
-rxPointMatcherResult found(const Points& model, const Points& data) {
-    rxPointMatcher matcher;
-    matcher.train(model, rxPointMatcherDefs::eAutoDetect);
-    rxPointMatcherResultSet results;
-    matcher.run(data, rxPointMatcherRunParams(), results);
-    if (results.results().empty()) throw std::runtime_error("the model is not found");
-    return results.results().front();
 }
 
 // Runs of cells of the same shade become one rectangle; a cell is a unit of the group.
@@ -58,10 +47,10 @@ void drawVotes(Page& page, const Plot& plot, const Votes& votes, long most) {
 }  // namespace
 
 std::string whatMatchingDoes() {
-    const Points model = pointsOf("demo_pick/model");
-    const Points data = pointsOf("demo_pick/data");
-    const rxPointMatcherResult result = found(model, data);
-    const rxXform<2>& pose = result.modelToDataXform();
+    const FoundCard card = foundCard();
+    const Points& model = card.model;
+    const Points& data = card.data;
+    const rxXform<2>& pose = card.pose;
 
     Page page(3 * kGap + 2 * kWidth, 2 * (kHeight + kTitleRoom + 6) + kGap);
     const auto titleAt = [&](int column, int row, const std::string& text) {
@@ -101,10 +90,7 @@ std::string whatMatchingDoes() {
     posePlot.outline(placed, tool::kOrange);
     posePlot.dots(data, 2.2, tool::kQuietGrey);
     Points partners;
-    for (const long k : result.modelToDataMap()) {
-        if (k < 0) throw std::runtime_error("a model point has no partner");
-        partners.push_back(data[static_cast<std::size_t>(k)]);
-    }
+    for (const long k : card.map) partners.push_back(data[static_cast<std::size_t>(k)]);
     posePlot.dots(partners, 2.6, tool::kBlue);
     posePlot.rings(placed, 5.5, tool::kOrange);
     return page.finished();
