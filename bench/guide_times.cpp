@@ -152,18 +152,25 @@ void printGridSizes(int rounds) {
                lines, "16 px", rounds);
 }
 
-void printCoverages(int rounds) {
-    Params common;
-    common.rotationUncertainty(rxAngleRange::FullRange());
-    common.scaleUncertainty(rxRange(-0.1, 0.1));
+std::vector<Line> withCoverages(Params params, const std::vector<const char*>& coverages) {
     std::vector<Line> lines;
-    for (const char* coverage : {"0.1", "0.2", "0.3", "0.4", "0.5"}) {
-        common.minCoverage(std::atof(coverage));
-        lines.push_back({coverage, withGrid(common, 8.0, 8.0)});
+    for (const char* coverage : coverages) {
+        params.minCoverage(std::atof(coverage));
+        lines.push_back({coverage, params});
     }
-    Scene stars = sceneOf("beehive");
+    return lines;
+}
+
+void printCoverages(int rounds) {
+    const Params turned = turning(180.0, rxRange(-0.1, 0.1));
+    printTable("Coverage, demo_pick, full turn, scale 0.9 to 1.1", sceneOf("demo_pick"),
+               withCoverages(turned, {"0.1", "0.3", "0.5", "0.7", "0.9"}), "0.5", rounds);
+
+    const std::vector<Line> lines =
+        withCoverages(withGrid(turned, 8.0, 8.0), {"0.1", "0.2", "0.3", "0.4", "0.5"});
     const std::string settings =
         ", full turn, scale 0.9 to 1.1, grid size 8 px, capture range 8 px";
+    Scene stars = sceneOf("beehive");
     printTable("Coverage, beehive" + settings, stars, lines, "0.5", std::min(rounds, 5));
     for (rxVector<2>& p : stars.data) p = rxVector<2>(-p.x(), p.y());
     printTable("Coverage, beehive with mirrored data" + settings, stars, lines, "0.5",

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "points_of.h"
+#include "read_points.h"
 
 namespace {
 
@@ -48,9 +48,9 @@ bool report(const HiddenDots& scene, const Points& model, double range,
 
 int main() {
     rxPointMatcher matcher;
-    const Points model = pointsOf("data/demo_pick/model.csv");
+    const Points model = readPoints("data/demo_pick/model.csv");
     matcher.train(model, rxPointMatcherDefs::eAutoDetect);
-    const HiddenDots scene = hiddenDots(matcher, pointsOf("data/demo_pick/data.csv"));
+    const HiddenDots scene = hiddenDots(matcher, readPoints("data/demo_pick/data.csv"));
 
     bool isAsTold = true;
     std::printf("capture range  matched  fit error  place\n");

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "hidden_dots.h"
-#include "points_of.h"
+#include "read_points.h"
 
 namespace {
 
@@ -46,8 +46,8 @@ Best bestOf(const rxPointMatcher& matcher, const Points& data, rxPointMatcherRun
 
 int main() {
     rxPointMatcher matcher;
-    matcher.train(pointsOf("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
-    const Points data = pointsOf("data/demo_pick/data.csv");
+    matcher.train(readPoints("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
+    const Points data = readPoints("data/demo_pick/data.csv");
     rxPointMatcherRunParams params;
     params.rotationUncertainty(rxAngleRange::FullRange());
 

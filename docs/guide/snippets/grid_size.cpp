@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "points_of.h"
+#include "read_points.h"
 
 namespace {
 
@@ -38,8 +38,8 @@ std::size_t numMatched(const rxPointMatcher& matcher, const std::vector<rxVector
 
 int main() {
     rxPointMatcher matcher;
-    matcher.train(pointsOf("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
-    const std::vector<rxVector<2>> data = pointsOf("data/demo_pick/data.csv");
+    matcher.train(readPoints("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
+    const std::vector<rxVector<2>> data = readPoints("data/demo_pick/data.csv");
 
     bool isAsTold = true;
     std::printf("grid size  rotations     places  matched\n");

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "points_of.h"
+#include "read_points.h"
 
 namespace {
 
@@ -22,8 +22,8 @@ void print(const char* what, const rxPointMatcher& matcher, const Points& data,
 
 int main() {
     rxPointMatcher matcher;
-    matcher.train(pointsOf("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
-    const Points data = pointsOf("data/demo_pick/data.csv");
+    matcher.train(readPoints("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
+    const Points data = readPoints("data/demo_pick/data.csv");
 
     rxPointMatcherRunParams params;
     print("15 degrees either way", matcher, data, params);
