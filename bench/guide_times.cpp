@@ -7,13 +7,17 @@
 // both alike. Times are processor time of the one thread; time and ratio are medians over the
 // rounds.
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench_version.h"
@@ -192,6 +196,72 @@ void printUncertainties(int rounds) {
                "15\u00b0 either way (default)", rounds);
 }
 
+/// A scene of a handful of points among others, all at random, where the model fits exactly.
+Scene handful(int numModel, int numData, rxPointMatcherDefs::Mode mode, std::mt19937& random) {
+    const auto coordinate = [&] { return static_cast<double>(random() % 100'000) / 1000.0; };
+    Points model;
+    Scene scene;
+    while (std::ssize(model) < numModel) model.push_back({coordinate(), coordinate()});
+    for (const rxVector<2>& p : model) scene.data.push_back(p + rxVector<2>(100.0, 50.0));
+    while (std::ssize(scene.data) < numData) {
+        scene.data.push_back(rxVector<2>{coordinate(), coordinate()} + rxVector<2>(100.0, 50.0));
+    }
+    scene.matcher.train(model, mode);
+    return scene;
+}
+
+/// The time of a run, the median over nine scenes, and in how many the model is found.
+std::string timeAndFound(int numModel, int numData, rxPointMatcherDefs::Mode mode,
+                         const Params& params) {
+    constexpr int kScenes = 9;
+    std::mt19937 random(7);
+    std::vector<double> times;
+    int numFound = 0;
+    for (int k = 0; k < kScenes; ++k) {
+        const Scene scene = handful(numModel, numData, mode, random);
+        rxPointMatcherResultSet found;
+        const auto run = [&](std::size_t) { scene.matcher.run(scene.data, params, found); };
+        times.push_back(ptmatch::bench::secondsPerCall(run, 0, ptmatch::bench::callsPerRound(run)));
+        if (!found.results().empty() && found.results().front().coverage() == 1.0) ++numFound;
+    }
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.3g ms, %d of %d", 1e3 * median(times), numFound,
+                  kScenes);
+    return text.data();
+}
+
+void printExhaustive() {
+    std::cout
+        << "\nExhaustive mode, points at random in 100 x 100, full turn, capture range 1\n\n"
+        << "| model / data | assignments | exhaustive | votes, automatic grid | votes, grid 1 "
+           "|\n|---|---|---|---|---|\n";
+    Params params = turning(180.0);
+    params.minCoverage(0.9);
+    params.autoCaptureRange(false);
+    params.captureRange(1.0);
+    for (const auto& [numModel, numData] : {std::pair(3, 4),
+                                            {4, 5},
+                                            {4, 20},
+                                            {5, 6},
+                                            {5, 10},
+                                            {6, 7},
+                                            {6, 10},
+                                            {7, 8},
+                                            {7, 10},
+                                            {8, 9}}) {
+        constexpr auto kExhaustive = rxPointMatcherDefs::eExhaustiveMode;
+        constexpr auto kVotes = rxPointMatcherDefs::eAutoDetect;
+        std::mt19937 random(7);
+        const Scene scene = handful(numModel, numData, kExhaustive, random);
+        const double work = rfRunCost(scene.matcher, scene.data, params).work;
+        std::cout << "| " << numModel << " / " << numData << " | " << std::llround(work) << " | "
+                  << timeAndFound(numModel, numData, kExhaustive, params) << " | "
+                  << timeAndFound(numModel, numData, kVotes, params) << " | "
+                  << timeAndFound(numModel, numData, kVotes, withGrid(params, 1.0, 1.0)) << " |\n"
+                  << std::flush;
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -202,6 +272,7 @@ int main(int argc, char** argv) try {
     printGridSizes(rounds);
     printCoverages(rounds);
     printUncertainties(rounds);
+    printExhaustive();
     return 0;
 } catch (const std::exception& error) {
     std::cerr << "ptmatch_guide_times: " << error.what() << '\n';
