@@ -42,7 +42,7 @@ Points pointsOf(const std::string& path) {
         double x = 0.0;
         double y = 0.0;
         char comma = '\0';
-        if (!(fields >> x >> comma >> y)) throw std::runtime_error(path + ": " + line);
+        if (!(fields >> x >> comma >> y)) throw std::runtime_error("no point: " + line);
         points.emplace_back(x, y);
     }
     if (points.empty()) throw std::runtime_error(path + " cannot be read; run in the root");
