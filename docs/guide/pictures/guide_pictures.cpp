@@ -13,10 +13,15 @@ using Draw = std::string (*)();
 const std::map<std::string, Draw>& pictures() {
     using namespace ptmatch::guide;
     static const std::map<std::string, Draw> all = {
-        {"capture_range", captureRange},          {"coverage", coverage},
-        {"exhaustive_growth", exhaustiveGrowth},  {"grid_size", gridSize},
-        {"nothing_is_found", nothingIsFound},     {"uncertainties", uncertainties},
-        {"votes_by_rotation", votesByRotation},   {"ways_of_lying", waysOfLying},
+        {"capture_range", captureRange},
+        {"coverage", coverage},
+        {"exhaustive_growth", exhaustiveGrowth},
+        {"grid_size", gridSize},
+        {"nothing_is_found", nothingIsFound},
+        {"uncertainties", uncertainties},
+        {"votes_by_rotation", votesByRotation},
+        {"ways_of_lying", waysOfLying},
+        {"weights", weights},
         {"what_matching_does", whatMatchingDoes},
     };
     return all;

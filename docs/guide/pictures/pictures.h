@@ -33,4 +33,7 @@ std::string exhaustiveGrowth();
 /// What to ask when nothing is found, and what to do: a flow chart.
 std::string nothingIsFound();
 
+/// A plate, its mark, and the places where look-alikes have theirs.
+std::string weights();
+
 }  // namespace ptmatch::guide
