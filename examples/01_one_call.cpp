@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <iostream>
+#include <vector>
 
 int main() {
     // The pattern: four holes of a part, in millimetres. Any unit will do, and any number of points

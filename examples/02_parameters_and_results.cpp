@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <iostream>
+#include <vector>
 
 #include "points_file.h"
 

@@ -11,6 +11,8 @@
 #include <iomanip>
 #include <iostream>
 #include <numeric>
+#include <utility>
+#include <vector>
 
 #include "points_file.h"
 

@@ -15,7 +15,9 @@
 #include <map>
 #include <set>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "points_file.h"
 

@@ -3,13 +3,16 @@
 #include <foundation/stream_archive.h>
 #include <ptmatch/ppmatch.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "points_file.h"
 

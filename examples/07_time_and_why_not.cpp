@@ -4,12 +4,12 @@
 #include <ptmatch/run_watch.h>
 #include <ptmatch/why_not.h>
 
-#include <algorithm>
 #include <functional>
 #include <iomanip>
 #include <iostream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "points_file.h"
 

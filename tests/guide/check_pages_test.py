@@ -281,11 +281,17 @@ class Regions(World):
         self.assertIn("bare.cpp:1: has no region", told)
 
     def test_refuses_an_empty_region(self):
-        self.write("docs/guide/snippets/bare.cpp", "// [greeting]\n// [greeting]\n")
-        self.assertEqual(self.check_regions()[0], 1)
+        self.write("docs/guide/snippets/hello.cpp", "// [greeting]\n// [greeting]\n")
+        code, told = self.check_regions()
+        self.assertEqual(code, 1)
+        self.assertIn("hello.cpp:1: region 'greeting' is empty", told)
 
-    def test_refuses_a_guide_without_pages(self):
-        self.assertEqual(self.check("regions")[0], 1)
+    def test_refuses_a_guide_without_pages_or_snippets(self):
+        self.assertIn("0 pages, 1 snippets", self.check("regions")[1])
+        (self.root / "docs/guide/snippets/hello.cpp").unlink()
+        code, told = self.check_regions()
+        self.assertEqual(code, 1)
+        self.assertIn("1 pages, 0 snippets", told)
 
 
 class Links(World):
