@@ -30,7 +30,7 @@ by_tool() {
 drawn what_matching_does votes_by_rotation grid_size capture_range coverage uncertainties weights
 by_tool first_match match --model data/demo_pick/model.csv --data data/demo_pick/data.csv
 
-drawn ways_of_lying exhaustive_growth nothing_is_found
+drawn ways_of_lying exhaustive_growth nothing_is_found bent_board
 by_tool grid_of_a_plate grid-map --data data/dots7x7/data.csv
 by_tool staggered_sheet grid-match --pattern data/dots_staggered/pattern.txt \
     --data data/dots_staggered/data.csv

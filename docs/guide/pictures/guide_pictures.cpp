@@ -13,6 +13,7 @@ using Draw = std::string (*)();
 const std::map<std::string, Draw>& pictures() {
     using namespace ptmatch::guide;
     static const std::map<std::string, Draw> all = {
+        {"bent_board", bentBoard},
         {"capture_range", captureRange},
         {"coverage", coverage},
         {"exhaustive_growth", exhaustiveGrowth},

@@ -24,6 +24,9 @@ std::string whatMatchingDoes();
 /// The most votes that any translation gets, over a full turn.
 std::string votesByRotation();
 
+/// A board that is seen more and more from the side, and what a similarity matches of it.
+std::string bentBoard();
+
 /// A plate with marks, turned and mirrored, and the coverage of each.
 std::string waysOfLying();
 
