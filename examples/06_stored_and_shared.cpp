@@ -5,12 +5,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -108,8 +110,10 @@ bool areSame(const rxPointMatcherResultSet& a, const rxPointMatcherResultSet& b)
 }  // namespace
 
 int main() {
+    // A name of its own, since others may run this at the same time.
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
     const std::filesystem::path path =
-        std::filesystem::temp_directory_path() / "ptmatch_example_board.ptm";
+        std::filesystem::temp_directory_path() / ("board_" + std::to_string(now) + ".ptm");
     trainAndStore(path);
     const rxPointMatcher matcher = load(path);
     std::cout << "a matcher of " << matcher.modelPoints().size() << " points, "
