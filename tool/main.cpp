@@ -38,6 +38,7 @@ int runTool(int argc, char** argv) {
     const auto isGiven = [&](const char* command) { return app.got_subcommand(command); };
     if (isGiven("grid-map")) return runGridMap(options.gridMap, std::cout, std::cerr);
     if (isGiven("grid-match")) return runGridMatch(options.gridMatch, std::cout, std::cerr);
+    if (isGiven("explain")) return runExplain(options.explain, std::cout, std::cerr);
     if (isGiven("fit")) return runFit(options.fit, std::cout, std::cerr);
     if (isGiven("train")) return runTrain(options.train, std::cout, std::cerr);
     if (isGiven("info")) return runInfo(options.info, std::cout);

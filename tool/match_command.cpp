@@ -1,9 +1,6 @@
 #include "match_command.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
 #include <optional>
 #include <ostream>
 
@@ -15,7 +12,6 @@
 #include "match_picture.h"
 #include "match_report.h"
 #include "model_source.h"
-#include "number_text.h"
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
@@ -26,19 +22,6 @@
 namespace ptmatch::tool {
 namespace {
 
-// Says so when an exhaustive search is far beyond what ends within minutes.
-void noteLongSearch(const MatchReport& report, std::ostream& notes) {
-    constexpr double kManyAssignments = 1e9;
-    const std::size_t numModel = report.model.points.size();
-    const std::size_t numData = report.data.points.size();
-    const auto [smaller, larger] = std::minmax(numModel, numData);
-    const double assignments =
-        std::pow(static_cast<double>(larger) + 1.0, static_cast<double>(smaller));
-    if (assignments <= kManyAssignments) return;
-    notes << "ptmatch: note: --exhaustive will try " << aboutText(assignments)
-          << " assignments; this may not end" << std::endl;
-}
-
 rxPointMatcherDefs::Mode modeOf(const MatchOptions& options) {
     return options.exhaustive ? rxPointMatcherDefs::eExhaustiveMode
                               : rxPointMatcherDefs::eAutoDetect;
@@ -46,7 +29,7 @@ rxPointMatcherDefs::Mode modeOf(const MatchOptions& options) {
 
 rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& options,
                                const rxPointMatcher& matcher, std::ostream& notes) {
-    if (options.exhaustive) noteLongSearch(report, notes);
+    if (options.exhaustive) noteLongSearch(report.model, report.data, notes);
     const InterruptGuard guard(options.exhaustive ? InterruptGuard::Way::kExitAtOnce
                                                   : InterruptGuard::Way::kAskSearch);
     return watchedSearch(matcher, report.data, report.params);

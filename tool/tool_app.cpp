@@ -19,6 +19,11 @@ constexpr const char* kGridMatchExamples = R"(Examples:
   ptmatch grid-match --pattern data/dots_staggered/pattern.txt --data data/dots_staggered/data.csv
   ptmatch grid-match --pattern data/dots_staggered/pattern.txt --data data/dots_staggered/data.csv --rotation full --max-results 2)";
 
+constexpr const char* kExplainExamples = R"(Examples:
+  ptmatch explain --model data/demo_pick/model.csv --data data/demo_pick/data.csv
+  ptmatch explain --model data/demo_pick/model.csv --data data/demo_pick/data.csv --expect 530,335
+  ptmatch explain --pattern data/dots_staggered/pattern.txt --data data/dots_staggered/data.csv)";
+
 constexpr const char* kFitExamples = R"(Examples:
   ptmatch fit --pairs data/oblique_plate/pairs.csv --model perspective --svg plate.svg
   ptmatch fit --pairs data/oblique_plate/pairs.csv --model affine --residuals)";
@@ -45,6 +50,7 @@ void addAllCommands(CLI::App& app, AllOptions& options) {
     addMatchCommand(app, options.match)->footer(kMatchExamples);
     addGridMapCommand(app, options.gridMap)->footer(kGridMapExamples);
     addGridMatchCommand(app, options.gridMatch)->footer(kGridMatchExamples);
+    addExplainCommand(app, options.explain)->footer(kExplainExamples);
     addFitCommand(app, options.fit)->footer(kFitExamples);
     addTrainCommand(app, options.train)->footer(kTrainExamples);
     addInfoCommand(app, options.info)->footer(kInfoExamples);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "explain_command.h"
 #include "fit_command.h"
 #include "grid_map_command.h"
 #include "grid_match_command.h"
@@ -14,6 +15,7 @@ struct AllOptions {
     MatchOptions match;
     GridMapOptions gridMap;
     GridMatchOptions gridMatch;
+    ExplainOptions explain;
     FitOptions fit;
     TrainOptions train;
     InfoOptions info;

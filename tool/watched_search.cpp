@@ -1,6 +1,9 @@
 #include "watched_search.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cmath>
+#include <ostream>
 
 #include "input_error.h"
 #include "number_text.h"
@@ -27,6 +30,16 @@ rxPointMatcherResultSet watchedSearch(const rxPointMatcher& matcher, const Point
         throw InputError(std::string(trimmed(error.what())));
     }
     return results;
+}
+
+void noteLongSearch(const PointTable& model, const PointTable& data, std::ostream& notes) {
+    constexpr double kManyAssignments = 1e9;
+    const auto [smaller, larger] = std::minmax({model.points.size(), data.points.size()});
+    const double assignments =
+        std::pow(static_cast<double>(larger) + 1.0, static_cast<double>(smaller));
+    if (assignments <= kManyAssignments) return;
+    notes << "ptmatch: note: --exhaustive will try " << aboutText(assignments)
+          << " assignments; this may not end" << std::endl;
 }
 
 }  // namespace ptmatch::tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <iosfwd>
 #include <limits>
 #include <string>
 
@@ -20,5 +21,8 @@ rxPointMatcherResultSet watchedSearch(const rxPointMatcher& matcher, const Point
                                       const rxPointMatcherRunParams& params,
                                       const std::string& label = {},
                                       double timeLimit = std::numeric_limits<double>::infinity());
+
+/// Says so when an exhaustive search is far beyond what ends within minutes.
+void noteLongSearch(const PointTable& model, const PointTable& data, std::ostream& notes);
 
 }  // namespace ptmatch::tool

@@ -19,7 +19,7 @@ using testing::StartsWith;
 
 namespace {
 
-const std::vector<std::string> kCommands = {"match", "grid-map", "grid-match",
+const std::vector<std::string> kCommands = {"match", "grid-map", "grid-match", "explain",
                                             "fit",   "train",    "info"};
 
 class ToolPages : public Tool {
