@@ -1,4 +1,5 @@
 // Trained matchers and more in files and in memory, and what is checked when they come back.
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -118,7 +119,7 @@ void damageIsNoticed() {
 
 }  // namespace
 
-int main() {
+int main() try {
     const std::filesystem::path path =
         std::filesystem::temp_directory_path() /
         ("guide_archives_" + std::to_string(std::random_device()()) + ".ptm");
@@ -126,4 +127,7 @@ int main() {
     std::filesystem::remove(path);
     theModeIsNotRecorded();
     damageIsNoticed();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

@@ -1,6 +1,7 @@
 // Transforms fitted to pairs that are known: models, their residuals, what the pairs determine.
 #include <array>
 #include <cmath>
+#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <stdexcept>
@@ -135,9 +136,12 @@ void fitInSpace() {
 
 }  // namespace
 
-int main() {
+int main() try {
     fitFourModels();
     refitAResult();
     accumulate();
     fitInSpace();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

@@ -1,4 +1,5 @@
 // The exhaustive mode: what it finds, and how its work grows.
+#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <stdexcept>
@@ -75,7 +76,10 @@ void showGrowth() {
 
 }  // namespace
 
-int main() {
+int main() try {
     findFourAmongSix();
     showGrowth();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

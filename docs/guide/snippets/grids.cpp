@@ -1,4 +1,5 @@
 // Grids: dots to columns and rows, a staggered pattern, a plate that lies any way round.
+#include <exception>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -154,8 +155,11 @@ void tellHowItLies() {
 
 }  // namespace
 
-int main() {
+int main() try {
     mapAPlate();
     matchStaggered();
     tellHowItLies();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

@@ -1,6 +1,7 @@
 // Why a run finds nothing, and what no run can find.
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <numbers>
@@ -194,11 +195,14 @@ void matchASquare() {
 
 }  // namespace
 
-int main() {
+int main() try {
     explainThreeFailures();
     tellWhatAccidentsReach();
     bendABoard();
     lookAtAMirrorImage();
     countUntilItIsNoAccident();
     matchASquare();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

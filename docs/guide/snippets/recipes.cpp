@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -301,7 +302,7 @@ void comingFromAnIcp() {
 
 }  // namespace
 
-int main() {
+int main() try {
     std::cout << std::setprecision(3);
     dotsAreMissing();
     twoCopies();
@@ -315,4 +316,7 @@ int main() {
     comingFromACircleGridFinder();
     comingFromARansacLoop();
     comingFromAnIcp();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

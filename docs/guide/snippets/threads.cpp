@@ -1,5 +1,6 @@
 // One trained matcher, shared by threads.
 #include <atomic>
+#include <exception>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -49,7 +50,7 @@ std::vector<Points> framesOf(const Points& scene, int count) {
 
 }  // namespace
 
-int main() {
+int main() try {
     rxPointMatcher matcher;
     matcher.train(readPoints("data/demo_pick/model.csv"), rxPointMatcherDefs::eAutoDetect);
     const std::vector<Points> frames = framesOf(readPoints("data/demo_pick/data.csv"), 40);
@@ -64,4 +65,7 @@ int main() {
                 "results do not depend on the number of threads");
     }
     std::cout << frames.size() << " frames, the same results from 1 and from 4 threads\n";
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }

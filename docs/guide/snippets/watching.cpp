@@ -2,6 +2,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <exception>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -156,10 +157,13 @@ void cancel() {
 
 }  // namespace
 
-int main() {
+int main() try {
     askForTheCost();
     endAtADeadline();
     stopFromElsewhere();
     showProgress();
     cancel();
+} catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }
