@@ -12,14 +12,20 @@ class rxDegree;
 /// the two units the conversion is implicit, so a function that takes radians accepts degrees.
 class PTMATCH_EXPORT rxRadian {
   public:
+    /// The angle 0.
     constexpr rxRadian() = default;
+    /// An angle of so many radians.
     constexpr explicit rxRadian(double radians) : radians_(radians) {}
+    /// The same angle: degrees times pi / 180, in this order.
     constexpr rxRadian(rxDegree degrees);
 
+    /// The angle in radians.
     constexpr double toDouble() const { return radians_; }
 
+    /// The angle divided by a number.
     constexpr rxRadian operator/(double divisor) const { return rxRadian(radians_ / divisor); }
 
+    /// Equal numbers of radians, exactly: angles a full turn apart differ.
     friend constexpr bool operator==(rxRadian, rxRadian) = default;
 
   private:
@@ -29,13 +35,18 @@ class PTMATCH_EXPORT rxRadian {
 /// An angle in degrees, kept as given.
 class PTMATCH_EXPORT rxDegree {
   public:
+    /// The angle 0.
     constexpr rxDegree() = default;
+    /// An angle of so many degrees.
     constexpr explicit rxDegree(double degrees) : degrees_(degrees) {}
+    /// The same angle: radians times 180 / pi, in this order.
     constexpr rxDegree(rxRadian radians)
         : degrees_(radians.toDouble() * 180.0 / std::numbers::pi) {}
 
+    /// The angle in degrees.
     constexpr double toDouble() const { return degrees_; }
 
+    /// Equal numbers of degrees, exactly.
     friend constexpr bool operator==(rxDegree, rxDegree) = default;
 
   private:

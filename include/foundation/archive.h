@@ -50,7 +50,9 @@ class PTMATCH_EXPORT rxArchive {
     rxArchive(const rxArchive&) = delete;
     rxArchive& operator=(const rxArchive&) = delete;
 
+    /// Whether `||` overwrites its arguments; never changes.
     bool isLoading() const { return direction_ == Direction::eLoading; }
+    /// Whether `||` writes its arguments; never changes.
     bool isStoring() const { return direction_ == Direction::eStoring; }
 
     /// One byte, 0 or 1.   @throws Errors: any other byte, or the input ends.
@@ -58,7 +60,9 @@ class PTMATCH_EXPORT rxArchive {
     /// Integers take 32 bits, whatever their size in memory.
     /// @throws Errors: the value to store does not fit, or the input ends.
     rxArchive& operator||(int& value);
+    /// 32 bits, signed.   @throws Errors: as for int.
     rxArchive& operator||(long& value);
+    /// 32 bits, unsigned.   @throws Errors: as for int.
     rxArchive& operator||(unsigned long& value);
     /// Eight bytes, the bits as they are, including the sign of zero and the payload of a NaN.
     rxArchive& operator||(double& value);
@@ -82,13 +86,19 @@ class PTMATCH_EXPORT rxArchive {
     virtual std::optional<std::uint64_t> bytesLeft() const = 0;
 
     /// Compares a recorded count with the bytes left, before memory is taken for it.
+    /// @param count        elements that a record says are to come.
     /// @param minimalSize  fewest bytes of one element, at least 1.
     /// @param what         names the elements in the message, in the plural.
     /// @throws Errors: count elements cannot be there. Never when bytesLeft() is unknown.
     void expectElements(std::uint64_t count, std::uint64_t minimalSize, const char* what) const;
 
   protected:
-    enum class Direction { eLoading, eStoring };
+    /// What an archive does for its whole life.
+    enum class Direction {
+        eLoading,  ///< `||` overwrites its arguments
+        eStoring,  ///< `||` writes its arguments
+    };
+    /// An archive of that direction, with no records open.
     explicit rxArchive(Direction direction) : direction_(direction) {}
 
     /// Fills the block.   @throws Errors: the input ends first or cannot be read.
@@ -104,6 +114,7 @@ class PTMATCH_EXPORT rxArchive {
 /// The bytes are not the record that was expected, the medium failed, or a value has no record.
 class PTMATCH_EXPORT rxArchive::Errors : public rxExceptionWithString {
   public:
+    /// @param message  what `what()` gives, as it is.
     explicit Errors(std::string message);
     Errors(const Errors&) noexcept;
     Errors& operator=(const Errors&) noexcept;
@@ -128,12 +139,15 @@ class PTMATCH_EXPORT rxArchive::UnknownVersion : public rxArchive::Errors {
 
     /// The name given at construction, null when there was none; lives as long as the exception.
     const char* source() const noexcept { return source_ ? source_->c_str() : nullptr; }
+    /// The line given at construction.
     int line() const noexcept { return line_; }
 
     [[noreturn]] void suicideAndRethrow() override;
 
   protected:
     void dispatchSerialize(rxArchive& ar) override;
+    /// Passes the record of the base, whether there is a source, the source, the line.
+    /// @throws UnknownVersion: version is not 0.
     void serialize_(rxArchive& ar, unsigned char version);
 
   private:
@@ -169,6 +183,7 @@ class PTMATCH_EXPORT rxArchive::NestingGuard {
 /// same objects in the same order.
 class PTMATCH_EXPORT rxArchive::Operation {
   public:
+    /// Opens an operation inside the one that runs in this thread, if any.
     explicit Operation(const rxArchive& ar);
     ~Operation();
     Operation(const Operation&) = delete;

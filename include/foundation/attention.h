@@ -40,6 +40,7 @@ class PTMATCH_EXPORT rxAttention {
     static void request() noexcept;
     /// Withdraws the request. Safe in a signal handler.
     static void clear() noexcept;
+    /// Whether a request stands. Safe in a signal handler.
     static bool isRequested() noexcept;
 
     /// Installs the handler and returns the one it replaces; null stands for none. A check that
@@ -50,6 +51,7 @@ class PTMATCH_EXPORT rxAttention {
 /// Thrown by rxAttention::check(). The interrupted call leaves its arguments as a failed call does.
 class PTMATCH_EXPORT rxAttention::Interrupted : public rxExceptionWithString {
   public:
+    /// @param message  what `what()` gives, as it is.
     explicit Interrupted(std::string message);
     Interrupted(const Interrupted&) noexcept;
     Interrupted& operator=(const Interrupted&) noexcept;

@@ -41,9 +41,12 @@ class PTMATCH_EXPORT rxExceptionWithString : public rxException {
     rxExceptionWithString& operator=(const rxExceptionWithString&) noexcept;
     ~rxExceptionWithString() override;
 
+    /// The whole message, also behind a null character; lives as long as the exception is
+    /// unchanged.
     const std::string& message() const noexcept { return *text_; }
 
   protected:
+    /// @param message  what `what()` gives, as it is.
     explicit rxExceptionWithString(std::string message);
 
     /// Writes the message to the stream. Declared before what(): virtual functions of fixed order.
@@ -55,6 +58,7 @@ class PTMATCH_EXPORT rxExceptionWithString : public rxException {
 
   protected:
     void dispatchSerialize(rxArchive& ar) override;
+    /// Passes the message; the version has been passed already.
     /// @throws rxArchive::UnknownVersion: version is not 0.
     void serialize_(rxArchive& ar, unsigned char version);
 
@@ -65,6 +69,7 @@ class PTMATCH_EXPORT rxExceptionWithString : public rxException {
 /// A computation that has no finite answer, such as a singular system of equations.
 class PTMATCH_EXPORT rxMathError : public rxExceptionWithString {
   public:
+    /// @param message  what `what()` gives, as it is.
     explicit rxMathError(std::string message);
     rxMathError(const rxMathError&) noexcept;
     rxMathError& operator=(const rxMathError&) noexcept;

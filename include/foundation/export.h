@@ -1,5 +1,6 @@
 #pragma once
 
+/// @def PTMATCH_EXPORT
 /// Marks the classes and functions that the shared library exports; everything else stays hidden.
 #if defined(_WIN32)
 #if defined(PTMATCH_BUILDING)

@@ -31,6 +31,7 @@ class PTMATCH_EXPORT rxLSPointToPointFitter {
     /// The pairs do not determine the transform asked for, or cannot be computed with.
     class PTMATCH_EXPORT Errors : public rxExceptionWithString {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit Errors(std::string message);
         Errors(const Errors&) noexcept;
         Errors& operator=(const Errors&) noexcept;

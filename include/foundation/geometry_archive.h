@@ -7,6 +7,7 @@
 #include "foundation/vector.h"
 #include "foundation/xform.h"
 
+/// @file
 /// Records of the geometry types, bit for bit: also coordinates that are not numbers come back.
 /// A value whose load fails stays as it was.   @throws rxArchive::Errors: the input ends.
 
@@ -24,10 +25,13 @@ PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxXform<2>& xform);
 /// The kind as a 32-bit unsigned integer; start and end follow for a `Normal` range only.
 /// @throws rxArchive::Errors: the kind is none of `rxRangeDefs::Range`.
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxRange& range);
+/// As a range of numbers; the bounds are radians.
+/// @throws rxArchive::Errors: the kind is none of `rxRangeDefs::Range`.
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxAngleRange& range);
 
 /// x, y, width, height.
 PTMATCH_EXPORT rxArchive& rf_PersistenceHelper(rxArchive& ar, rxRectangle<double>& rectangle);
+/// x, y, width, height as 32-bit integers.
 /// @throws rxArchive::Errors: the lower-right corner does not fit 32 bits, in either direction.
 PTMATCH_EXPORT rxArchive& rf_PersistenceHelper(rxArchive& ar, rxRectangle<long>& rectangle);
 

@@ -53,9 +53,11 @@ class PTMATCH_EXPORT rx_PelBuffer {
 
     virtual ~rx_PelBuffer();
 
-    /// Size of the view in pixels; 0 for an empty image.
+    /// Columns of the view; 0 for an empty image.
     long width() const { return width_; }
+    /// Rows of the view; 0 for an empty image.
     long height() const { return height_; }
+    /// Columns and rows of the view.
     rxPair<long> size() const { return {width_, height_}; }
 
     /// Pixels from one row to the next, at least width(); 0 without a store.
@@ -70,10 +72,13 @@ class PTMATCH_EXPORT rx_PelBuffer {
     /// The transform from positions to the coordinates of the client; the identity for a new image.
     /// `offset`, `window` and `setEntire` leave it alone.
     const rxXform<2>& clientFromImageXform() const { return clientFromImage_; }
+    /// Sets the transform, which may be any; pixels, size and offset stay.
     void clientFromImageXform(const rxXform<2>& xform) { clientFromImage_ = xform; }
 
     /// Narrows the view to width columns from column x and height rows from row y of this view, and
     /// moves the offset by (x, y), so that every pixel keeps its position.
+    /// @param x, y           the first column and row that are kept, counted from 0 in this view.
+    /// @param width, height  how many columns and rows, 0 or more.
     /// @param clip  false: the rectangle has to lie in the view. True: the part of it that does is
     /// taken; when there is none, the view ends up without pixels at the edge nearest to it.
     /// @return whether the view holds any pixel now.
@@ -96,17 +101,19 @@ class PTMATCH_EXPORT rx_PelBuffer {
   protected:
     /// The pixel types in archive records. `int` and `long` pixels are recorded alike.
     enum class PixelKind : unsigned char {
-        eUnsigned8 = 1,
-        eSigned16 = 2,
-        eUnsigned16 = 3,
-        eSigned32 = 4,
-        eUnsigned32 = 5,
+        eUnsigned8 = 1,   ///< unsigned char
+        eSigned16 = 2,    ///< short
+        eUnsigned16 = 3,  ///< unsigned short
+        eSigned32 = 4,    ///< int and long
+        eUnsigned32 = 5,  ///< unsigned int
     };
+    /// A pixel type at run time.
     struct PixelType {
-        PixelKind kind;
-        std::size_t size;  // bytes in memory
+        PixelKind kind;    ///< in records
+        std::size_t size;  ///< bytes in memory
     };
 
+    /// The pixel type T at run time.
     template <rxPixel T>
     static constexpr PixelType pixelType_() {
         if constexpr (std::same_as<T, unsigned char>) return {PixelKind::eUnsigned8, sizeof(T)};
@@ -116,8 +123,9 @@ class PTMATCH_EXPORT rx_PelBuffer {
         return {PixelKind::eSigned32, sizeof(T)};
     }
 
-    // Copied as a part of typed images only, so that no view loses its pixel type.
+    /// An empty image. Copied as a part of typed images only, so that no view loses its pixel type.
     explicit rx_PelBuffer(PixelType type) : type_(type) {}
+    /// As the constructor of `rxPelBuffer` with the same arguments.
     rx_PelBuffer(PixelType type, long width, long height, long alignment);
     rx_PelBuffer(const rx_PelBuffer&) = default;
     rx_PelBuffer& operator=(const rx_PelBuffer&) = default;
@@ -172,6 +180,7 @@ class PTMATCH_EXPORT rx_PelBuffer {
 /// together.
 class PTMATCH_EXPORT rx_PelBuffer::Errors : public rxExceptionWithString {
   public:
+    /// @param message  what `what()` gives, as it is.
     explicit Errors(std::string message);
     Errors(const Errors&) noexcept;
     Errors& operator=(const Errors&) noexcept;
@@ -193,6 +202,7 @@ class PTMATCH_EXPORT rxPelBuffer : public rx_PelBuffer {
     rxPelBuffer() : rx_PelBuffer(pixelType_<T>()) {}
     /// An image of its own store, whose pixels are undefined until they are written; width or
     /// height may be 0.
+    /// @param width, height  columns and rows, 0 or more.
     /// @param alignment  in bytes, a power of two from 1 to 4096: the first pixel of each row and
     /// the distance of the rows are multiples of it (and of the pixel size).
     /// @throws Errors: a negative size, another alignment, or more bytes than can be addressed;
@@ -206,6 +216,7 @@ class PTMATCH_EXPORT rxPelBuffer : public rx_PelBuffer {
 
     /// The pixel at a position.   @throws Errors: the position is outside the view.
     T get(long x, long y) const { return this->template pixel_<T>(x, y); }
+    /// The pixel at a position.   @throws Errors: the position is outside the view.
     T get(const rxPair<long>& position) const { return get(position.x(), position.y()); }
 
     /// Writes the pixel at a position.   @throws Errors: the position is outside the view.
@@ -227,6 +238,7 @@ class PTMATCH_EXPORT rxPelBuffer_const : public rx_PelBuffer {
 
     /// The pixel at a position.   @throws Errors: the position is outside the view.
     T get(long x, long y) const { return this->template pixel_<const T>(x, y); }
+    /// The pixel at a position.   @throws Errors: the position is outside the view.
     T get(const rxPair<long>& position) const { return get(position.x(), position.y()); }
 };
 

@@ -7,6 +7,7 @@
 #include "foundation/export.h"
 #include "foundation/image.h"
 
+/// @file
 /// Operations on whole views, for every pixel type of images.
 ///
 /// Images are paired pixel by pixel from the first column and row of each view; their offsets play

@@ -16,6 +16,7 @@
 ///     loading || copy;
 class PTMATCH_EXPORT rxMemoryStoreArchive : public rxArchive {
   public:
+    /// Nothing stored yet.
     rxMemoryStoreArchive() : rxArchive(Direction::eStoring) {}
     ~rxMemoryStoreArchive() override;
 
@@ -38,6 +39,7 @@ class PTMATCH_EXPORT rxMemoryStoreArchive : public rxArchive {
 /// so that bytesLeft() == 0 tells that nothing follows the last record.
 class PTMATCH_EXPORT rxMemoryLoadArchive : public rxArchive {
   public:
+    /// Loads from the first byte on; the bytes are not copied.
     explicit rxMemoryLoadArchive(std::span<const unsigned char> input)
         : rxArchive(Direction::eLoading), input_(input) {}
     /// A temporary would be gone before the first load.

@@ -97,7 +97,9 @@ class PTMATCH_EXPORT rx_Instantiator {
     rx_Instantiator(const rx_Instantiator&) = delete;
     rx_Instantiator& operator=(const rx_Instantiator&) = delete;
 
+    /// The class; refers to an object with static storage.
     const std::type_info& type() const { return type_; }
+    /// The name of the class in archives.
     const std::string& name() const { return name_; }
 
     /// A new default object of the registered class.

@@ -28,13 +28,17 @@ class PTMATCH_EXPORT rxRange {
     /// The `Normal` range from start to end; rxRange(0.0, 0.0) holds the number 0 alone.
     rxRange(double start, double end);
 
+    /// The range that holds everything, with infinite bounds.
     static rxRange FullRange();
     /// The range of that kind, as read from a record; start and end count for `Normal` only.
     /// A kind outside the enumeration gives an empty range.
     static rxRange fromKind(rxRangeDefs::Range kind, double start, double end);
 
+    /// The lower bound: 0 of an empty range, minus infinity of a full one.
     double start() const { return start_; }
+    /// The upper bound: 0 of an empty range, infinity of a full one.
     double end() const { return end_; }
+    /// The kind.
     rxRangeDefs::Range range() const { return kind_; }
 
     /// `Normal`: start <= v <= end, exactly, so that a not-a-number lies within none.
@@ -60,16 +64,21 @@ class PTMATCH_EXPORT rxAngleRange {
     rxAngleRange() = default;
     /// The `Normal` range from start up to end. One with its start above its end holds nothing,
     /// one that is a full turn or longer holds every finite angle.
+    /// @param start, end  the bounds, kept as given, in whatever turn they lie.
     /// @param reserved  has no effect; true and false give the same range.
     rxAngleRange(rxRadian start, rxRadian end, bool reserved = false);
 
+    /// The range that holds every angle, from -180 to +180 degrees.
     static rxAngleRange FullRange();
     /// The range of that kind, as read from a record; start and end count for `Normal` only.
     /// A kind outside the enumeration gives an empty range.
     static rxAngleRange fromKind(rxRangeDefs::Range kind, rxRadian start, rxRadian end);
 
+    /// The bound from which the range leads in the positive direction; 0 of an empty range.
     rxRadian start() const { return start_; }
+    /// The bound up to which it leads; 0 of an empty range.
     rxRadian end() const { return end_; }
+    /// The kind.
     rxRangeDefs::Range range() const { return kind_; }
 
     /// Half-way from start to end, (start + end) / 2.

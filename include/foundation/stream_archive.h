@@ -13,6 +13,7 @@
 /// caller does.
 class PTMATCH_EXPORT rxStreamStoreArchive : public rxArchive {
   public:
+    /// Stores from where the stream stands.
     explicit rxStreamStoreArchive(std::ostream& stream);
     ~rxStreamStoreArchive() override;
 

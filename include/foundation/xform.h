@@ -6,6 +6,7 @@
 #include "foundation/export.h"
 #include "foundation/vector.h"
 
+/// An N x N matrix; only N = 2 is defined.
 template <int N>
 class rxMatrix;
 
@@ -34,13 +35,16 @@ class PTMATCH_EXPORT rxMatrix<2> {
     /// e00 e11 - e01 e10, each product rounded.
     constexpr double determinant() const { return e00_ * e11_ - e01_ * e10_; }
 
+    /// The product with a column: (e00 x + e01 y, e10 x + e11 y).
     friend constexpr rxVector<2> operator*(const rxMatrix& a, const rxVector<2>& v) {
         return rxVector<2>(a.e00_ * v.x() + a.e01_ * v.y(), a.e10_ * v.x() + a.e11_ * v.y());
     }
+    /// The product of two matrices.
     friend constexpr rxMatrix operator*(const rxMatrix& a, const rxMatrix& b) {
         return rxMatrix(a.e00_ * b.e00_ + a.e01_ * b.e10_, a.e00_ * b.e01_ + a.e01_ * b.e11_,
                         a.e10_ * b.e00_ + a.e11_ * b.e10_, a.e10_ * b.e01_ + a.e11_ * b.e11_);
     }
+    /// Exact comparison of all elements.
     friend constexpr bool operator==(const rxMatrix&, const rxMatrix&) = default;
 
   private:
@@ -50,6 +54,7 @@ class PTMATCH_EXPORT rxMatrix<2> {
     double e11_ = 1.0;
 };
 
+/// A transform of N coordinates; only that of the plane, N = 2, is defined.
 template <int N>
 class rxXform;
 
@@ -67,6 +72,7 @@ class PTMATCH_EXPORT rxXform<2> {
 
     /// The identity.
     constexpr rxXform() = default;
+    /// The transform of this matrix and this translation, which may be any.
     constexpr rxXform(const rxMatrix<2>& matrix, const rxVector<2>& trans)
         : matrix_(matrix), trans_(trans) {}
     /// Takes the unit x axis to a vector of length xScale at the angle xRot, the unit y axis to one
@@ -103,9 +109,13 @@ class PTMATCH_EXPORT rxXform<2> {
     /// The same as xRot(), for transforms of every form.
     rxRadian rotation() const { return xRot(); }
 
+    /// The translation t, which is the image of the origin.
     constexpr const rxVector<2>& trans() const { return trans_; }
+    /// Sets the translation; the matrix stays.
     constexpr void trans(const rxVector<2>& trans) { trans_ = trans; }
+    /// The matrix M.
     constexpr const rxMatrix<2>& matrix() const { return matrix_; }
+    /// Sets the matrix; the translation stays.
     constexpr void matrix(const rxMatrix<2>& matrix) { matrix_ = matrix; }
 
     /// Exact equality of the matrix elements and of the translation.

@@ -11,6 +11,7 @@
 /// `rx2PTm::a2bXform` does this over the square from -5 to 5, whatever part of the plane is used.
 /// Here 36 points, 6 by 6 at equal distances with the corners among them, are spread over the
 /// rectangle: the same points, for that square. What is left can be asked of `rfFitResidual`.
+/// @param tm    the perspective transform.
 /// @param area  its extents may be negative, not 0.
 /// @return the least-squares fit in plane b, dof 6, with the 36 pairs accumulated.
 /// @throws rxMathError: a parameter of tm is not finite, or a corner of the rectangle not, or it or

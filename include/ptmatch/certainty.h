@@ -31,6 +31,7 @@ struct PTMATCH_EXPORT rxNextPose {
 
 /// How sure a result is.
 struct PTMATCH_EXPORT rxCertainty {
+    /// Which model point is matched to which data point.
     rxMatchedPairs pairs;
     /// Of each pair the distance between the mapped model point and the data point, data units.
     std::vector<double> residuals;
@@ -49,9 +50,10 @@ struct PTMATCH_EXPORT rxCertainty {
     /// capture range asks.
     std::optional<double> log10CloseFalseAlarms;
 
-    /// Upper bounds of the probability that clutter of this density would reach this coverage, or
-    /// come as close: at most 1; nothing as above.
+    /// An upper bound of the probability that clutter of this density would reach this coverage: 10
+    /// to the power of `log10FalseAlarms`, at most 1; nothing where that is nothing.
     std::optional<double> clutterProbability() const;
+    /// The same of `log10CloseFalseAlarms`: that clutter would come as close.
     std::optional<double> closeClutterProbability() const;
 };
 
@@ -76,8 +78,11 @@ struct PTMATCH_EXPORT rxCertainty {
 /// capture range is the one in effect, or the largest residual where that is larger; poses are
 /// those within the uncertainties, made wider where the result itself lies outside.
 ///
+/// @param matcher   the one that made the run, trained as it was then.
 /// @param data, params  those of the run.
-/// @param index  of the result in `found.results()`.
+/// @param found     what the run returned: all of it, as the margin is taken from the others.
+/// @param index     of the result in `found.results()`.
+/// @param settings  what is known of the data; by default nothing is.
 /// @throws std::out_of_range  there is no such result.
 /// @throws rxPointMatcherDefs::NotTrained, BadParams  as `rfMatchedPairs` and the run; BadParams
 ///         also for a setting that is negative or not finite.

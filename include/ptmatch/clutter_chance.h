@@ -5,20 +5,18 @@
 /// What a run looks through when there is nothing to find: points scattered at random, and the
 /// poses that it may return.
 struct PTMATCH_EXPORT rxClutterScene {
-    double numDataPoints = 0.0;
-    double area = 1.0;          ///< over which they are scattered evenly, data units squared
-    double captureRange = 1.0;  ///< distance within which a model point meets one, data units
+    double numDataPoints = 0.0;  ///< of the clutter, 0 or more
+    double area = 1.0;           ///< over which they are scattered evenly, data units squared
+    double captureRange = 1.0;   ///< distance within which a model point meets one, data units
 
-    double numModelPoints = 0.0;
+    double numModelPoints = 0.0;  ///< of the pattern that is looked for
     double modelRadius = 0.0;  ///< largest distance of a model point from the centre, model units
 
-    // The poses: how far the centre may move, data units; how far they may turn, radians; from
-    // which scale to which.
-    double translationWidth = 0.0;
-    double translationHeight = 0.0;
-    double rotationLength = 0.0;
-    double lowScale = 1.0;
-    double highScale = 1.0;
+    double translationWidth = 0.0;   ///< how far the centre may move along x, data units
+    double translationHeight = 0.0;  ///< along y
+    double rotationLength = 0.0;     ///< how far poses may turn, radians
+    double lowScale = 1.0;           ///< smallest scale of a pose
+    double highScale = 1.0;          ///< largest scale of a pose
 };
 
 /// How many poses on which at least so many model points meet a data point are to be expected in
@@ -42,6 +40,7 @@ struct PTMATCH_EXPORT rxClutterScene {
 /// enough two points later: 0.07 for six, 0.003 for seven.
 ///
 /// An addition beside the matcher: no run depends on it.
+/// @param scene       the clutter, the pattern, and the poses that are looked through.
 /// @param numMatched  k; beyond the number of model points: -infinity.
 /// @throws rxPointMatcherDefs::BadParams  a number of the scene is negative, not finite, or 0 for
 ///         the area or the capture range; highScale is below lowScale.

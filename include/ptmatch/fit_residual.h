@@ -13,6 +13,7 @@ struct PTMATCH_EXPORT rxFitResidual {
     double largest = 0.0;   ///< largest distance
     std::size_t worst = 0;  ///< index of the first pair with it
 
+    /// Exact comparison of all members.
     friend bool operator==(const rxFitResidual&, const rxFitResidual&) = default;
 };
 
@@ -24,7 +25,10 @@ struct PTMATCH_EXPORT rxFitResidual {
 /// No allocation.
 PTMATCH_EXPORT rxFitResidual rfFitResidual(const rx2PtMatchTm& tm, std::span<const rxVector<2>> a,
                                            std::span<const rxVector<2>> b);
+/// The same of a perspective transform; a pair where its w is 0 makes the residual infinite or not
+/// a number.
 PTMATCH_EXPORT rxFitResidual rfFitResidual(const rx2PTm& tm, std::span<const rxVector<2>> a,
                                            std::span<const rxVector<2>> b);
+/// The same of a transform of space.
 PTMATCH_EXPORT rxFitResidual rfFitResidual(const rx3PtMatchTm& tm, std::span<const rxVector<3>> a,
                                            std::span<const rxVector<3>> b);

@@ -38,14 +38,17 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderDefs {
         [[noreturn]] void suicideAndRethrow() override = 0;
 
       protected:
+        /// @param message  what `what()` gives, as it is.
         explicit Errors(std::string message);
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
     };
 
     /// Training was given fewer than 3 positions in an image, or none in a list.
     class PTMATCH_EXPORT InsufficientModelPoints : public Errors {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit InsufficientModelPoints(std::string message = std::string());
         InsufficientModelPoints(const InsufficientModelPoints&) = default;
         InsufficientModelPoints& operator=(const InsufficientModelPoints&) = default;
@@ -54,6 +57,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderDefs {
 
       protected:
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
 
       private:
@@ -65,6 +69,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderDefs {
     /// fit in memory.
     class PTMATCH_EXPORT InsufficientMemory : public Errors {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit InsufficientMemory(std::string message = std::string());
         InsufficientMemory(const InsufficientMemory&) = default;
         InsufficientMemory& operator=(const InsufficientMemory&) = default;
@@ -73,6 +78,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderDefs {
 
       protected:
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
 
       private:
@@ -84,8 +90,10 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderDefs {
 /// How a grid corresponder is trained. A plain value.
 class PTMATCH_EXPORT rx_PointToGridCorresponderTrainParams {
   public:
+    /// Which positions of the pattern are probed.
     using FeatureType = rx_PointToGridCorresponderDefs::FeatureType;
 
+    /// As its arguments say; neighbours are the four next positions unless staggered.
     explicit rx_PointToGridCorresponderTrainParams(
         bool staggered = false,
         FeatureType featureType = rx_PointToGridCorresponderDefs::eBorderPoints)
@@ -93,9 +101,12 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderTrainParams {
 
     /// Whether the neighbours of a position are the four diagonal ones.
     bool staggered() const { return staggered_; }
+    /// Sets whether the neighbours are the four diagonal positions.
     void staggered(bool value) { staggered_ = value; }
 
+    /// Which positions of the pattern become probes.
     FeatureType featureType() const { return featureType_; }
+    /// Sets which positions become probes; any value is kept.
     void featureType(FeatureType value) { featureType_ = value; }
 
     /// @throws rxArchive::UnknownVersion: another version than 1100.   @throws rxArchive::Errors: a
@@ -111,22 +122,27 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderTrainParams {
 /// What a run of a grid corresponder may find. A plain value that checks nothing: the run does.
 class PTMATCH_EXPORT rx_PointToGridCorresponderRunParams {
   public:
+    /// As its arguments say; nothing is checked.
     explicit rx_PointToGridCorresponderRunParams(double accept = 0.5, double confusion = 1.0,
                                                  long maxNumResults = 1)
         : maxNumResults_(maxNumResults), accept_(accept), confusion_(confusion) {}
 
     /// The share of the probes that must agree, 0 to 1.
     double accept() const { return accept_; }
+    /// Sets the share of the probes that must agree.
     void accept(double value) { accept_ = value; }
 
     /// Kept and recorded; nothing reads it.
     double confusion() const { return confusion_; }
+    /// Sets what `confusion()` returns.
     void confusion(double value) { confusion_ = value; }
 
     /// The largest number of results, at least 1.
     long maxNumResults() const { return maxNumResults_; }
+    /// Sets the largest number of results.
     void maxNumResults(long value) { maxNumResults_ = value; }
 
+    /// Stores or loads the parameters.   @throws as the train parameters.
     friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar,
                                                 rx_PointToGridCorresponderRunParams& params);
 
@@ -139,6 +155,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderRunParams {
 /// One placement of the pattern. A plain value that only the corresponder fills in.
 class PTMATCH_EXPORT rx_PointToGridCorresponderResult {
   public:
+    /// Not found, score 0, position (0, 0).
     rx_PointToGridCorresponderResult() = default;
 
     /// True in every result of a run.
@@ -150,6 +167,8 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderResult {
     /// What to add to a grid position of the pattern to reach that of the data.
     const rxPair<long>& position() const { return position_; }
 
+    /// Stores or loads a result.   @throws as the train parameters; rxArchive::Errors also for a
+    /// position to be stored that does not fit 32 bits.
     friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar,
                                                 rx_PointToGridCorresponderResult& result);
 
@@ -167,11 +186,15 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderResult {
 /// What a run of a grid corresponder found, best first, and the seconds that it took.
 class PTMATCH_EXPORT rx_PointToGridCorresponderResultSet {
   public:
+    /// No results, time 0.
     rx_PointToGridCorresponderResultSet() = default;
 
+    /// Seconds that the last run took.
     double time() const { return time_; }
+    /// The placements, best first.
     const std::vector<rx_PointToGridCorresponderResult>& results() const { return results_; }
 
+    /// Stores or loads time and results.   @throws as a result.
     friend PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar,
                                                 rx_PointToGridCorresponderResultSet& resultSet);
 
@@ -211,6 +234,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
         rxPair<long> position;  ///< relative to the smallest x and y of the pattern
         bool expected = false;  ///< whether a point has to be there, or must not be
 
+        /// Equal positions, and both expected or neither.
         friend bool operator==(const ProbePt&, const ProbePt&) = default;
     };
 
@@ -230,6 +254,8 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
                const rx_PointToGridCorresponderTrainParams& params);
 
     /// Trains on a list of positions, in any order, also repeated.
+    /// @param gridPoints      the positions of the pattern, at least one.
+    /// @param params          which neighbours count, and which positions become probes.
     /// @param clientFromGrid  kept with the pattern image, and not used otherwise.
     /// @throws rx_PointToGridCorresponderDefs::InsufficientModelPoints: the list is empty.
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory: the bounding rectangle of the
@@ -243,8 +269,10 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
 
     /// Forgets the probes; pattern and parameters stay.
     void untrain();
+    /// Whether there are probes to run with.
     bool isTrained() const { return !probes_.empty(); }
 
+    /// The parameters of the last training, also of one that failed.
     const rx_PointToGridCorresponderTrainParams& trainParams() const { return trainParams_; }
 
     /// 1 at each position of the pattern, 0 elsewhere; its offset is the smallest x and y.
@@ -256,6 +284,7 @@ class PTMATCH_EXPORT rx_PointToGridCorresponder {
     /// Finds the translations at which the pattern agrees with the positions.
     ///
     /// @param gridPoints  positions of the data, in any order, also repeated.
+    /// @param params      the share of probes that must agree, and the number of results wanted.
     /// @param results     emptied first; then the placements, highest score first and, of equal
     ///     scores, the one latest in raster order first. With `maxNumResults` 1 it is the best
     ///     one, the earliest in raster order of equal scores.

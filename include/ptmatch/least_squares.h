@@ -18,6 +18,7 @@ struct rxLeastSquaresSolution {
     double condition = 1.0;
     /// The length of A x - b.
     double residualNorm = 0.0;
+    /// The number of equations: rows of A, or observations.
     long numEquations = 0;
 
     /// Whether all unknowns are determined: there is no other best solution.
@@ -36,6 +37,7 @@ struct rxLeastSquaresSolution {
 /// of R by one-sided Jacobi rotations (Drmac and Veselic, "New fast and accurate Jacobi SVD
 /// algorithm", 2008). For systems of up to some hundred unknowns.
 ///
+/// @param a  the matrix A, one row for each equation, one column for each unknown.
 /// @param b  the right-hand sides, a.rows() of them or more; the others are not used.
 /// @param relativeTolerance  a singular value that is not above this share of the largest one
 ///     counts as zero. Negative: the larger size of A times 2^-52. Those below 1e-150 times the
@@ -92,6 +94,7 @@ class PTMATCH_EXPORT rxLeastSquares {
 
     /// Adds the observation x . p = y.
     /// @param x  the coefficients; only the first n are used.
+    /// @param y  the right-hand side.
     /// A coefficient or a y that is not finite makes every fit until the next reset throw.
     /// @throws std::out_of_range: x has fewer than n; nothing has been added.
     /// Cost 2 n^2 multiplications and n roots, no allocation.
@@ -110,7 +113,9 @@ class PTMATCH_EXPORT rxLeastSquares {
     /// Forgets all observations; n stays. No allocation.
     void reset();
 
+    /// The number of unknowns, n.
     long numUnknowns() const { return static_cast<long>(row_.size()); }
+    /// Observations since the last `reset` or `resize`.
     long numObservations() const { return numObservations_; }
 
   private:

@@ -10,6 +10,7 @@
 struct PTMATCH_EXPORT rxMatchedPairs {
     /// In the coordinates that `modelToDataXform()` of the result starts from.
     std::vector<rxVector<2>> model;
+    /// In the coordinates of the data.
     std::vector<rxVector<2>> data;
     /// Places in `modelPoints()`, ascending. In grid mode, those in the pattern, row by row:
     /// column + row * width, both counted from the first pixel of `pattern()`.
@@ -27,6 +28,7 @@ struct PTMATCH_EXPORT rxMatchedPairs {
 ///
 /// @param matcher  the one that found the result, trained as it was then.
 /// @param data     the points that it was run on.
+/// @param result   the one whose pairs are wanted.
 /// @throws rxPointMatcherDefs::NotTrained  the matcher is not trained.
 /// @throws rxPointMatcherDefs::BadParams   the result is not one of this matcher and these data:
 ///         another mode, another number of model points or positions, an index beyond the data.

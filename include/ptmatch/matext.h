@@ -57,7 +57,9 @@ class PTMATCH_EXPORT rxMatrixExt {
     ///     2^31 - 1.   @throws std::bad_alloc.   The matrix is then what it was.
     void resize(long rows, long cols);
 
+    /// The number of rows.
     long rows() const { return rows_; }
+    /// The number of columns.
     long cols() const { return cols_; }
     /// 1 when neither size is zero, else 0.
     long isBound() const { return rows_ != 0 && cols_ != 0 ? 1 : 0; }
@@ -74,6 +76,7 @@ class PTMATCH_EXPORT rxMatrixExt {
     /// the rows is reported to the assertion hook (code 82) and its address, at which nothing may
     /// be read, returned all the same.   Valid until the sizes change.
     double* pointToRow(long r);
+    /// The same address, for reading.
     const double* pointToRow(long r) const;
 
     /// A copy of row r.   @throws std::out_of_range: there is no such row of elements.

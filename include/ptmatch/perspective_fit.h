@@ -6,6 +6,7 @@
 #include "foundation/vector.h"
 #include "ptmatch/perspective_tm.h"
 
+/// @file
 /// Perspective transforms for coordinates of any size, such as pixels.
 ///
 /// `rx2PTm` fits unscaled normal equations and takes its inverse from five points about the origin,

@@ -104,9 +104,11 @@ class PTMATCH_EXPORT rx2PTm {
 
     /// The image in plane b of a point of plane a; where w is 0, infinite or not a number.
     rxVector<2> a2b(const rxVector<2>& p) const { return mapped_(a2bParams_, p); }
+    /// Writes the image to out, which may be p itself.
     void a2b(const rxVector<2>& p, rxVector<2>& out) const { out = a2b(p); }
     /// The image in plane a of a point of plane b.
     rxVector<2> b2a(const rxVector<2>& p) const { return mapped_(b2aParams_, p); }
+    /// Writes the image to out, which may be p itself.
     void b2a(const rxVector<2>& p, rxVector<2>& out) const { out = b2a(p); }
 
     /// The affine transform that fits best at 36 points of the square from -5 to 5 of plane a;
@@ -117,7 +119,9 @@ class PTMATCH_EXPORT rx2PTm {
     /// @throws rxLSPointToPointFitter::Errors, rxMathError: no model with an inverse fits them.
     rx2PtMatchTm a2bTm() const;
 
+    /// The parameters from a to b.
     const Params& a2bParams() const { return a2bParams_; }
+    /// Those from b to a.
     const Params& b2aParams() const { return b2aParams_; }
 
     /// Exact equality of the parameters from a to b; pairs and inverses are not compared.

@@ -49,6 +49,7 @@ class PTMATCH_EXPORT rxPsuedoInverse {
 
     /// Adds the observation x . p = y.
     /// @param x  the coefficients; only the first n are used. Not a part of this accumulator.
+    /// @param y  the right-hand side.
     /// @throws std::out_of_range: x has fewer than n; nothing has been added.
     /// Cost n^2 multiplications and additions, no allocation.
     void update(std::span<const double> x, double y);

@@ -48,14 +48,17 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
         [[noreturn]] void suicideAndRethrow() override = 0;
 
       protected:
+        /// @param message  what `what()` gives, as it is.
         explicit Errors(std::string message);
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
     };
 
     /// A parameter or a training argument is not valid.
     class PTMATCH_EXPORT BadParams : public Errors {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit BadParams(std::string message);
         BadParams(const BadParams&) = default;
         BadParams& operator=(const BadParams&) = default;
@@ -65,6 +68,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
 
       protected:
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
 
       private:
@@ -75,6 +79,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
     /// The operation needs a trained matcher, or one trained in another mode.
     class PTMATCH_EXPORT NotTrained : public Errors {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit NotTrained(std::string message);
         NotTrained(const NotTrained&) = default;
         NotTrained& operator=(const NotTrained&) = default;
@@ -84,6 +89,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
 
       protected:
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
 
       private:
@@ -94,6 +100,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
     /// A result was asked for data that the mode of its run does not produce.
     class PTMATCH_EXPORT NotRun : public Errors {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit NotRun(std::string message);
         NotRun(const NotRun&) = default;
         NotRun& operator=(const NotRun&) = default;
@@ -103,6 +110,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
 
       protected:
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
 
       private:
@@ -113,6 +121,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
     /// Training was given fewer than 3 model points. Its number leaves a gap: 0x10005f03 is unused.
     class PTMATCH_EXPORT InsufficientModelPoints : public Errors {
       public:
+        /// @param message  what `what()` gives, as it is.
         explicit InsufficientModelPoints(std::string message);
         InsufficientModelPoints(const InsufficientModelPoints&) = default;
         InsufficientModelPoints& operator=(const InsufficientModelPoints&) = default;
@@ -122,6 +131,7 @@ class PTMATCH_EXPORT rxPointMatcherDefs {
 
       protected:
         void dispatchSerialize(rxArchive& ar) override;
+        /// Passes the record of the base.   @throws rxArchive::UnknownVersion: version is not 0.
         void serialize_(rxArchive& ar, unsigned char version);
 
       private:

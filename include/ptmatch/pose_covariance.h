@@ -21,15 +21,16 @@ struct PTMATCH_EXPORT rxPoseCovariance {
     double centreVariance = 0.0;
     /// Covariance of the matrix elements M00, M01, M10, M11 in this order.
     std::array<std::array<double, 4>, 4> matrixCovariance{};
-    /// Standard deviations of the rotation (`xRot`, radians), and of the x scale as a share of it.
+    /// Standard deviation of the rotation (`xRot`), radians.
     double rotationSigma = 0.0;
+    /// Standard deviation of the x scale as a share of it; 0 for a rigid pose.
     double scaleSigma = 0.0;
 
     /// The covariance of the image of a model point, data units squared.
     struct PTMATCH_EXPORT Position {
-        double xx = 0.0;
-        double xy = 0.0;
-        double yy = 0.0;
+        double xx = 0.0;  ///< variance of x
+        double xy = 0.0;  ///< covariance of x and y
+        double yy = 0.0;  ///< variance of y
         /// Root of the mean square of the distance from the true image.
         double rms() const;
     };
@@ -49,6 +50,7 @@ struct PTMATCH_EXPORT rxPoseCovariance {
 ///
 /// An addition beside the matcher: no run depends on it.
 /// @param dataFromModel  the fitted pose.
+/// @param model, data    the pairs it was fitted to, (model[i], data[i]).
 /// @param dof    3 rigid, 4 similarity, 6 affine; as it was fitted.
 /// @param sigma  as above, if it is known (the accuracy of the detector); 0 estimates it from the
 ///     residuals, sigma^2 = sum |residual|^2 / (2 n - dof).

@@ -125,8 +125,10 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// Trains on a pattern whose points count differently. Points of weight 0 take no part in the
     /// coverage; points of negative weight count against a pose that matches them.
     ///
+    /// @param points   as above.
     /// @param weights  one per point, 32-bit; at least two above 0, the sum of those within 32
     /// bits.
+    /// @param mode     as above.
     /// @throws rxPointMatcherDefs::InsufficientModelPoints  fewer than 3 points.
     /// @throws rxPointMatcherDefs::BadParams  another number of weights than of points; mode
     ///         `ePointToPoint` or `ePointToGrid`; fewer than two positive weights; a coordinate

@@ -19,6 +19,7 @@
 /// is decided by the mapping. Lengths are in the units of the points.
 class PTMATCH_EXPORT rxPtToGridMapRunParams {
   public:
+    /// As its arguments say; what is left out is not known, or takes its default in the mapping.
     explicit rxPtToGridMapRunParams(const rxVector<2>& xv = rxVector<2>(),
                                     const rxVector<2>& yv = rxVector<2>(), bool staggered = false,
                                     double snapSize = 0.0, const rxRange& sizeTol = rxRange(),
@@ -33,30 +34,36 @@ class PTMATCH_EXPORT rxPtToGridMapRunParams {
     /// The step from grid position (i, j) to (i + 1, j). The null vector: not known, only `yv` is
     /// used, and the points lie in one column.
     const rxVector<2>& xv() const { return xv_; }
+    /// Sets the step from (i, j) to (i + 1, j).
     void xv(const rxVector<2>& step) { xv_ = step; }
 
     /// The step from grid position (i, j) to (i, j + 1). The null vector: not known.
     const rxVector<2>& yv() const { return yv_; }
+    /// Sets the step from (i, j) to (i, j + 1).
     void yv(const rxVector<2>& step) { yv_ = step; }
 
     /// Whether only the positions with an even i + j carry a point, as on a checkerboard. Needs
     /// both steps.
     bool staggered() const { return staggered_; }
+    /// Sets whether only positions with an even i + j carry a point.
     void staggered(bool value) { staggered_ = value; }
 
     /// Largest distance between a point and its node. 0 or less: 0.2 times the shorter step (of a
     /// staggered grid, the shorter diagonal step).
     double snapSize() const { return snapSize_; }
+    /// Sets the largest distance between a point and its node; 0 or less: automatic.
     void snapSize(double value) { snapSize_ = value; }
 
     /// Allowed ratio between the distance of two neighbours and the step. Empty: 0.8 to 1.2. A full
     /// range accepts every distance.
     const rxRange& sizeTol() const { return sizeTol_; }
+    /// Sets the allowed ratio of distances to the step; empty: 0.8 to 1.2.
     void sizeTol(const rxRange& range) { sizeTol_ = range; }
 
     /// Allowed rotations of the grid against the directions of the steps. Empty: -20 to +20
     /// degrees. A full range: -180 to +180 degrees.
     const rxAngleRange& angleTol() const { return angleTol_; }
+    /// Sets the allowed rotations; empty: -20 to +20 degrees.
     void angleTol(const rxAngleRange& range) { angleTol_ = range; }
 
     /// Stores or loads the parameters.

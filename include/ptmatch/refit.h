@@ -25,12 +25,14 @@ class PTMATCH_EXPORT rxRefitDefs {
 
 /// The transform of a result's matched points under another model.
 struct PTMATCH_EXPORT rxRefit {
+    /// The one that was asked for.
     rxRefitDefs::Model model = rxRefitDefs::eSimilarity;
     /// From model coordinates to data, with its inverse. Holds every model; those that are not
     /// perspective have p6 = p7 = 0.
     rx2PTm dataFromModel;
     /// Of the matched points, in data units.
     rxFitResidual residual;
+    /// The matched points that were fitted.
     std::size_t numPairs = 0;
 
     /// The same for a model that is not perspective.
@@ -57,6 +59,8 @@ struct PTMATCH_EXPORT rxRefit {
 /// model play no part.
 ///
 /// @param matcher, data  those of the run, as for `rfMatchedPairs`.
+/// @param result         the one whose matched points are fitted.
+/// @param model          what to fit them with.
 /// @throws rxPointMatcherDefs::NotTrained, BadParams  as `rfMatchedPairs`; BadParams also for a
 ///         model that is none of these.
 /// @throws rxLSPointToPointFitter::Errors, rxMathError  the pairs do not determine the model: fewer

@@ -25,6 +25,7 @@ struct PTMATCH_EXPORT rxRunLimits {
 /// A watched run took longer than its limit.
 class PTMATCH_EXPORT rxDeadlinePassed : public rxAttention::Interrupted {
   public:
+    /// @param message  what `what()` gives, as it is.
     explicit rxDeadlinePassed(std::string message);
     rxDeadlinePassed(const rxDeadlinePassed&) noexcept;
     rxDeadlinePassed& operator=(const rxDeadlinePassed&) noexcept;

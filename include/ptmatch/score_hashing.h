@@ -57,12 +57,16 @@ class PTMATCH_EXPORT rxScoreHashing {
     /// `position` is left alone.
     long next(rxPair<long>& position);
 
+    /// The highest score that is taken.
     long maxScore() const { return maxScore_; }
+    /// The most positions that are kept.
     long maxResults() const { return maxResults_; }
+    /// The positions held.
     long numResults() const { return numResults_; }
 
-    /// The highest and the lowest score held; -1 for an empty store.
+    /// The highest score held; -1 for an empty store.
     long highestScore() const { return highScore_; }
+    /// The lowest score held; -1 for an empty store.
     long lowestScore() const { return lowScore_; }
 
   private:

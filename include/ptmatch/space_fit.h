@@ -6,6 +6,7 @@
 #include "foundation/vector.h"
 #include "ptmatch/space_tm.h"
 
+/// @file
 /// Rigid, similarity and affine transforms of space, fitted about the means of the points.
 ///
 /// `rx3PtMatchTm` fits all twelve parameters by normal equations about the origin, which costs

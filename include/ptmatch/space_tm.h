@@ -85,21 +85,28 @@ class PTMATCH_EXPORT rx3PtMatchTm {
     /// Turns the matrix, after the transform, about the axis; the translation stays:
     ///     x  (1 0 0, 0 c -s, 0 s c)     y  (c 0 s, 0 1 0, -s 0 c)     z  (c -s 0, s c 0, 0 0 1)
     void rotateOnX(rxRadian angle);
+    /// About the y axis, as above.
     void rotateOnY(rxRadian angle);
+    /// About the z axis, as above.
     void rotateOnZ(rxRadian angle);
     /// Scales the rows of the matrix, after the transform; the translation stays.
     /// A factor of 0 is such a case.
     void scale(const rxVector<3>& factors);
+    /// The same with one factor for all rows.
     void scale(double factor);
 
     /// The image in space b of a point of space a.
     rxVector<3> a2b(const rxVector<3>& p) const { return mapped_(a2bParams_, p); }
+    /// Writes the image to out, which may be p itself.
     void a2b(const rxVector<3>& p, rxVector<3>& out) const { out = a2b(p); }
     /// The image in space a of a point of space b.
     rxVector<3> b2a(const rxVector<3>& p) const { return mapped_(b2aParams_, p); }
+    /// Writes the image to out, which may be p itself.
     void b2a(const rxVector<3>& p, rxVector<3>& out) const { out = b2a(p); }
 
+    /// The parameters from a to b.
     const Params& a2bParams() const { return a2bParams_; }
+    /// Those from b to a.
     const Params& b2aParams() const { return b2aParams_; }
 
     /// Exact equality of the parameters from a to b; pairs and inverses are not compared.

@@ -35,6 +35,8 @@
 /// @throws whatever the stream throws.
 PTMATCH_EXPORT std::ostream& operator<<(std::ostream& stream,
                                         const rxPointMatcherRunParams& params);
+/// One result, on one line.
 PTMATCH_EXPORT std::ostream& operator<<(std::ostream& stream, const rxPointMatcherResult& result);
+/// Number of results and time, then a line for each result, best first.
 PTMATCH_EXPORT std::ostream& operator<<(std::ostream& stream,
                                         const rxPointMatcherResultSet& resultSet);

@@ -76,6 +76,7 @@ class PTMATCH_EXPORT rx2PtMatchTm {
     /// @throws rxMathError: the result has no finite inverse, as for a factor of 0; the object is
     ///     unchanged. The same holds for `append` and `concat`.
     void scale(const rxVector<2>& factors);
+    /// The same with one factor for both axes.
     void scale(double factor);
     /// First this transform, then t.
     void append(const rx2PtMatchTm& t);
@@ -84,20 +85,26 @@ class PTMATCH_EXPORT rx2PtMatchTm {
 
     /// The image in plane b of a point of plane a.
     rxVector<2> a2b(const rxVector<2>& p) const { return a2bXform_ * p; }
+    /// Writes the image to out, which may be p itself.
     void a2b(const rxVector<2>& p, rxVector<2>& out) const { out = a2b(p); }
     /// The image in plane a of a point of plane b.
     rxVector<2> b2a(const rxVector<2>& p) const { return b2aXform_ * p; }
+    /// Writes the image to out, which may be p itself.
     void b2a(const rxVector<2>& p, rxVector<2>& out) const { out = b2a(p); }
 
     /// The direction that a direction takes after mapping, in (-pi, pi]; exact under shear, too.
     rxRadian a2b(rxRadian angle) const;
+    /// The same from plane b to plane a.
     rxRadian b2a(rxRadian angle) const;
 
+    /// The transform from a to b.
     const rxXform<2>& a2bXform() const { return a2bXform_; }
+    /// Its inverse, from b to a.
     const rxXform<2>& b2aXform() const { return b2aXform_; }
 
     /// Exact equality of the transforms from a to b; pairs and inverses are not compared.
     bool operator==(const rx2PtMatchTm& t) const { return t.a2bXform_ == a2bXform_; }
+    /// Exact equality of the transform from a to b with this one.
     bool operator==(const rxXform<2>& a2b) const { return a2b == a2bXform_; }
 
     /// Stores or loads both transforms, not the pairs: a load leaves those of the target alone.

@@ -12,8 +12,8 @@
 
 /// A scale and a rotation, as changes to the start pose: a place where a search votes.
 struct PTMATCH_EXPORT rxVotePlace {
-    double scale = 1.0;
-    double rotationDegrees = 0.0;
+    double scale = 1.0;            ///< factor, above 0
+    double rotationDegrees = 0.0;  ///< counter-clockwise where y points up
 };
 
 /// What a search counts at one scale and rotation: a vote for each translation that it tries.
@@ -23,9 +23,9 @@ struct PTMATCH_EXPORT rxVotePlace {
 /// as they vote) of the model points that fall on the mark of a data point. A mark is the cell of a
 /// data point with its eight neighbours, so a point of a true match votes for 3 x 3 translations.
 struct PTMATCH_EXPORT rxVoteImage {
-    rxVotePlace place;
-    long width = 0;   ///< translations in x; 0 when the run returns without a search
-    long height = 0;  ///< translations in y; 0 with the width
+    rxVotePlace place;  ///< where the votes were counted
+    long width = 0;     ///< translations in x; 0 when the run returns without a search
+    long height = 0;    ///< translations in y; 0 with the width
     std::vector<std::int32_t> votes;  ///< row by row, width x height
     rxPair<long> firstStep{0, 0};     ///< translation of column 0 and row 0, in steps
     double step = 0.0;                ///< the grid size in effect, model units
@@ -33,9 +33,9 @@ struct PTMATCH_EXPORT rxVoteImage {
     /// takes 2 at least. (A search that holds as many candidates as it wants asks for more.)
     long threshold = 0;
     long highestPossible = 0;  ///< vote of a place where all points meet marks, negative ones none
-    bool isWeighted = false;
-    rxXform<2> startPose;
-    rxVector<2> modelCenter;
+    bool isWeighted = false;   ///< whether weights vote, not points
+    rxXform<2> startPose;      ///< that of the run parameters
+    rxVector<2> modelCenter;   ///< of the model's bounding box, model units
 
     /// The vote of a column and a row, which have to be inside.
     std::int32_t vote(long column, long row) const {
@@ -61,6 +61,7 @@ struct PTMATCH_EXPORT rxVoteImage {
 ///     if (place) draw(rfVoteImage(matcher, data, params, *place));
 ///
 /// Of a matcher trained on a sparse grid pattern: the search for its points.
+/// @param matcher, data, params  those of the run.
 /// @param place  any; the search looks at those of its lattice, see the functions below.
 /// @return an image of width 0 when the run returns without a search: no data, too few for the
 ///         minimum coverage, or no translation allowed near them.
@@ -88,6 +89,7 @@ PTMATCH_EXPORT std::optional<rxVotePlace> rfBestVotePlace(const rxPointMatcher& 
 /// The place of the search's lattice nearest to a pose: of its scales the nearest, then of the
 /// rotations at that scale; of two as near, the lower. A pose outside the ranges is nearest to an
 /// end of them.
+/// @param matcher, data, params  those of the run.
 /// @param modelToData  such as that of a result.
 /// @return nothing when the run returns without a search.
 /// @throws as `rfVoteImage`; rxPointMatcherDefs::BadParams  a pose that is singular or not finite.

@@ -26,20 +26,21 @@ class PTMATCH_EXPORT rxWhyNotDefs {
 
 /// A candidate that a run does not return, and why.
 struct PTMATCH_EXPORT rxNearestMiss {
-    rxXform<2> modelToDataXform;
-    double coverage = 0.0;
-    double fitError = 0.0;  ///< as that of a result
-    bool isBelowCoverage = false;
-    bool isOutsideTranslation = false;
-    bool isOutsideRotation = false;
-    bool isOutsideScale = false;
-    bool isSingular = false;
+    rxXform<2> modelToDataXform;        ///< as that of a result
+    double coverage = 0.0;              ///< as that of a result
+    double fitError = 0.0;              ///< as that of a result
+    bool isBelowCoverage = false;       ///< less than the minimum coverage is matched
+    bool isOutsideTranslation = false;  ///< exhaustive runs only
+    bool isOutsideRotation = false;     ///< turned by more than the rotation uncertainty allows
+    bool isOutsideScale = false;        ///< exhaustive runs only
+    bool isSingular = false;            ///< the pose cannot be inverted
     /// It may be returned, but others are better and the number of results is limited.
     bool isBeyondCount = false;
 };
 
 /// Why a run finds nothing, or not what it should.
 struct PTMATCH_EXPORT rxWhyNot {
+    /// In short.
     rxWhyNotDefs::Reason reason = rxWhyNotDefs::eFound;
     /// Sizes in effect and the size of the lattice.
     rxRunCost cost;
@@ -51,12 +52,12 @@ struct PTMATCH_EXPORT rxWhyNot {
     long numCandidates = 0;  ///< fitted poses that were looked at
 
     // How many of the candidates each limit excludes. Several may exclude the same one.
-    long numBelowCoverage = 0;
+    long numBelowCoverage = 0;       ///< matched to less than the minimum coverage
     long numOutsideTranslation = 0;  ///< exhaustive runs only
-    long numOutsideRotation = 0;
-    long numOutsideScale = 0;  ///< exhaustive runs only
-    long numSingular = 0;
-    long numBeyondCount = 0;  ///< allowed, but more than the wanted number of results
+    long numOutsideRotation = 0;     ///< turned by more than the rotation uncertainty allows
+    long numOutsideScale = 0;        ///< exhaustive runs only
+    long numSingular = 0;            ///< with a pose that cannot be inverted
+    long numBeyondCount = 0;         ///< allowed, but more than the wanted number of results
 
     double bestCoverage = 0.0;  ///< of all candidates, returned or not
     /// The candidate of the highest coverage that is not returned.
