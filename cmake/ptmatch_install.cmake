@@ -67,4 +67,7 @@ function(ptmatch_install_everything)
     ptmatch_find_library_beside(ptmatch_tool)
   endif()
   ptmatch_install_layout(${CMAKE_INSTALL_LIBDIR} "" ptmatchTargets)
+  # If it has been made.
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/reference/html
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development OPTIONAL)
 endfunction()

@@ -35,6 +35,10 @@ foreach(part IN ITEMS library development tool)
     DESTINATION share/doc/${${part}_package} COMPONENT ${prefix}${part} EXCLUDE_FROM_ALL)
 endforeach()
 
+# The reference of the headers, if it has been made.
+install(DIRECTORY ${PROJECT_BINARY_DIR}/reference/html
+  DESTINATION share/doc/${development_package} COMPONENT ${prefix}development OPTIONAL EXCLUDE_FROM_ALL)
+
 # The dynamic linker of the system finds the library by itself; packages must not carry paths.
 set(installed_tool "\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/ptmatch")
 install(CODE "file(RPATH_REMOVE FILE \"${installed_tool}\")"

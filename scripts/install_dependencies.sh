@@ -2,13 +2,13 @@
 # Installs what this project needs on Debian 12, and nothing when all of it is there. Needs root or
 # sudo for that; asks no questions of its own.
 #   scripts/install_dependencies.sh             to build, test and demonstrate
-#   scripts/install_dependencies.sh --checks    also for the second compiler, format and lint
+#   scripts/install_dependencies.sh --checks    also for the second compiler, format, lint, reference
 set -eu
 
 packages="g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev
     libbenchmark-dev libeigen3-dev librsvg2-bin make pkg-config dpkg-dev file python3"
 if [ "${1:-}" = --checks ]; then
-    packages="$packages clang libclang-rt-14-dev clang-format clang-tidy"
+    packages="$packages clang libclang-rt-14-dev clang-format clang-tidy doxygen"
 fi
 
 is_installed() {

@@ -43,6 +43,9 @@ configuration=$(find "$checkout/build/packages" -name 'ptmatchTargets-*.cmake' -
     echo "$lib/libptmatch.a"
     echo "$lib/libptmatch.so"
     echo "$lib/pkgconfig/ptmatch.pc"
+    if [ -e "$BUILD/reference/html" ]; then
+        (cd "$BUILD/reference" && find html -type f | sed 's|^|./usr/share/doc/libptmatch-dev/|')
+    fi
 } | expect_files libptmatch-dev
 expect_files ptmatch-tool <<FILES
 ./usr/bin/ptmatch
