@@ -57,7 +57,8 @@ struct PTMATCH_EXPORT rxPoseCovariance {
 /// @throws rxPointMatcherDefs::BadParams  the sequences differ in length; dof is none of these;
 ///     sigma is negative or not finite.
 /// @throws rxMathError  the pairs do not determine the pose: none; model points in one place, for 6
-///     on one line to within rounding; or coordinates beyond the range of squares.
+///     on one line to within rounding; a pose that takes the x axis to a point; or coordinates or
+///     residuals that are not finite or beyond the range of squares.
 /// Cost linear; no allocation.
 PTMATCH_EXPORT rxPoseCovariance rfPoseCovariance(const rxXform<2>& dataFromModel,
                                                  std::span<const rxVector<2>> model,

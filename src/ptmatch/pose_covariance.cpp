@@ -51,6 +51,7 @@ double estimatedVariance(const rxXform<2>& dataFromModel, Points model, Points d
         const rxVector<2> residual = dataFromModel * model[i] - data[i];
         sum += residual.x() * residual.x() + residual.y() * residual.y();
     }
+    if (!std::isfinite(sum)) throw rxMathError("the residuals are beyond the range of squares\n");
     return sum / freedom;
 }
 
@@ -74,7 +75,9 @@ Matrix4 matrixCovariance(const rxMatrix<2>& m, const Spread& spread, int dof, do
                                                spread.xx / determinant};
         for (std::size_t row = 0; row < 4; row += 2) {
             covariance[row][row] = variance * inverse[0];
-            covariance[row][row + 1] = covariance[row + 1][row] = variance * inverse[1];
+            // Of an infinite variance, too, elements that do not depend on each other have none.
+            covariance[row][row + 1] = covariance[row + 1][row] =
+                inverse[1] == 0.0 ? 0.0 : variance * inverse[1];
             covariance[row + 1][row + 1] = variance * inverse[2];
         }
     } else if (dof == kSimilarity) {
@@ -128,6 +131,9 @@ double rxPoseCovariance::Position::rms() const {
 }
 
 rxPoseCovariance::Position rxPoseCovariance::positionAt(const rxVector<2>& p) const {
+    // Infinite is only the variance of similarities and affine poses, whose x and y are
+    // independent; the terms below would cancel to not-a-numbers.
+    if (!std::isfinite(sigma)) return {sigma, 0.0, sigma};
     const rxVector<2> w = p - centre;
     const std::array<double, 2> u = {w.x(), w.y()};
     const auto block = [&](std::size_t row, std::size_t column) {
@@ -149,6 +155,11 @@ rxPoseCovariance rfPoseCovariance(const rxXform<2>& dataFromModel,
     checkArguments(model, data, dof, sigma);
     const Spread spread = spreadOf(model);
     checkSpread(spread, dof);
+    const rxMatrix<2>& m = dataFromModel.matrix();
+    const double scale2 = m.element(0, 0) * m.element(0, 0) + m.element(1, 0) * m.element(1, 0);
+    if (!(scale2 > 0.0) || !std::isfinite(scale2)) {
+        throw rxMathError("the pose has no rotation: it takes the x axis to a point\n");
+    }
     const double variance =
         sigma > 0.0 ? sigma * sigma : estimatedVariance(dataFromModel, model, data, dof);
 
@@ -156,10 +167,8 @@ rxPoseCovariance rfPoseCovariance(const rxXform<2>& dataFromModel,
     covariance.sigma = std::sqrt(variance);
     covariance.centre = spread.mean;
     covariance.centreVariance = variance / static_cast<double>(model.size());
-    const rxMatrix<2>& m = dataFromModel.matrix();
     covariance.matrixCovariance = matrixCovariance(m, spread, dof, variance);
     // Gradients of atan2(M10, M00) and of the logarithm of sqrt(M00^2 + M10^2).
-    const double scale2 = m.element(0, 0) * m.element(0, 0) + m.element(1, 0) * m.element(1, 0);
     const double c = m.element(0, 0) / scale2;
     const double s = m.element(1, 0) / scale2;
     covariance.rotationSigma = sigmaAlong(-s, c, covariance.matrixCovariance);

@@ -99,6 +99,42 @@ TEST(PoseCovarianceOfFewPairs, IsInfiniteWhenTheFitLeavesNothingToEstimateFrom) 
     EXPECT_NEAR(known.rotationSigma, 0.1 / std::sqrt(50.0), 1e-12);
 }
 
+// Infinite, never not-a-number, wherever and however the pattern lies.
+TEST(PoseCovarianceOfFewPairs, IsInfiniteEverywhereAndHoldsNoNotANumber) {
+    const Points slanted = {{1, 2}, {11, 7}, {4, 9}};
+    const Points upright = {{0, 0}, {8, 0}, {4, 9}};
+    for (const Points& three : {slanted, upright}) {
+        const Points two(three.begin(), three.begin() + 2);
+        for (const rxPoseCovariance& covariance :
+             {rfPoseCovariance(poseAt(3, 4, 30, 1.5), three, three, 6),
+              rfPoseCovariance(poseAt(3, 4, 30, 1.5), two, two, 4)}) {
+            for (const rxVector<2>& p : {covariance.centre, rxVector<2>(3, 7), rxVector<2>()}) {
+                const rxPoseCovariance::Position at = covariance.positionAt(p);
+                EXPECT_TRUE(std::isinf(at.xx));
+                EXPECT_EQ(at.xy, 0.0);
+                EXPECT_TRUE(std::isinf(at.yy));
+            }
+            for (const auto& row : covariance.matrixCovariance) {
+                for (const double element : row) EXPECT_FALSE(std::isnan(element));
+            }
+            EXPECT_TRUE(std::isinf(covariance.rotationSigma));
+        }
+    }
+}
+
+TEST(PoseCovarianceOfFewPairs, RefusesWhatHasNoFiniteAnswer) {
+    const rxXform<2> toALine(rxMatrix<2>(0, 1, 0, 1), {0, 0});
+    EXPECT_THROW(rfPoseCovariance(toALine, tenPoints(), tenPoints(), 6), rxMathError);
+    const rxXform<2> noNumber(rxMatrix<2>(NAN, 0, 0, 1), {0, 0});
+    EXPECT_THROW(rfPoseCovariance(noNumber, tenPoints(), tenPoints(), 6), rxMathError);
+    for (const double far : {1e200, static_cast<double>(INFINITY), static_cast<double>(NAN)}) {
+        Points data = tenPoints();
+        data[3] = {far, 0};
+        EXPECT_THROW(rfPoseCovariance(rxXform<2>(), tenPoints(), data, 4), rxMathError) << far;
+        EXPECT_THROW(rfPoseCovariance(rxXform<2>(), data, tenPoints(), 4), rxMathError) << far;
+    }
+}
+
 TEST(PoseCovarianceOfFewPairs, RefusesPairsThatLeaveThePoseOpen) {
     const Points one = {{3, 3}, {3, 3}};
     EXPECT_THROW(rfPoseCovariance(rxXform<2>(), one, one, 4), rxMathError);
