@@ -43,6 +43,7 @@ struct PTMATCH_EXPORT rxClutterScene {
 /// @param scene       the clutter, the pattern, and the poses that are looked through.
 /// @param numMatched  k; beyond the number of model points: -infinity.
 /// @throws rxPointMatcherDefs::BadParams  a number of the scene is negative, not finite, or 0 for
-///         the area or the capture range; highScale is below lowScale.
+///         the area or the capture range; highScale is below lowScale; there are more than
+///         2^31 - 1 model points.
 /// Cost: some operations per model point; no allocation.
 PTMATCH_EXPORT double rfLog10FalseAlarms(const rxClutterScene& scene, double numMatched);

@@ -12,7 +12,10 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 void check(const rxClutterScene& scene, double numMatched) {
-    bool isGood = scene.area > 0.0 && scene.captureRange > 0.0 && scene.lowScale <= scene.highScale;
+    // More points than a sequence of 32 bits numbers would be summed for hours.
+    constexpr double kMostPoints = 2147483647.0;
+    bool isGood = scene.numModelPoints <= kMostPoints && scene.area > 0.0 &&
+                  scene.captureRange > 0.0 && scene.lowScale <= scene.highScale;
     for (const double value :
          {scene.numDataPoints, scene.area, scene.captureRange, scene.numModelPoints,
           scene.modelRadius, scene.translationWidth, scene.translationHeight, scene.rotationLength,
@@ -21,7 +24,8 @@ void check(const rxClutterScene& scene, double numMatched) {
     }
     if (!isGood) {
         throw rxPointMatcherDefs::BadParams(
-            "the numbers of a scene of clutter must be finite and 0 or above\n");
+            "the numbers of a scene of clutter must be finite and 0 or above, those of model "
+            "points below 2^31\n");
     }
 }
 
@@ -86,7 +90,9 @@ double rfLog10FalseAlarms(const rxClutterScene& scene, double numMatched) {
         const double d = std::ldexp(scene.captureRange, exponent);
         const double reach = scene.captureRange + d;
         const double share = std::min(1.0, std::numbers::pi * reach * reach / scene.area);
-        const double p = -std::expm1(scene.numDataPoints * std::log1p(-share));
+        // Without data points nothing is met, also when one would meet all of the area.
+        const double p =
+            scene.numDataPoints > 0.0 ? -std::expm1(scene.numDataPoints * std::log1p(-share)) : 0.0;
         const double log =
             logCells(scene, d) + logBinomialTail(scene.numModelPoints, numMatched, p);
         least = std::min(least, log);

@@ -109,6 +109,28 @@ TEST(ClutterChance, StaysFiniteForThousandsOfPoints) {
     EXPECT_EQ(rfLog10FalseAlarms(scene, 5001), -std::numeric_limits<double>::infinity());
 }
 
+TEST(ClutterChance, WithoutDataPointsNothingIsMet) {
+    rxClutterScene scene = sceneOfTenPoints();
+    scene.numDataPoints = 0.0;
+    for (const double area : {1e4, 1.0}) {
+        scene.area = area;
+        EXPECT_EQ(rfLog10FalseAlarms(scene, 1), -std::numeric_limits<double>::infinity());
+        EXPECT_TRUE(std::isfinite(rfLog10FalseAlarms(scene, 0)));
+    }
+}
+
+TEST(ClutterChance, EndsForTheMostPointsThatThereCanBe) {
+    rxClutterScene scene = sceneOfTenPoints();
+    scene.numModelPoints = 2147483647.0;
+    scene.numDataPoints = 900.0;
+    // The slowest sum begins just above the mean.
+    const double reach = 1.5 + 1.5 / 16;
+    const double p = 1.0 - std::pow(1.0 - std::numbers::pi * reach * reach / 1e4, 900.0);
+    const double mean = scene.numModelPoints * p;
+    EXPECT_TRUE(std::isfinite(rfLog10FalseAlarms(scene, std::ceil(mean + 1.0))));
+    EXPECT_LT(rfLog10FalseAlarms(scene, 1.01 * mean), -1000.0);
+}
+
 TEST(ClutterChance, RefusesScenesThatAreNone) {
     const auto refused = [](double rxClutterScene::*member, double value) {
         rxClutterScene scene = sceneOfTenPoints();
@@ -121,6 +143,7 @@ TEST(ClutterChance, RefusesScenesThatAreNone) {
     refused(&rxClutterScene::rotationLength, NAN);
     refused(&rxClutterScene::highScale, 0.5);
     refused(&rxClutterScene::modelRadius, INFINITY);
+    refused(&rxClutterScene::numModelPoints, 1e18);
     EXPECT_THROW(rfLog10FalseAlarms(sceneOfTenPoints(), -1.0), Defs::BadParams);
 }
 
