@@ -16,7 +16,8 @@ struct PTMATCH_EXPORT rxRunLimits {
 
     /// Called in the thread of the run with the share of its lattice points that are done: never
     /// less than the time before, and 1 at last when the run has found what it finds. What it
-    /// throws ends the run and comes out of it. Empty: nobody is told.
+    /// throws ends the run and comes out of it. It may run a matcher itself: that run is neither
+    /// counted nor under this limit. Empty: nobody is told.
     std::function<void(double fraction)> onProgress;
     /// Seconds between two calls, at least; 0 calls at every lattice point.
     double progressInterval = 0.1;

@@ -35,9 +35,7 @@ class Watch {
         tell(fraction);
     }
 
-    void tell(double fraction) const {
-        if (limits_.onProgress) limits_.onProgress(fraction);
-    }
+    void tell(double fraction) const;
 
   private:
     double fractionDone() const {
@@ -64,6 +62,25 @@ class Watch {
 
 // A handler has no argument, and belongs to the whole process: each thread notes its own watch.
 thread_local Watch* watchOfThread = nullptr;
+
+/// While it lives, checks in this thread look at no watch.
+class Unwatched {
+  public:
+    Unwatched() : watch_(std::exchange(watchOfThread, nullptr)) {}
+    Unwatched(const Unwatched&) = delete;
+    Unwatched& operator=(const Unwatched&) = delete;
+    ~Unwatched() { watchOfThread = watch_; }
+
+  private:
+    Watch* watch_;
+};
+
+void Watch::tell(double fraction) const {
+    if (!limits_.onProgress) return;
+    // A run that the listener makes is its own: it would be counted here, and told of, without end.
+    const Unwatched unwatched;
+    limits_.onProgress(fraction);
+}
 
 constinit std::mutex handlerMutex;
 int numWatches = 0;  // guarded, as the next one

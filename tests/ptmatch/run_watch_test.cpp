@@ -119,6 +119,24 @@ TEST_F(RunWatch, ADeadlineIsMetToALatticePoint) {
     EXPECT_LT(taken.count(), 10.0);  // a slow machine, an unoptimised build
 }
 
+TEST_F(RunWatch, ARunOfTheListenerIsItsOwn) {
+    std::vector<double> plain;
+    rxRunLimits limits;
+    limits.progressInterval = 0.0;
+    limits.onProgress = [&](double fraction) { plain.push_back(fraction); };
+    rfRunWatched(matcher_, data_, params(), found_, limits);
+
+    std::vector<double> told;
+    limits.onProgress = [&](double fraction) {
+        told.push_back(fraction);
+        if (told.size() > 3) return;
+        EXPECT_THAT(foundIn(data_, matcher_, params()).results(), SizeIs(1));
+    };
+    rfRunWatched(matcher_, data_, params(), found_, limits);
+    EXPECT_THAT(found_.results(), SizeIs(1));
+    EXPECT_EQ(told, plain);
+}
+
 TEST_F(RunWatch, WhatTheListenerThrowsEndsTheRun) {
     rxRunLimits limits;
     limits.progressInterval = 0.0;
