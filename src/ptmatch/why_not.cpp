@@ -31,7 +31,8 @@ bool isBetterMiss(const rxNearestMiss& a, const rxNearestMiss& b) {
 }
 
 /// Enters the candidates, in any order, in place of those that were there.
-/// @param maxNumResults  as many of the allowed ones are returned.
+/// @param maxNumResults  allowed ones that are returned. 0: the search is a wider one than that of
+///     a run that returns nothing.
 void tally(std::vector<rxNearestMiss> candidates, long maxNumResults, rxWhyNot& why) {
     std::ranges::stable_sort(candidates, isBetterMiss);
     rxWhyNot counted;
@@ -53,7 +54,18 @@ void tally(std::vector<rxNearestMiss> candidates, long maxNumResults, rxWhyNot& 
             counted.nearestMiss = candidate;
         }
     }
+    // Of none that is wanted, none is too many.
+    if (maxNumResults == 0) {
+        counted.numBeyondCount = 0;
+        if (counted.nearestMiss) counted.nearestMiss->isBeyondCount = false;
+    }
     why = counted;
+}
+
+/// How many candidates of a wider search the run returns: none where it finds nothing, also of
+/// those that would be allowed.
+long wantedOfWider(std::size_t numReturned, const rxPointMatcherRunParams& params) {
+    return numReturned == 0 ? 0 : params.maxNumResults();
 }
 
 /// What is to be said when nothing is returned; also of candidates of a wider search.
@@ -116,12 +128,9 @@ void explainVotes(const rxPointMatcher& matcher, const Points& data,
     const bool canReach = canReachCoverage(data.size(), *plan.model, plan.params.minCoverage());
     const rxPointMatcherRunParams wide = widened(plan.params);
     if (planSearch(matcher, data, widened(params))->isSearched) {
-        // The run returns none of them.
-        constexpr long kNone = 0;
-        tally(votedCandidates(data, plan, searchParams(wide, numModel, data.size())), kNone, why);
+        tally(votedCandidates(data, plan, searchParams(wide, numModel, data.size())),
+              wantedOfWider(0, plan.params), why);
         why.isWidened = true;
-        why.numBeyondCount = 0;
-        if (why.nearestMiss) why.nearestMiss->isBeyondCount = false;
         why.reason = reasonOf(why);
     } else {
         why.reason = rxWhyNotDefs::eNothingToSearch;
@@ -158,8 +167,9 @@ void explainAssignments(const Points& data, const rx_PointMatcherModel& model,
             !isWithinLimits(params.scaleUncertainty(), change.xScale() - 1.0);
         candidates.push_back(candidate);
     }
-    tally(std::move(candidates), params.maxNumResults(), why);
-    why.numReturned = static_cast<long>(searchExhaustively(data, model, params).size());
+    const std::size_t numReturned = searchExhaustively(data, model, params).size();
+    tally(std::move(candidates), wantedOfWider(numReturned, params), why);
+    why.numReturned = static_cast<long>(numReturned);
     why.isWidened = true;
     why.reason = reasonOf(why);
     if (data.empty()) why.reason = rxWhyNotDefs::eNothingToSearch;
@@ -190,8 +200,9 @@ void explainPlacements(const rxPointMatcher& matcher, const Points& data,
         candidate.isBelowCoverage = fewest < 1.0 || result.coverage() * numPoints < fewest - 0.5;
         candidates.push_back(candidate);
     }
-    tally(std::move(candidates), params.maxNumResults(), why);
-    why.numReturned = static_cast<long>(returned.results().size());
+    const std::size_t numReturned = returned.results().size();
+    tally(std::move(candidates), wantedOfWider(numReturned, params), why);
+    why.numReturned = static_cast<long>(numReturned);
     why.isWidened = true;
     why.reason = reasonOf(why);
     if (data.empty()) why.reason = rxWhyNotDefs::eNothingToSearch;

@@ -164,6 +164,26 @@ TEST(WhyNot, OfGridModeTellsTheCoverageOrThatThereIsNoGrid) {
     EXPECT_EQ(rfWhyNot(matcher, {}, params).reason, Why::eNothingToSearch);
 }
 
+// A run drops a placement where the first points are missing, as many as may be, although the
+// others make up for it: what has the coverage is then missed, not below it.
+TEST(WhyNot, OfGridModeTellsAPlacementThatTheRunPassesOver) {
+    const Picture plate = {"######.", "#.#####", "###.###", "####.##"};
+    const rxPointMatcher matcher = trainedOn(imageOf(plate, gridOf({25, 0}, {0, 25})));
+    rxPointMatcherRunParams params(0.75);
+    params.scaleUncertainty(rxRange(-0.1, 0.1));
+    Points dots = dotsOf(plate, gridOf({25, 0}, {0, 25}, {100, 100}));
+    dots.erase(dots.begin(), dots.begin() + 6);  // the first row: 18 of 24 are left
+    ASSERT_TRUE(foundIn(dots, matcher, params).results().empty());
+    const rxWhyNot why = rfWhyNot(matcher, dots, params);
+    EXPECT_EQ(why.reason, Why::eMissed);
+    EXPECT_EQ(why.bestCoverage, 0.75);
+    EXPECT_EQ(why.numReturned, 0);
+    EXPECT_EQ(why.numBeyondCount, 0);
+    EXPECT_EQ(why.nearestMiss.value().coverage, 0.75);
+    EXPECT_FALSE(why.nearestMiss->isBelowCoverage);
+    EXPECT_FALSE(why.nearestMiss->isBeyondCount);
+}
+
 TEST(WhyNot, OfASparsePatternIsThatOfItsPoints) {
     const Picture sparse = {"#...#", ".....", "..#..", "#...."};
     const rxPointMatcher matcher = trainedOn(imageOf(sparse, gridOf({25, 0}, {0, 25})));
