@@ -3,6 +3,7 @@
 #include <array>
 #include <concepts>
 #include <cstddef>
+#include <limits>
 #include <ranges>
 #include <tuple>
 #include <type_traits>
@@ -52,8 +53,9 @@ concept HasTwoElements = !std::is_pointer_v<P> && requires(const P& p) {
     static_cast<double>(p[1]);
 };
 
-/// False for what says that it has another number of coordinates than 2: arrays and tuples, and
-/// vectors with a number SizeAtCompileTime, or with numbers rows and cols.
+/// False for what says that it has another number of coordinates than 2: arrays and tuples,
+/// vectors with a number SizeAtCompileTime, or with numbers rows and cols, and other types with a
+/// function z(). (Some of those with a number declare one for every size.)
 template <class P>
 constexpr bool mayHaveTwoCoordinates() {
     if constexpr (std::is_array_v<P>) {
@@ -65,15 +67,33 @@ constexpr bool mayHaveTwoCoordinates() {
     } else if constexpr (requires { std::integral_constant<long, long{P::rows} * P::cols>(); }) {
         return long{P::rows} * P::cols == 2;
     } else {
-        return true;
+        return !requires(const P& p) {
+            static_cast<double>(p.z());
+        };
     }
+}
+
+/// A coordinate in the type of the host: whole numbers are cut off, and beyond the range of their
+/// type the nearest of it; not-a-number is 0.
+template <class T>
+constexpr T coordinateAs(double value) {
+    if constexpr (std::is_integral_v<T>) {
+        constexpr T kLow = std::numeric_limits<T>::lowest();
+        constexpr T kHigh = std::numeric_limits<T>::max();
+        if (value != value) return T{};
+        // The highest of 64 bits rounds up to one beyond the range.
+        if (value >= static_cast<double>(kHigh)) return kHigh;
+        if (value <= static_cast<double>(kLow)) return kLow;
+    }
+    return static_cast<T>(value);
 }
 
 }  // namespace ptmatch::detail
 
 /// What is a point of the plane to these templates: a type with data members x and y, or member
 /// functions x() and y(), or elements [0] and [1], tried in this order, of numbers that convert to
-/// double. Not a type that has a third coordinate and says so: a data member z, or a size.
+/// double. Not a type that has a third coordinate and says so: a data member or a function z, or a
+/// size.
 template <class P>
 concept rxPointLike = ptmatch::detail::mayHaveTwoCoordinates<P>() &&
     (ptmatch::detail::HasXyMembers<P> || ptmatch::detail::HasXyFunctions<P> ||
@@ -107,21 +127,23 @@ requires rxPointLike<std::remove_cvref_t<std::ranges::range_reference_t<R>>>
 
 /// A point of the library as one of the host's type. Members x and y are set, or elements, of a
 /// value-initialised one; a type with functions only is made of {x, y}. Coordinates are converted
-/// as by static_cast: floats are rounded, to whole numbers they are cut off.
+/// as by static_cast: floats are rounded, to whole numbers they are cut off. Of whole numbers, what
+/// is beyond the range of their type becomes the nearest of it, and not-a-number 0.
 template <rxPointLike P>
 requires(!std::is_array_v<P>) constexpr P rfPointAs(const rxVector<2>& p) {
+    using ptmatch::detail::coordinateAs;
     if constexpr (ptmatch::detail::HasXyMembers<P>) {
         P point{};
-        point.x = static_cast<std::remove_cvref_t<decltype(point.x)>>(p.x());
-        point.y = static_cast<std::remove_cvref_t<decltype(point.y)>>(p.y());
+        point.x = coordinateAs<std::remove_cvref_t<decltype(point.x)>>(p.x());
+        point.y = coordinateAs<std::remove_cvref_t<decltype(point.y)>>(p.y());
         return point;
     } else if constexpr (ptmatch::detail::HasXyFunctions<P>) {
         using Coordinate = std::remove_cvref_t<decltype(std::declval<const P&>().x())>;
-        return P{static_cast<Coordinate>(p.x()), static_cast<Coordinate>(p.y())};
+        return P{coordinateAs<Coordinate>(p.x()), coordinateAs<Coordinate>(p.y())};
     } else {
         P point{};
-        point[0] = static_cast<std::remove_cvref_t<decltype(point[0])>>(p.x());
-        point[1] = static_cast<std::remove_cvref_t<decltype(point[1])>>(p.y());
+        point[0] = coordinateAs<std::remove_cvref_t<decltype(point[0])>>(p.x());
+        point[1] = coordinateAs<std::remove_cvref_t<decltype(point[1])>>(p.y());
         return point;
     }
 }

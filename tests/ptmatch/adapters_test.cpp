@@ -5,6 +5,7 @@
 
 #include <array>
 #include <deque>
+#include <limits>
 #include <list>
 #include <span>
 #include <string>
@@ -84,6 +85,7 @@ static_assert(rxPointLike<rxPair<long>>);
 
 // A third coordinate would be lost in silence.
 static_assert(!rxPointLike<SpacePoint>);
+static_assert(!rxPointLike<rxVector<3>>);
 static_assert(!rxPointLike<AlgebraVector<3>>);
 static_assert(!rxPointLike<AlgebraVector<-1>>);
 static_assert(!rxPointLike<PictureVector<3>>);
@@ -130,6 +132,17 @@ TEST(Adapters, PointsComeBackAsTheTypeOfTheHost) {
     EXPECT_EQ((rfPointAs<std::array<double, 2>>(p)), (std::array<double, 2>{1.5, -2.25}));
     EXPECT_EQ(rfPointAs<rxVector<2>>(p), p);
     EXPECT_EQ(rfPoint(rfPointAs<PictureXy<int>>(p)), rxVector<2>(1, -2));
+}
+
+TEST(Adapters, WholeNumbersStayWithinTheirType) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const auto far = rfPointAs<PictureXy<int>>(rxVector<2>(1e300, -3e9));
+    EXPECT_EQ(far.x, std::numeric_limits<int>::max());
+    EXPECT_EQ(far.y, std::numeric_limits<int>::lowest());
+    EXPECT_EQ((rfPointAs<PictureXy<unsigned char>>(rxVector<2>(-1, 255.5)).x), 0);
+    EXPECT_EQ((rfPointAs<PictureXy<unsigned char>>(rxVector<2>(-1, 255.5)).y), 255);
+    EXPECT_EQ((rfPointAs<std::array<long long, 2>>(rxVector<2>(0x1p63, nan))),
+              (std::array<long long, 2>{std::numeric_limits<long long>::max(), 0}));
 }
 
 #ifdef PTMATCH_HAS_EIGEN
