@@ -34,7 +34,10 @@ struct PTMATCH_EXPORT rxRunCost {
 /// An addition beside the matcher: a run neither needs it nor changes for it.
 ///
 ///     const rxRunCost cost = rfRunCost(matcher, data, params);
-///     if (cost.work > 1e12) params.gridSize(2.0 * cost.gridSize);
+///     if (cost.work > 1e12) {
+///         params.autoGridSize(false);
+///         params.gridSize(2.0 * cost.gridSize);
+///     }
 ///
 /// Equal work takes about equal time on equal data: compare runs of one matcher on one kind of
 /// data, and measure one of them. What a search leaves out, because bounds tell that no result can
