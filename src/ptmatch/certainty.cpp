@@ -104,9 +104,15 @@ Lengths boxOf(const Points& points) {
     return {xMax.x() - xMin.x(), yMax.y() - yMin.y()};
 }
 
+double lengthWith(const rxRange& range, double value) {
+    return std::max(range.end(), value) - std::min(range.start(), value);
+}
+
 /// How far the centre of the model may move. A pose that matches anything has the model over data.
+/// @param moved  how far it has moved in the result, as translations are limited: the last fit may
+///     leave it outside.
 Lengths translations(const Points& data, double reach, const rxPointMatcherRunParams& params,
-                     rxPointMatcherDefs::Mode mode) {
+                     rxPointMatcherDefs::Mode mode, const rxVector<2>& moved) {
     const Lengths box = boxOf(data);
     const Lengths overData{box.width + 2.0 * reach, box.height + 2.0 * reach};
     const rxRange x = params.xTranslationUncertainty();
@@ -115,8 +121,7 @@ Lengths translations(const Points& data, double reach, const rxPointMatcherRunPa
     // Exhaustive runs limit the translation of the origin, which says little about the centre.
     if (!isLimited || mode == rxPointMatcherDefs::eExhaustiveMode) return overData;
     const double scale = params.startPose().xScale();
-    const Lengths allowed{std::max(0.0, x.end() - x.start()) * scale,
-                          std::max(0.0, y.end() - y.start()) * scale};
+    const Lengths allowed{lengthWith(x, moved.x()) * scale, lengthWith(y, moved.y()) * scale};
     // Not a number, of an infinite bound, does not choose the limits.
     return allowed.width * allowed.height < overData.width * overData.height ? allowed : overData;
 }
@@ -140,8 +145,11 @@ rxClutterScene sceneOf(const rx_PointMatcherModel& model, const Points& data,
     scene.lowScale = std::min(scale, start * (1.0 + params.scaleUncertainty().start()));
     scene.highScale = std::max(scale, start * (1.0 + params.scaleUncertainty().end()));
     scene.rotationLength = rotationLength(params);
+    const rxVector<2> centre = model.center();
+    const rxVector<2> moved =
+        params.startPose().inverse() * (result.modelToDataXform() * centre) - centre;
     const Lengths moves =
-        translations(data, scene.highScale * scene.modelRadius, params, result.runMode());
+        translations(data, scene.highScale * scene.modelRadius, params, result.runMode(), moved);
     scene.translationWidth = moves.width;
     scene.translationHeight = moves.height;
     const Lengths box = boxOf(data);

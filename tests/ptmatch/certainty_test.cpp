@@ -104,6 +104,25 @@ TEST(Certainty, AMatchInClutterIsNoAccident) {
     }
 }
 
+// The search looks at one translation; the fit after it moves on from there, and clutter would,
+// too.
+TEST(Certainty, AResultBesideTheTranslationsCountsWithThem) {
+    const rxPointMatcher matcher = trainedOnPoints(tenPoints());
+    Points data = mapped(poseAt(0.6, 0), tenPoints());
+    data += Randoms(4).uniformPoints(40, 60.0);
+    rxPointMatcherRunParams params;
+    params.xTranslationUncertainty(rxRange(0, 0));
+    params.yTranslationUncertainty(rxRange(0, 0));
+    const rxPointMatcherResultSet found = foundIn(data, matcher, params);
+    ASSERT_EQ(found.results().at(0).coverage(), 1.0);
+    const double beside = rfCertainty(matcher, data, params, found, 0).log10FalseAlarms.value();
+    rxPointMatcherRunParams wider(params);
+    wider.xTranslationUncertainty(rxRange(0, 0.6));
+    EXPECT_NEAR(beside, rfCertainty(matcher, data, wider, found, 0).log10FalseAlarms.value(), 1e-9);
+    wider.xTranslationUncertainty(rxRange(-0.6, 0.6));
+    EXPECT_LT(beside, rfCertainty(matcher, data, wider, found, 0).log10FalseAlarms.value());
+}
+
 TEST(Certainty, TheMarginIsThatToTheNextDifferentPose) {
     const rxPointMatcher matcher = trainedOnPoints(tenPoints());
     Points data = mapped(poseAt(10, 10), tenPoints());
