@@ -14,6 +14,10 @@ bool isGridMode(rxPointMatcherDefs::Mode mode) {
     return mode == rxPointMatcherDefs::ePointToGrid;
 }
 
+bool isPointMode(rxPointMatcherDefs::Mode mode) {
+    return mode == rxPointMatcherDefs::ePointToPoint || mode == rxPointMatcherDefs::eExhaustiveMode;
+}
+
 /// Calls visit(position, index) for each position of the pattern, row by row.
 template <class Visit>
 void forEachPosition(const rxPelBuffer<unsigned char>& pattern, Visit visit) {
@@ -73,7 +77,8 @@ std::vector<rxVector<2>> trainedPoints(const rxPointMatcher& matcher) {
 std::vector<MatchedPlace> matchedPlaces(const rxPointMatcher& matcher,
                                         const rxPointMatcherResult& result) {
     const bool isGrid = isGridMode(matcher.trainMode());
-    if (isGrid != isGridMode(result.runMode())) {
+    // A result that was loaded may be of no mode at all.
+    if (!(isGrid ? isGridMode(result.runMode()) : isPointMode(result.runMode()))) {
         throw BadParams("the result was found in another mode than the matcher's\n");
     }
     return isGrid ? matchedPositions(matcher, result) : matchedPoints(matcher, result);

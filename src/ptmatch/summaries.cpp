@@ -100,7 +100,9 @@ std::ostream& operator<<(std::ostream& stream, const rxPointMatcherRunParams& pa
 
 std::ostream& operator<<(std::ostream& stream, const rxPointMatcherResult& result) {
     std::string matched;
-    if (result.runMode() != rxPointMatcherDefs::ePointToGrid) {
+    // Only these have a map; what was loaded may have been recorded with any mode.
+    if (result.runMode() == rxPointMatcherDefs::ePointToPoint ||
+        result.runMode() == rxPointMatcherDefs::eExhaustiveMode) {
         const auto numMatched =
             std::ranges::count_if(result.modelToDataMap(), [](long index) { return index >= 0; });
         matched = joined({" (", std::to_string(numMatched), " matched)"});

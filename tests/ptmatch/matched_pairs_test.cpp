@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "ptmatch/addition_world.h"
+#include "support/archive_bytes.h"
 #include "support/pattern_pictures.h"
 
 namespace {
@@ -81,6 +82,14 @@ TEST(MatchedPairs, RefuseAResultOfAnotherMatcherOrOtherData) {
     const rxPointMatcher grid = trainedOn(imageOf({"####", "####", "####"}));
     EXPECT_THROW(rfMatchedPairs(grid, data, result), Defs::BadParams);
     EXPECT_THROW(rfMatchedPairs(rxPointMatcher(), data, result), Defs::NotTrained);
+
+    // Recorded with no mode that there is.
+    ByteVector bytes = stored(result);
+    constexpr std::size_t kPlaceOfMode = 4;  // after the version
+    ASSERT_EQ(bytes.at(kPlaceOfMode), Defs::ePointToPoint);
+    bytes[kPlaceOfMode] = 9;
+    EXPECT_THROW(rfMatchedPairs(matcher, data, loaded<rxPointMatcherResult>(bytes)),
+                 Defs::BadParams);
 }
 
 TEST(MatchedPairs, OfAnEmptyResultOfADensePatternAreRefused) {

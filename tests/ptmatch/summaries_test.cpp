@@ -8,11 +8,13 @@
 #include <string>
 
 #include "ptmatch/addition_world.h"
+#include "support/archive_bytes.h"
 #include "support/pattern_pictures.h"
 
 namespace {
 
 using namespace ptmatch::testing;
+using Defs = rxPointMatcherDefs;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -91,6 +93,14 @@ TEST(Summaries, OfGridResultsLeaveTheNumberOfPointsOut) {
         foundIn(dotsOf(plate, gridOf({25, 0}, {0, 25})),
                 trainedOn(imageOf(plate, gridOf({25, 0}, {0, 25}))), params);
     EXPECT_THAT(printed(found.results().at(0)), StartsWith("coverage 1, fit error "));
+}
+
+TEST(Summaries, OfAResultThatWasRecordedWithNoModeAreALineToo) {
+    ByteVector bytes = stored(foundIn(tenPoints(), trainedOnPoints(tenPoints())).results().at(0));
+    constexpr std::size_t kPlaceOfMode = 4;  // after the version
+    ASSERT_EQ(bytes.at(kPlaceOfMode), Defs::ePointToPoint);
+    bytes[kPlaceOfMode] = 9;
+    EXPECT_THAT(printed(loaded<rxPointMatcherResult>(bytes)), StartsWith("coverage 1, fit error "));
 }
 
 TEST(Summaries, DoNotDependOnTheStreamNorChangeIt) {
