@@ -1,5 +1,4 @@
-// The tables of times of docs/guide: what a choice costs, as a ratio to the first line of its
-// table.
+// The tables of times of docs/guide: what a choice costs, as a ratio to one line of its table.
 //
 //     ptmatch_guide_times [ROUNDS]      in the root of the project; 31 rounds if none are given
 //
@@ -20,6 +19,7 @@
 #include <utility>
 #include <vector>
 
+#include "../docs/guide/snippets/tray.h"
 #include "bench_version.h"
 #include "machine.h"
 #include "paired_ratio.h"
@@ -262,6 +262,28 @@ void printExhaustive() {
     }
 }
 
+void printNumbersOfResults(int rounds) {
+    Scene scene;
+    scene.matcher.train(tray::flange(), rxPointMatcherDefs::eAutoDetect);
+    scene.data = tray::dots();
+    std::vector<Line> lines;
+    for (const long count : {1L, 4L, 10L, 20L, 50L, 200L}) {
+        Params params = turning(180.0);
+        params.minCoverage(0.6);
+        params.maxNumResults(count);
+        lines.push_back({std::to_string(count), params});
+    }
+    printTable("Number of results, four flanges, full turn, coverage 0.6", scene, lines, "1",
+               rounds);
+    lines.clear();
+    for (const long count : {1L, 4L, 20L, 50L}) {
+        Params params = turning(180.0);
+        params.maxNumResults(count);
+        lines.push_back({std::to_string(count), params});
+    }
+    printTable("Number of results, demo_pick, full turn", sceneOf("demo_pick"), lines, "1", rounds);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) try {
@@ -272,6 +294,7 @@ int main(int argc, char** argv) try {
     printGridSizes(rounds);
     printCoverages(rounds);
     printUncertainties(rounds);
+    printNumbersOfResults(rounds);
     printExhaustive();
     return 0;
 } catch (const std::exception& error) {

@@ -27,7 +27,7 @@ by_tool() {
     sed -i -e '/>time<\/text>$/d' -e '/>[0-9.]* s<\/text>$/d' "$out/$name.svg"
 }
 
-drawn what_matching_does votes_by_rotation grid_size capture_range coverage uncertainties weights
+drawn what_matching_does votes_by_rotation grid_size capture_range coverage uncertainties weights several_instances
 by_tool first_match match --model data/demo_pick/model.csv --data data/demo_pick/data.csv
 
 drawn ways_of_lying exhaustive_growth nothing_is_found bent_board

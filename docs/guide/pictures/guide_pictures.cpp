@@ -19,6 +19,7 @@ const std::map<std::string, Draw>& pictures() {
         {"exhaustive_growth", exhaustiveGrowth},
         {"grid_size", gridSize},
         {"nothing_is_found", nothingIsFound},
+        {"several_instances", severalInstances},
         {"uncertainties", uncertainties},
         {"votes_by_rotation", votesByRotation},
         {"ways_of_lying", waysOfLying},

@@ -39,4 +39,7 @@ std::string nothingIsFound();
 /// A plate, its mark, and the places where look-alikes have theirs.
 std::string weights();
 
+/// Flanges in a tray: the best results, and the copies among them.
+std::string severalInstances();
+
 }  // namespace ptmatch::guide
