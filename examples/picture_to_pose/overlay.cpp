@@ -110,9 +110,15 @@ void Overlay::label(const rxVector<2>& middle, const std::string& text, const cv
 
 cv::Mat Overlay::withCaption(const std::vector<std::string>& lines) const {
     constexpr double kFontScaleOfWidth = 0.6 / 1300.0;
-    const double fontScale = kFontScaleOfWidth * drawing_.cols;
+    double fontScale = kFontScaleOfWidth * drawing_.cols;
     const int lineHeight = cvRound(2.0 * kCapitalHeight * fontScale);
     const int margin = lineHeight / 2;
+    int widest = 0;
+    for (const std::string& text : lines) {
+        int baseline = 0;
+        widest = std::max(widest, cv::getTextSize(text, kFont, fontScale, 2, &baseline).width);
+    }
+    fontScale *= std::min(1.0, (drawing_.cols - 2.0 * margin) / std::max(1, widest));
     cv::Mat page;
     cv::copyMakeBorder(drawing_, page, 0, static_cast<int>(lines.size()) * lineHeight + margin, 0,
                        0, cv::BORDER_CONSTANT, cv::Scalar(32, 28, 26));
