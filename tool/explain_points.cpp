@@ -255,6 +255,7 @@ std::vector<RelaxedRun> PointExplainer::captureSteps_() const {
     const double inDataUnits = frame_.gridSize * question_.run.startScale;
     if (inDataUnits > 2.0 * frame_.captureRange) ranges.insert(ranges.begin(), inDataUnits);
     std::vector<RelaxedRun> steps;
+    steps.reserve(ranges.size());
     for (const double range : ranges) steps.push_back(asAsked_().captureRange(rounded(range)));
     return steps;
 }
@@ -470,7 +471,7 @@ Suggestion PointExplainer::suggestionFor_(const Rerun& rerun, const std::string&
 
 std::string PointExplainer::whatIsMissing_() const {
     if (report_.hasFound()) {
-        const std::string text = "none; no other limit finds a clearly better pose";
+        std::string text = "none; no other limit finds a clearly better pose";
         if (asAskedFalseAlarms_.value_or(0.0) < 0.0) return text;
         return text + ", but clutter alone may do as well as this one";
     }
