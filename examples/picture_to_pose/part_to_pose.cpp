@@ -152,6 +152,7 @@ std::vector<rxVector<2>> frameOf(const std::vector<rxVector<2>>& model, const rx
 
 double typicalRadius(const std::vector<cv::KeyPoint>& blobs, const std::vector<long>& which) {
     std::vector<double> radii;
+    radii.reserve(which.size());
     for (const long k : which) radii.push_back(0.5 * blobs[static_cast<std::size_t>(k)].size);
     if (radii.empty()) return 5.0;
     const auto middle = radii.begin() + static_cast<std::ptrdiff_t>(radii.size() / 2);
