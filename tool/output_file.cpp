@@ -28,16 +28,42 @@ bool writeBytes(const std::string& path, std::string_view text) {
     return !file.fail();
 }
 
+// Some links, those of open files, lead to a file and tell a name that it does not have any more.
+bool leadsElsewhere(const std::string& path, const std::string& target) {
+    std::error_code ignored;
+    return fs::exists(path, ignored) && !fs::equivalent(path, target, ignored);
+}
+
+bool isNoRegularFile(const std::string& path) {
+    std::error_code ignored;
+    return fs::exists(path, ignored) && !fs::is_regular_file(path, ignored);
+}
+
 }  // namespace
+
+std::string fileBehindLinks(const std::string& path) {
+    constexpr int kMostLinks = 40;
+    std::error_code error;
+    fs::path target = path;
+    for (int i = 0; fs::is_symlink(fs::symlink_status(target, error)); ++i) {
+        if (i == kMostLinks) failWrite(path, "too many symbolic links");
+        const fs::path next = fs::read_symlink(target, error);
+        if (error) failWrite(path, error.message());
+        target = target.parent_path() / next;  // an absolute one stands alone
+    }
+    return target.string();
+}
 
 PreparedFile::PreparedFile(const std::string& path, std::string_view text) : path_(path) {
     std::error_code ignored;
     if (fs::is_directory(path, ignored)) failWrite(path, "it is a directory");
-    if (fs::exists(path, ignored) && !fs::is_regular_file(path, ignored)) {
+    // Renaming onto a link would put a file in its place, even in that of /dev/stdout.
+    if (!isNoRegularFile(path)) target_ = fileBehindLinks(path);
+    if (target_.empty() || leadsElsewhere(path, target_)) {
         if (!writeBytes(path, text)) failWrite(path, std::strerror(errno));
         return;
     }
-    const std::string unfinished = path + "." + std::to_string(::getpid()) + ".tmp";
+    const std::string unfinished = target_ + "." + std::to_string(::getpid()) + ".tmp";
     if (!writeBytes(unfinished, text)) {
         const std::string reason = std::strerror(errno);
         fs::remove(unfinished, ignored);
@@ -54,7 +80,7 @@ PreparedFile::~PreparedFile() {
 void PreparedFile::commit() {
     if (unfinished_.empty()) return;
     std::error_code error;
-    fs::rename(unfinished_, path_, error);
+    fs::rename(unfinished_, target_, error);
     if (error) failWrite(path_, error.message());
     unfinished_.clear();
 }

@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "input_error.h"
+#include "output_file.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -18,7 +19,8 @@ bool isSameFile(const std::string& one, const std::string& other) {
 // Two outputs that do not exist yet have nothing but their names to go by.
 bool isSameTarget(const std::string& one, const std::string& other) {
     if (isSameFile(one, other)) return fs::is_regular_file(one);  // a device takes any number
-    return fs::path(one).lexically_normal() == fs::path(other).lexically_normal();
+    return fs::path(fileBehindLinks(one)).lexically_normal() ==
+           fs::path(fileBehindLinks(other)).lexically_normal();
 }
 
 }  // namespace
