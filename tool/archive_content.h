@@ -20,7 +20,10 @@ struct MatcherContent {
     /// The cell size that runs use by themselves, model units; infinite when every point has a
     /// double. Only of points.
     std::optional<double> defaultGridSize;
+    /// Trained on a grid pattern, which is in `grid`, unless `fault` says why it is not.
+    bool isOfGrid = false;
     std::optional<PatternSource> grid;
+    std::string fault;
 };
 
 /// One record of an archive.
@@ -32,7 +35,7 @@ struct ArchiveRecord {
                  rxPointMatcherResult, rxPtToGridMapRunParams, rxPtToGridMapResult>
         content;
 
-    /// "trained matcher", "run parameters" and so on.
+    /// "matcher trained on points", "run parameters" and so on.
     std::string kind() const;
 };
 
@@ -45,9 +48,10 @@ struct ArchiveContent {
 
 /// Takes an archive apart. Records do not tell their kind: the first of the kinds is chosen with
 /// which all of the rest can be read, up to the last byte. Of two kinds with the same bytes that is
-/// the first in the list of ArchiveRecord.
+/// the first in the list of ArchiveRecord. Nothing but zeros is no record.
 /// @param name  what messages call it
-/// @throws InputError  there is no way to read all of the bytes as records of these kinds.
+/// @throws InputError  there is no way to read all of the bytes as records of these kinds, or there
+///                     are more than 20000.
 ArchiveContent parseArchive(std::string_view bytes, const std::string& name);
 
 }  // namespace ptmatch::tool

@@ -45,6 +45,7 @@ Json contentJson(const MatcherContent& matcher) {
         json["xv"] = orNullJson(matcher.grid->steps.xv, vectorJson);
         json["yv"] = orNullJson(matcher.grid->steps.yv, vectorJson);
     }
+    if (!matcher.fault.empty()) json["fault"] = matcher.fault;
     return json;
 }
 

@@ -96,6 +96,7 @@ std::string gridText(const PatternSource& grid) {
 
 std::string recordText(const MatcherContent& matcher) {
     if (matcher.grid) return gridText(*matcher.grid);
+    if (matcher.isOfGrid) return "cannot be shown: " + matcher.fault + "\n";
     return matcher.model ? modelText(*matcher.model, matcher.defaultGridSize) : "";
 }
 

@@ -14,7 +14,8 @@ namespace ptmatch::tool {
 CLI::App* addInfoCommand(CLI::App& app, InfoOptions& options) {
     CLI::App* const command = app.add_subcommand("info", "Show what an archive file holds");
     command->add_option("FILE", options.file, "Archive, such as ptmatch train writes (required)");
-    command->add_flag("--json", options.json, "Print everything in the archive as JSON");
+    command->add_flag("--json", options.json,
+                      "Print points, patterns, parameters and results as JSON");
     // Looked at last, so that a misspelt option is what the message is about.
     command->callback([&options] {
         if (options.file.empty()) throw CLI::RequiredError("FILE");

@@ -21,11 +21,13 @@ Json xformJson(const rxXform<2>& xform) {
 
 Json rangeJson(const rxRange& range) {
     if (range.range() == rxRangeDefs::Full) return "full";
+    if (range.range() == rxRangeDefs::Empty) return "empty";
     return {range.start(), range.end()};
 }
 
 Json rangeJson(const rxAngleRange& range) {
     if (range.range() == rxRangeDefs::Full) return "full";
+    if (range.range() == rxRangeDefs::Empty) return "empty";
     return {degrees(range.start()), degrees(range.end())};
 }
 

@@ -7,6 +7,7 @@
 
 #include "foundation/memory_archive.h"
 #include "input_error.h"
+#include "input_file.h"
 #include "number_text.h"
 
 namespace ptmatch::tool {
@@ -40,11 +41,12 @@ std::shared_ptr<const rxPointMatcher> parseMatcher(std::string_view bytes,
         throw InputError(name + ": is not a trained matcher, or is damaged: " +
                          std::string(trimmed(error.what())));
     }
+    // Before what follows: a file of zeros reads as a short record, too.
+    if (!matcher->isTrained()) throw InputError(name + ": holds a matcher that is not trained");
     if (const auto left = archive.bytesLeft().value_or(0); left != 0) {
         throw InputError(name + ": holds " + std::to_string(left) +
                          " more bytes after a trained matcher; see ptmatch info");
     }
-    if (!matcher->isTrained()) throw InputError(name + ": holds a matcher that is not trained");
     return matcher;
 }
 
@@ -53,6 +55,16 @@ std::string matcherBytes(rxPointMatcher& matcher) {
     archive || matcher;
     const std::vector<unsigned char>& stored = archive.stored();
     return {stored.begin(), stored.end()};
+}
+
+std::string readUntrained(const std::string& path, const std::string& expected) {
+    std::string bytes = readInputFile(path, expected);
+    if (isMatcherArchive(bytes)) {
+        parseMatcher(bytes, path);  // says so when it only looks like one
+        throw InputError(path + ": is a trained matcher already, expected " + expected);
+    }
+    requireNoForeignFile(bytes, path, expected);
+    return bytes;
 }
 
 void requireNoForeignFile(std::string_view bytes, const std::string& name,

@@ -23,6 +23,11 @@ std::shared_ptr<const rxPointMatcher> parseMatcher(std::string_view bytes, const
 /// The record of `matcher`, which must be trained; it is not changed.
 std::string matcherBytes(rxPointMatcher& matcher);
 
+/// The text of a table or of a pattern that a matcher is to be trained on.
+/// @throws InputError  the file at `path` cannot be read, holds a trained matcher already, or is
+///                     neither a table or a pattern nor a matcher.
+std::string readUntrained(const std::string& path, const std::string& expected);
+
 /// A table or a pattern is text, or the pixels of a grey map: a file that is neither, and no
 /// matcher, is better named as such than by the first character that is out of place.
 /// @throws InputError  the bytes hold a null byte among the first, and are no grey map.

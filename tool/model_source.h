@@ -10,7 +10,7 @@ namespace ptmatch::tool {
 
 /// A pattern of points that is ready to be looked for.
 struct ModelSource {
-    /// Its points; weights only when they differ from one another.
+    /// Its points. Weights when the table names them; of a trained matcher, unless all are 1.
     PointTable table;
     /// Trained on them. Any number of threads may run it.
     std::shared_ptr<const rxPointMatcher> matcher;

@@ -19,11 +19,13 @@ namespace {
 
 std::shared_ptr<rxPointMatcher> trained(const TrainOptions& options) {
     if (!options.patternFile.empty()) {
-        return trainedOnPattern(readPattern(options.patternFile), options.steps,
-                                options.patternFile);
+        const std::string& name = options.patternFile;
+        const std::string text = readUntrained(name, "a pattern of grid positions");
+        return trainedOnPattern(parsePattern(text, name), options.steps, name);
     }
-    return trainedOnPoints(readPoints(options.modelFile), rxPointMatcherDefs::eAutoDetect,
-                           options.modelFile);
+    const std::string& name = options.modelFile;
+    const std::string text = readUntrained(name, "a table of points");
+    return trainedOnPoints(parsePoints(text, name), rxPointMatcherDefs::eAutoDetect, name);
 }
 
 // Nothing is found without a grid size, and the tool cannot choose one from such points.
@@ -36,6 +38,15 @@ void noteUnknownGridSize(const ArchiveContent& content, std::ostream& notes) {
                  "--grid-size"
               << std::endl;
     }
+}
+
+// A file cannot tell steps that were given as those of unit squares from none.
+void noteLostSteps(const StepOptions& given, const ArchiveContent& content, std::ostream& notes) {
+    const auto& matcher = std::get<MatcherContent>(content.records.front().content);
+    if (!(given.xv || given.yv) || !matcher.grid || matcher.grid->steps.xv) return;
+    notes << "ptmatch: note: in a trained file the steps 1,0 and 0,1 stand for unknown ones; give "
+             "them to grid-match again: --xv 1,0 --yv 0,1"
+          << std::endl;
 }
 
 void checkChoice(const TrainOptions& options) {
@@ -74,6 +85,7 @@ int runTrain(const TrainOptions& options, std::ostream& out, std::ostream& notes
     const std::string bytes = matcherBytes(*trained(options));
     const ArchiveContent content = parseArchive(bytes, options.outFile);
     noteUnknownGridSize(content, notes);
+    noteLostSteps(options.steps, content, notes);
     PreparedFile file(options.outFile, bytes);
     out << archiveText(content) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");

@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "archive_text.h"
+#include "foundation/image.h"
+#include "foundation/image_functions.h"
 #include "foundation/memory_archive.h"
 #include "input_error.h"
 
@@ -23,6 +25,15 @@ std::string stored(Records... records) {
     rxMemoryStoreArchive archive;
     (archive || ... || records);
     return {archive.stored().begin(), archive.stored().end()};
+}
+
+std::string faultOf(const std::string& bytes) {
+    try {
+        parseArchive(bytes, "t.ptm");
+    } catch (const InputError& error) {
+        return error.what();
+    }
+    return {};
 }
 
 }  // namespace
@@ -80,4 +91,37 @@ TEST(ArchiveContent, EveryByteBelongsToARecord) {
         EXPECT_THROW(parseArchive(bytes.substr(0, size), "cut"), InputError) << size;
     }
     EXPECT_THROW(parseArchive(bytes + std::string(1, '\0'), "long"), InputError);
+}
+
+TEST(ArchiveContent, HoldsManyRecordsUpToABound) {
+    const std::string one = stored(rxPointMatcher());
+    std::string bytes;
+    for (int i = 0; i < 20000; ++i) bytes += one;
+    EXPECT_EQ(parseArchive(bytes, "many.ptm").records.size(), 20000U);
+    EXPECT_EQ(faultOf(bytes + one), "t.ptm: holds more than 20000 records");
+}
+
+TEST(ArchiveContent, ZerosAreNoRecords) {
+    const std::string start = "t.ptm: is no archive of records that ptmatch knows, or is damaged";
+    for (const std::size_t size : {73U, 100U, 4096U}) {
+        EXPECT_EQ(faultOf(std::string(size, '\0')).rfind(start, 0), 0U) << size;
+        const std::string bytes = stored(trianglesMatcher()) + std::string(size, '\0');
+        EXPECT_EQ(faultOf(bytes).rfind(start, 0), 0U) << size;
+    }
+}
+
+TEST(ArchiveContent, APatternThatIsTooLargeDoesNotHideTheOthers) {
+    rxPelBuffer<unsigned char> image((1L << 24) + 1, 1, 1);
+    rfPelClear(image);
+    for (const long x : {0L, 1L, 2L, 1L << 24}) image.put(x, 0, 1);
+    rxPointMatcher matcher;
+    matcher.train(image);
+    const ArchiveContent content =
+        parseArchive(stored(matcher, rxPointMatcherRunParams()), "t.ptm");
+    ASSERT_EQ(content.records.size(), 2U);
+    EXPECT_EQ(content.records[0].kind(), "matcher trained on a grid pattern");
+    EXPECT_EQ(content.records[1].kind(), "run parameters");
+    const std::string fault = "spreads over 16777217 x 1 positions, more than 16777216";
+    EXPECT_NE(archiveText(content).find("cannot be shown: t.ptm: " + fault), std::string::npos);
+    EXPECT_NE(archiveJson(content).find("\"fault\": \"t.ptm: " + fault), std::string::npos);
 }

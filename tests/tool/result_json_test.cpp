@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "json_parts.h"
 #include "sample_report.h"
 
 using namespace ptmatch::tool;
@@ -69,4 +70,10 @@ TEST(ResultJson, FileNamesThatAreNoTextDoNotBreakIt) {
     MatchReport report = sampleReport();
     report.modelFile = "caf\xe9.csv";
     EXPECT_EQ(json::parse(resultJson(report))["model"]["file"], "caf\xEF\xBF\xBD.csv");
+}
+
+TEST(ResultJson, EmptyRangesAreNamed) {
+    EXPECT_EQ(rangeJson(rxRange()), "empty");
+    EXPECT_EQ(rangeJson(rxAngleRange()), "empty");
+    EXPECT_EQ(rangeJson(rxRange(0.0, 0.0)), Json({0.0, 0.0}));
 }

@@ -102,6 +102,47 @@ TEST_F(TrainedFile, MarginOfAPatternIsKept) {
     EXPECT_EQ(info()["positions"][0], json({3, 2}));
 }
 
+TEST_F(TrainedFile, SparsePatternMatchesAsTheTextDoes) {
+    write("p.txt", "xx.\n...\nx.x\n");
+    write("d.csv", "100,50\n110,50\n100,70\n120,70\n3,4\n");
+    const std::vector<std::string> steps = {"--xv", "10,0", "--yv", "0,10"};
+    std::vector<std::string> options = {"--pattern", "p.txt"};
+    options.insert(options.end(), steps.begin(), steps.end());
+    train(options);
+    EXPECT_EQ(info()["sparse"], true);
+    options.insert(options.end(), {"--data", "d.csv"});
+    const json fromText = jsonOf("grid-match", options);
+    const json fromFile = jsonOf("grid-match", {"--pattern", "trained.ptm", "--data", "d.csv"});
+    EXPECT_EQ(fromFile["results"], fromText["results"]);
+    EXPECT_EQ(fromFile["results"][0]["map"], json({0, 1, 2, 3}));
+}
+
+TEST_F(TrainedFile, StepsThatAFileCannotTellAreNamed) {
+    write("p.txt", "xx.\n...\nx.x\n");
+    const Outcome outcome = run("train", {"--pattern", "p.txt", "--xv", "1,0", "--out", "t.ptm"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.err,
+              "ptmatch: note: in a trained file the steps 1,0 and 0,1 stand for unknown ones; give "
+              "them to grid-match again: --xv 1,0 --yv 0,1\n");
+}
+
+TEST_F(TrainedFile, IsNotTrainedAgain) {
+    train({"--model", kModel});
+    EXPECT_EQ(refusalBy("train", {"--model", "trained.ptm", "--out", "t.ptm"}),
+              "ptmatch: trained.ptm: is a trained matcher already, expected a table of points\n");
+    EXPECT_EQ(refusalBy("train", {"--pattern", "trained.ptm", "--out", "t.ptm"}),
+              "ptmatch: trained.ptm: is a trained matcher already, expected a pattern of grid "
+              "positions\n");
+}
+
+TEST_F(TrainedFile, IsWrittenWhereALinkLeads) {
+    write("real.ptm", "old");
+    fs::create_symlink("real.ptm", work() / "link.ptm");
+    EXPECT_EQ(run("train", {"--model", kModel, "--out", "link.ptm"}).exitCode, 0);
+    EXPECT_TRUE(fs::is_symlink(work() / "link.ptm"));
+    EXPECT_EQ(jsonOf("match", {"--model", "real.ptm", "--data", kData})["model"]["points"], 30);
+}
+
 TEST_F(TrainedFile, IsRefusedByTheOtherCommand) {
     train({"--pattern", kPattern});
     EXPECT_EQ(refusalBy("match", {"--model", "trained.ptm", "--data", kDots}),
@@ -151,10 +192,16 @@ TEST_F(TrainedFile, ForeignFilesAreNamedAsSuch) {
               "ptmatch: photo.png: is neither a table of points nor a trained matcher\n");
     EXPECT_EQ(refusalBy("grid-match", {"--pattern", "photo.png", "--data", kDots}),
               "ptmatch: photo.png: is neither a pattern of grid positions nor a trained matcher\n");
+    EXPECT_EQ(refusalBy("train", {"--model", "photo.png", "--out", "t.ptm"}),
+              "ptmatch: photo.png: is neither a table of points nor a trained matcher\n");
     EXPECT_THAT(refusalBy("info", {"photo.png"}), HasSubstr("photo.png: is no archive"));
     EXPECT_THAT(refusalBy("info", {kModel}), HasSubstr("is no archive"));
     write("empty", "");
     EXPECT_EQ(refusalBy("info", {"empty"}), "ptmatch: empty: is empty, expected an archive\n");
+    write("zeros", std::string(100, '\0'));
+    EXPECT_EQ(refusalBy("match", {"--model", "zeros", "--data", kData}),
+              "ptmatch: zeros: holds a matcher that is not trained\n");
+    EXPECT_THAT(refusalBy("info", {"zeros"}), HasSubstr("zeros: is no archive"));
 }
 
 TEST_F(TrainedFile, IsNotWrittenWhenSomethingIsWrong) {
