@@ -44,7 +44,7 @@ constexpr const char* kInfoExamples = R"(Examples:
 void addAllCommands(CLI::App& app, AllOptions& options) {
     app.require_subcommand(1);
     app.footer(
-        "ptmatch COMMAND --help shows the options of a command, and examples.\n"
+        "ptmatch COMMAND --help shows the options of a command, and examples for a checkout.\n"
         "Exit codes: 0 found, 1 nothing found, 2 bad input, 3 a part of a batch failed, 130 "
         "interrupted.");
     addMatchCommand(app, options.match)->footer(kMatchExamples);

@@ -51,6 +51,16 @@ std::string roff(const std::string& text) {
     return escaped;
 }
 
+// " FILE", for what stands without an option.
+std::string positionalsOf(const CLI::App& command) {
+    std::string text;
+    for (const CLI::Option* const option : command.get_options()) {
+        if (!spellingsOf(*option).empty()) continue;
+        text.append(" \\fI").append(roff(option->get_name(true))).append("\\fR");
+    }
+    return text;
+}
+
 std::string optionEntry(const CLI::Option& option) {
     std::vector<std::string> names = spellingsOf(option);
     const bool isPositional = names.empty();
@@ -122,19 +132,23 @@ std::string manualPage(const CLI::App& app, const std::string& version) {
     text += ".SH NAME\nptmatch \\- match sets of points in the plane\n";
     text += ".SH SYNOPSIS\n";
     for (const CLI::App* const command : commandsOf(app)) {
-        text += ".B ptmatch " + roff(command->get_name()) + "\n[\\fIoptions\\fR]\n.br\n";
+        text += ".B ptmatch " + roff(command->get_name()) + "\n[\\fIoptions\\fR]" +
+                positionalsOf(*command) + "\n.br\n";
     }
     text += ".SH DESCRIPTION\n" + roff(app.get_description()) + "\n";
     text +=
         "Points and pairs are tables of comma\\-separated text, with or without a header that "
-        "names the columns.\nAngles are in degrees, from the x axis towards the y axis.\n";
+        "names the columns.\nAngles are in degrees, from the x axis towards the y axis.\nExamples "
+        "use tables in the folder data of a checkout of ptmatch, and are run there.\n";
     text += ".SH COMMANDS\n";
     for (const CLI::App* const command : commandsOf(app)) text += commandSection(*command);
     text += ".SH EXIT STATUS\n";
     const std::pair<const char*, const char*> codes[] = {
         {"0", "Something was found, fitted, written or shown."},
         {"1", "Nothing was found."},
-        {"2", "The input or an option cannot be used; a message says which."},
+        {"2",
+         "The input or an option cannot be used, or output cannot be written; a message says "
+         "which."},
         {"3", "Some data sets of a batch cannot be used; the others were searched."},
         {"130", "Interrupted by Ctrl-C. A batch has printed what was finished."}};
     for (const auto& [code, meaning] : codes) {
@@ -158,28 +172,38 @@ std::string bashCompletion(const CLI::App& app) {
     return R"(# Completion of ptmatch for bash, made from its commands and options.
 
 _ptmatch_words() {
-    mapfile -t COMPREPLY < <(compgen -W "$1" -- "${COMP_WORDS[COMP_CWORD]}")
+    mapfile -t COMPREPLY < <(compgen -W "$1" -- "$word")
 }
 
+# Names are looked for without the quotes and backslashes that the user wrote; bash puts its own.
 _ptmatch_files() {
     compopt -o filenames 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -f -- "${COMP_WORDS[COMP_CWORD]}")
+    word=${word#[\'\"]}
+    mapfile -t COMPREPLY < <(compgen -f -- "${word//\\/}")
 }
 
 _ptmatch() {
+    local -a given=("${COMP_WORDS[@]:0:COMP_CWORD}")
     local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]} words='' option i
     COMPREPLY=()
+    # Of --option=value, bash makes three words.
+    if [[ $word == = ]]; then
+        word=''
+    elif ((COMP_CWORD > 2)) && [[ ${given[-1]} == = ]]; then
+        unset 'given[-1]'
+    fi
+    local last=$((${#given[@]} - 1))
     if ((COMP_CWORD == 1)); then
         _ptmatch_words '--help )" +
            joined(names, " ") + R"('
         return
     fi
     # The option that the word belongs to: one value follows it, or several files.
-    for ((i = COMP_CWORD - 1; i > 1; --i)); do
-        [[ ${COMP_WORDS[i]} == --* ]] && break
+    for ((i = last; i > 1; --i)); do
+        [[ ${given[i]} == --* ]] && break
     done
-    option=${COMP_WORDS[i]}
-    ((i == COMP_CWORD - 1)) || [[ $option == --data ]] || option=''
+    option=${given[i]}
+    ((i == last)) || [[ $option == --data ]] || option=''
     if [[ $word != -* ]]; then
         case "$command $option" in
 )" + values +

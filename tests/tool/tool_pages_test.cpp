@@ -12,6 +12,7 @@
 #include "tool_runner.h"
 
 using namespace ptmatch::tool;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -117,7 +118,9 @@ TEST_F(ToolPages, ManualAndCompletionNameEveryOption) {
 TEST_F(ToolPages, BuiltPagesAreThoseOfTheTool) {
     EXPECT_EQ(readFile(PTMATCH_PAGES_DIR "/ptmatch.bash"), bashCompletion(app()));
     EXPECT_THAT(readFile(PTMATCH_PAGES_DIR "/ptmatch.1"),
-                HasSubstr("\n.SH COMMANDS\n.SS ptmatch match\n"));
+                AllOf(HasSubstr("\n.SH COMMANDS\n.SS ptmatch match\n"),
+                      HasSubstr("\n.B ptmatch info\n[\\fIoptions\\fR] \\fIFILE\\fR\n"),
+                      HasSubstr("or output cannot be written")));
 }
 
 TEST_F(ToolPages, FormatterOfTheManualHasNoWarnings) {
@@ -145,6 +148,13 @@ TEST_F(ToolPages, BashOffersFilesAndWordsAfterTheirOptions) {
     EXPECT_THAT(completions({"match", "--model", "mo"}), ElementsAre("model.csv", "monday.csv"));
     EXPECT_THAT(completions({"match", "--data", "monday.csv", "t"}), ElementsAre("tuesday.csv"));
     EXPECT_THAT(completions({"match", "--rotation", "f"}), ElementsAre("full"));
+    // bash makes three words of --model=mo, and leaves quotes and backslashes in them.
+    EXPECT_THAT(completions({"match", "--model", "=", "mo"}),
+                ElementsAre("model.csv", "monday.csv"));
+    EXPECT_THAT(completions({"match", "--rotation", "="}), ElementsAre("full"));
+    write("my points.csv", "");
+    EXPECT_THAT(completions({"match", "--data", "my\\ p"}), ElementsAre("my points.csv"));
+    EXPECT_THAT(completions({"match", "--data", "\"my p"}), ElementsAre("my points.csv"));
     EXPECT_THAT(completions({"match", "--jobs", ""}), IsEmpty());
     EXPECT_THAT(completions({"fit", "--model", "aff"}), ElementsAre("affine", "affine3d"));
     EXPECT_THAT(completions({"info", "tu"}), ElementsAre("tuesday.csv"));
