@@ -28,19 +28,40 @@ using Fate = BatchEnd::Fate;
 
 // What the threads share. It belongs to all of them together, so that it outlives those left.
 struct Work {
-    std::function<void(std::size_t)> piece;
+    std::function<void(std::size_t, const TellShare&)> piece;
     std::atomic<std::size_t> next{0};
-    std::atomic<std::size_t> numFinished{0};
 
     std::mutex mutex;  // of all that follows
     std::condition_variable threadEnded;
     std::vector<Fate> fates;
     std::vector<std::string> errors;
     std::size_t numRunning = 0;
+    std::size_t numFinished = 0;
+    double runningShares = 0.0;  // the sum of those of the pieces that are begun and not finished
 };
 
-void finish(Work& work, std::size_t index, Fate fate, const std::string& error) {
+// How far one piece is, as a part of the sum.
+class PieceShare {
+  public:
+    explicit PieceShare(Work& work) : work_(work) {}
+
+    void tell(double share) {
+        const std::lock_guard lock(work_.mutex);
+        tellLocked(share);
+    }
+    void tellLocked(double share) {
+        work_.runningShares += share - told_;
+        told_ = share;
+    }
+
+  private:
+    Work& work_;
+    double told_ = 0.0;
+};
+
+void finish(Work& work, PieceShare& share, std::size_t index, Fate fate, const std::string& error) {
     const std::lock_guard lock(work.mutex);
+    share.tellLocked(0.0);
     work.fates[index] = fate;
     work.errors[index] = error;
     ++work.numFinished;
@@ -50,13 +71,14 @@ void doPieces(Work& work) {
     while (!rxAttention::isRequested()) {
         const std::size_t index = work.next++;
         if (index >= work.fates.size()) return;
+        PieceShare share(work);
         try {
-            work.piece(index);
-            finish(work, index, Fate::kDone, {});
+            work.piece(index, [&share](double part) { share.tell(part); });
+            finish(work, share, index, Fate::kDone, {});
         } catch (const rxAttention::Interrupted&) {
             return;
         } catch (const std::exception& error) {
-            finish(work, index, Fate::kFailed, std::string(trimmed(error.what())));
+            finish(work, share, index, Fate::kFailed, std::string(trimmed(error.what())));
         }
     }
 }
@@ -100,14 +122,17 @@ std::size_t BatchEnd::count(Fate fate) const {
     return static_cast<std::size_t>(std::count(fates.begin(), fates.end(), fate));
 }
 
-BatchEnd runBatch(std::size_t count, long jobs, std::function<void(std::size_t)> piece) {
+BatchEnd runBatch(std::size_t count, long jobs,
+                  std::function<void(std::size_t, const TellShare&)> piece) {
     const Clock::time_point start = Clock::now();
     const auto work = std::make_shared<Work>();
     work->piece = std::move(piece);
     work->fates.resize(count, Fate::kUnfinished);
     work->errors.resize(count);
-    const ProgressWatch watch(
-        [work, count](double seconds) { return progressText(work->numFinished, count, seconds); });
+    const ProgressWatch watch([work, count](double seconds) {
+        const std::lock_guard lock(work->mutex);
+        return progressText(work->numFinished, count, seconds, work->runningShares);
+    });
     std::vector<std::thread> threads =
         startThreads(work, std::min(static_cast<std::size_t>(jobs), count));
     BatchEnd end;
@@ -130,8 +155,8 @@ BatchEnd runBatch(std::size_t count, long jobs, std::function<void(std::size_t)>
     return end;
 }
 
-void leaveThreads() {
-    std::_Exit(kExitInterrupted);
+void leaveThreads(int exitCode) {
+    std::_Exit(exitCode);
 }
 
 int exitCodeOf(const BatchEnd& end, bool hasFound) {

@@ -26,7 +26,11 @@ struct BatchEnd {
     std::size_t count(Fate fate) const;
 };
 
-/// Does `count` pieces of work, work(0), work(1) and so on, in `jobs` threads, and waits for them.
+/// Takes the share of a piece of work that is done, 0 to 1.
+using TellShare = std::function<void(double)>;
+
+/// Does `count` pieces of work, work(0, tell), work(1, tell) and so on, in `jobs` threads, and
+/// waits for them. A piece may tell how far it is, for the line of progress.
 /// A piece that throws does not touch the others. After rxAttention::request() no piece is begun;
 /// those that run end by rxAttention::Interrupted and count as unfinished, and those that do not
 /// end within a second are left. Draws a line of progress, see ProgressWatch.
@@ -34,10 +38,11 @@ struct BatchEnd {
 /// What `work` writes for a piece may be read when its fate is kDone. It must own, or share, all
 /// that it needs: threads that are left go on with it.
 /// @param jobs  1 to kMostJobs
-BatchEnd runBatch(std::size_t count, long jobs, std::function<void(std::size_t)> work);
+BatchEnd runBatch(std::size_t count, long jobs,
+                  std::function<void(std::size_t, const TellShare&)> work);
 
-/// Ends the process at once, as one that was interrupted.
-[[noreturn]] void leaveThreads();
+/// Ends the process at once, whatever threads are at work.
+[[noreturn]] void leaveThreads(int exitCode);
 
 /// What a batch ends with: kExitInterrupted; kExitBadInput when every piece failed, kExitSomeFailed
 /// when some did; else kExitFound or kExitNothingFound.

@@ -2,7 +2,10 @@
 
 #include <ostream>
 
+#include "exit_code.h"
 #include "input_error.h"
+#include "interrupt_guard.h"
+#include "shown_text.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -11,13 +14,22 @@ using Fate = BatchEnd::Fate;
 
 void writeNotes(const BatchEnd& end, std::ostream& notes) {
     for (std::size_t i = 0; i < end.fates.size(); ++i) {
-        if (end.fates[i] == Fate::kFailed) notes << "ptmatch: " << end.errors[i] << '\n';
+        if (end.fates[i] != Fate::kFailed) continue;
+        notes << "ptmatch: " << withoutControls(end.errors[i]) << '\n';
     }
     if (end.isInterrupted) notes << "ptmatch: interrupted\n";
     notes << std::flush;
 }
 
 }  // namespace
+
+void nameFailures(BatchEnd& end, const std::vector<DataSet>& sets) {
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        const std::string start = sets[i].name() + ":";
+        std::string& error = end.errors[i];
+        if (!error.empty() && error.rfind(start, 0) != 0) error = start + " " + error;
+    }
+}
 
 std::string fateText(const BatchEnd& end, std::size_t index) {
     return end.fates[index] == Fate::kFailed ? "failed" : "not finished";
@@ -38,7 +50,7 @@ std::string batchTable(const TableRow& head, const std::vector<DataSet>& sets, c
             set.results.emplace_back(head.size());
             if (isDone) set.results.back().front().assign(1, '-');
         }
-        const TableRow start = {sets[i].name(),
+        const TableRow start = {withoutControls(sets[i].name()),
                                 isDone ? std::to_string(set.numPoints) : fateText(end, i)};
         for (const TableRow& result : set.results) rows.push_back(joined(start, result));
     }
@@ -56,8 +68,12 @@ int finishBatch(const BatchEnd& end, bool hasFound, const std::string& text, std
                 std::ostream& notes) {
     writeNotes(end, notes);
     out << text << std::flush;
-    if (end.hasThreadsLeft) leaveThreads();
-    if (!out) throw InputError("the results cannot be written to standard output");
+    const std::string unwritten = "the results cannot be written to standard output";
+    if (end.hasThreadsLeft) {
+        if (!out) notes << "ptmatch: " << unwritten << std::endl;
+        leaveThreads(out ? kExitInterrupted : kExitBadInput);
+    }
+    if (!out) throw InputError(unwritten);
     return exitCodeOf(end, hasFound);
 }
 

@@ -14,6 +14,9 @@
 // What the tables of all batches have in common.
 namespace ptmatch::tool {
 
+/// Lets every error begin with the name of its data set, which errors of the library do not.
+void nameFailures(BatchEnd& end, const std::vector<DataSet>& sets);
+
 /// "failed" or "not finished".
 std::string fateText(const BatchEnd& end, std::size_t index);
 

@@ -17,6 +17,7 @@
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
+#include "progress_watch.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -135,7 +136,10 @@ int runGridMap(const GridMapOptions& options, std::ostream& out, std::ostream& n
     requireSparedInputs({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
                         {{options.dataFile, "the table of the data"}});
     GridMapReport report = reportFor(options);
-    search(options, report);
+    {
+        const ProgressWatch watch(elapsedText);
+        search(options, report);
+    }
     if (report.dataFromGrid) {
         notePartialGrid(report, notes);
         noteOtherSteps(report, notes);

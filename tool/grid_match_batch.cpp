@@ -1,5 +1,7 @@
 #include "grid_match_batch.h"
 
+#include <utility>
+
 #include "batch_json.h"
 #include "batch_table.h"
 #include "grid_match_json.h"
@@ -15,7 +17,10 @@ void search(GridMatchBatch& batch, std::size_t index) {
     report.dataFile = batch.sets[index].name();
     report.data = batch.sets[index].points();
     batch.search(report);
-    batch.reports[index] = std::move(report);
+    const std::size_t numPoints = report.data.points.size();
+    report.data = {};
+    report.pattern = {};
+    batch.matches[index] = {numPoints, std::move(report)};
 }
 
 }  // namespace
@@ -23,22 +28,23 @@ void search(GridMatchBatch& batch, std::size_t index) {
 std::size_t GridMatchBatch::numFound() const {
     std::size_t found = 0;
     for (std::size_t i = 0; i < sets.size(); ++i) {
-        if (end.fates[i] == Fate::kDone && !reports[i].placements.empty()) ++found;
+        if (end.fates[i] == Fate::kDone && !matches[i].report.placements.empty()) ++found;
     }
     return found;
 }
 
 void runGridMatchBatch(const std::shared_ptr<GridMatchBatch>& batch) {
-    batch->reports.resize(batch->sets.size());
-    const BatchEnd end =
-        runBatch(batch->sets.size(), batch->jobs, [batch](std::size_t i) { search(*batch, i); });
-    batch->end = end;
+    batch->matches.resize(batch->sets.size());
+    BatchEnd end = runBatch(batch->sets.size(), batch->jobs,
+                            [batch](std::size_t i, const TellShare&) { search(*batch, i); });
+    nameFailures(end, batch->sets);
+    batch->end = std::move(end);
 }
 
 std::string gridMatchBatchTable(const GridMatchBatch& batch) {
     const auto rowsOf = [&](std::size_t i) {
-        BatchRows rows{batch.reports[i].data.points.size(), {}};
-        for (const GridPlacement& placement : batch.reports[i].placements) {
+        BatchRows rows{batch.matches[i].numPoints, {}};
+        for (const GridPlacement& placement : batch.matches[i].report.placements) {
             rows.results.push_back(placementRow(rows.results.size() + 1, placement));
         }
         return rows;
@@ -53,8 +59,8 @@ std::string gridMatchBatchJson(const GridMatchBatch& batch) {
     for (std::size_t i = 0; i < batch.sets.size(); ++i) {
         Json run = dataSetJson(batch.sets[i], batch.end, i);
         if (batch.end.fates[i] == Fate::kDone) {
-            const GridMatchReport& report = batch.reports[i];
-            run["data"]["points"] = report.data.points.size();
+            const GridMatchReport& report = batch.matches[i].report;
+            run["data"]["points"] = batch.matches[i].numPoints;
             run["parameters"] = gridParametersJson(report);
             run["time_s"] = report.seconds;
             run["results"] = placementsJson(report);

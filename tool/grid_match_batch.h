@@ -11,6 +11,14 @@
 
 namespace ptmatch::tool {
 
+/// What was found in one data set.
+struct GridBatchMatch {
+    std::size_t numPoints = 0;
+    /// Without pattern and data: the pattern is that of the batch, and nobody asks for the points
+    /// any more.
+    GridMatchReport report;
+};
+
 /// One grid pattern looked for in many data sets: what to do, and what came of it.
 struct GridMatchBatch {
     /// Everything but the data and what is found in them.
@@ -20,14 +28,14 @@ struct GridMatchBatch {
     long jobs = 1;
     std::vector<DataSet> sets;
     /// One for each data set; of those with the fate kDone only.
-    std::vector<GridMatchReport> reports;
+    std::vector<GridBatchMatch> matches;
     BatchEnd end;
 
     /// The data sets with a placement.
     std::size_t numFound() const;
 };
 
-/// Searches every data set and fills in reports and end.
+/// Searches every data set and fills in matches and end.
 void runGridMatchBatch(const std::shared_ptr<GridMatchBatch>& batch);
 
 /// One line per placement, or per data set without one, under a head, and the summary.

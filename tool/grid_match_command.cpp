@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
+#include <memory>
 #include <ostream>
 
 #include "batch_table.h"
@@ -51,15 +53,26 @@ void writeNotes(const GridMatchReport& report, std::ostream& notes) {
         << std::endl;
 }
 
+// With the same steps for all data sets, all share the same matchers. Steps that are proposed from
+// the data need matchers of their own.
+std::function<void(GridMatchReport&)> searchOfBatch(const std::optional<double>& snap,
+                                                    const StepOptions& steps) {
+    if (!steps.xv && !steps.yv) {
+        return [snap](GridMatchReport& report) { searchPattern(snap, {}, report); };
+    }
+    const auto trained = std::make_shared<TrainedViews>();
+    return [snap, steps, trained](GridMatchReport& report) {
+        searchPattern(snap, steps, report, *trained);
+    };
+}
+
 int runBatchOfGridMatches(const GridMatchOptions& options, const StepOptions& steps,
                           GridMatchReport common, std::ostream& out, std::ostream& notes) {
     requireNoFileOfBatch({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}});
     noteMixedPattern(common.pattern, notes);
     const auto batch = std::make_shared<GridMatchBatch>();
     batch->common = std::move(common);
-    batch->search = [snap = options.snap, steps](GridMatchReport& report) {
-        searchPattern(snap, steps, report);
-    };
+    batch->search = searchOfBatch(options.snap, steps);
     batch->jobs = options.data.jobs;
     batch->sets = dataSetsOf(options.data);
     {

@@ -58,7 +58,7 @@ GridMatchSetup readGridMatch(const GridMatchOptions& options) {
 }
 
 void searchPattern(const std::optional<double>& snap, const StepOptions& steps,
-                   GridMatchReport& report) {
+                   GridMatchReport& report, TrainedViews& trained) {
     const bool staggered = report.pattern.isStaggered();
     report.choice = chooseSteps(squared(steps), report.data.points, staggered, report.dataFile);
     report.choice.steps = squared(report.choice.steps);
@@ -68,7 +68,13 @@ void searchPattern(const std::optional<double>& snap, const StepOptions& steps,
     } else if (!report.pattern.isSparse()) {
         report.snap = defaultSnap(report.choice.steps, staggered);
     }
-    matchPattern(report);
+    matchPattern(report, trained);
+}
+
+void searchPattern(const std::optional<double>& snap, const StepOptions& steps,
+                   GridMatchReport& report) {
+    TrainedViews trained;
+    searchPattern(snap, steps, report, trained);
 }
 
 }  // namespace ptmatch::tool

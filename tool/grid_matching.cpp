@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "foundation/angle.h"
-#include "foundation/image.h"
-#include "foundation/image_functions.h"
 #include "foundation/range.h"
 #include "grid_mapping.h"
 #include "grid_views.h"
@@ -14,28 +12,6 @@
 
 namespace ptmatch::tool {
 namespace {
-
-// A position of the file as a pixel of the image that is trained for a view: cropped, and mirrored
-// along the steps that the view turns.
-rxPair<long> toImage(const GridPattern& pattern, const GridView& view,
-                     const rxPair<long>& position) {
-    const rxPair<long> p = position - pattern.corner;
-    return {view.turnsX ? pattern.width - 1 - p.x() : p.x(),
-            view.turnsY ? pattern.height - 1 - p.y() : p.y()};
-}
-
-rxPelBuffer_const<unsigned char> imageOf(const GridPattern& pattern, const GridView& view) {
-    rxPelBuffer<unsigned char> image(pattern.width, pattern.height, 1);
-    rfPelClear(image);
-    for (const rxPair<long>& position : pattern.positions) {
-        const rxPair<long> pixel = toImage(pattern, view, position);
-        image.put(pixel.x(), pixel.y(), 1);
-    }
-    image.clientFromImageXform(rxXform<2>(
-        rxMatrix<2>(view.steps.xv.x(), view.steps.yv.x(), view.steps.xv.y(), view.steps.yv.y()),
-        rxVector<2>()));
-    return image;
-}
 
 rxPointMatcherRunParams paramsOf(const GridMatchReport& report, const GridView& view) {
     rxPointMatcherRunParams params;
@@ -79,7 +55,7 @@ std::optional<long> reachBeyond(const GridMatchReport& report, const GridView& v
         if (placement.map[k] < 0) continue;
         const auto index = static_cast<std::size_t>(placement.map[k]);
         if (index >= map.size() || map[index] == kUnassigned) return std::nullopt;
-        shift = map[index] - toImage(report.pattern, view, report.pattern.positions[k]);
+        shift = map[index] - toTrainedImage(report.pattern, view, report.pattern.positions[k]);
     }
     if (!shift) return std::nullopt;
     rxPair<long> low = kUnassigned;
@@ -101,18 +77,18 @@ GridPlacement placementOf(const GridMatchReport& report, const GridView& view,
     placement.coverage = result.coverage();
     placement.map.reserve(report.pattern.positions.size());
     for (const rxPair<long>& position : report.pattern.positions) {
-        placement.map.push_back(result.gridToDataMap(toImage(report.pattern, view, position)));
+        placement.map.push_back(
+            result.gridToDataMap(toTrainedImage(report.pattern, view, position)));
     }
     fitToMap(placement, report.pattern, report.data.points);
     return placement;
 }
 
-void search(const GridView& view, GridMatchReport& report) {
+void search(const GridView& view, GridMatchReport& report, TrainedViews& trained) {
     rxPointMatcherResultSet results;
     try {
-        rxPointMatcher matcher;
-        matcher.train(imageOf(report.pattern, view));
-        matcher.run(report.data.points, paramsOf(report, view), results);
+        trained.matcherFor(report.pattern, view)
+            ->run(report.data.points, paramsOf(report, view), results);
     } catch (const rxPointMatcherDefs::Errors& error) {
         throw InputError(std::string(trimmed(error.what())));
     }
@@ -155,13 +131,13 @@ void rank(GridMatchReport& report) {
 
 }  // namespace
 
-void matchPattern(GridMatchReport& report) {
+void matchPattern(GridMatchReport& report, TrainedViews& trained) {
     report.placements.clear();
     report.seconds = 0.0;
     const std::vector<GridView> views = gridViews(report.choice.steps, report.rotationDeg);
-    for (const GridView& view : views) search(view, report);
+    for (const GridView& view : views) search(view, report, trained);
     if (report.placements.empty()) {
-        for (const GridView& view : withOtherSigns(views)) search(view, report);
+        for (const GridView& view : withOtherSigns(views)) search(view, report, trained);
     }
     rank(report);
 }

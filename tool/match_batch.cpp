@@ -1,9 +1,14 @@
 #include "match_batch.h"
 
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
 #include "batch_json.h"
 #include "batch_table.h"
 #include "input_error.h"
 #include "number_text.h"
+#include "ptmatch/run_watch.h"
 #include "result_json.h"
 #include "result_table.h"
 #include "text_table.h"
@@ -13,13 +18,15 @@ namespace {
 
 using Fate = BatchEnd::Fate;
 
-void search(MatchBatch& batch, std::size_t index) {
+void search(MatchBatch& batch, std::size_t index, const TellShare& tell) {
     const PointTable data = batch.sets[index].points();
     rxPointMatcherResultSet results;
+    rxRunLimits limits;
+    limits.onProgress = tell;
     try {
-        batch.model.matcher->run(data.points, batch.params, results);
+        rfRunWatched(*batch.model.matcher, data.points, batch.params, results, limits);
     } catch (const rxPointMatcherDefs::Errors& error) {
-        throw InputError(batch.sets[index].name() + ": " + std::string(trimmed(error.what())));
+        throw InputError(std::string(trimmed(error.what())));
     }
     batch.matches[index] = {data.points.size(), results.time(), foundPoses(results)};
 }
@@ -34,11 +41,29 @@ std::size_t MatchBatch::numFound() const {
     return found;
 }
 
+const PointTable* readLargest(std::vector<DataSet>& sets) {
+    const PointTable* largest = nullptr;
+    for (DataSet& set : sets) {
+        std::error_code ignored;
+        if (!set.table && !std::filesystem::is_regular_file(set.file, ignored)) continue;
+        try {
+            set.table = set.points();
+        } catch (const InputError& error) {
+            set.fault = error.what();
+            continue;
+        }
+        if (!largest || set.table->points.size() > largest->points.size()) largest = &*set.table;
+    }
+    return largest;
+}
+
 void runMatchBatch(const std::shared_ptr<MatchBatch>& batch) {
     batch->matches.resize(batch->sets.size());
-    const BatchEnd end =
-        runBatch(batch->sets.size(), batch->jobs, [batch](std::size_t i) { search(*batch, i); });
-    batch->end = end;
+    BatchEnd end =
+        runBatch(batch->sets.size(), batch->jobs,
+                 [batch](std::size_t i, const TellShare& tell) { search(*batch, i, tell); });
+    nameFailures(end, batch->sets);
+    batch->end = std::move(end);
 }
 
 std::string matchBatchTable(const MatchBatch& batch) {

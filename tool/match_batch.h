@@ -35,6 +35,11 @@ struct MatchBatch {
     std::size_t numFound() const;
 };
 
+/// Reads the tables that are still in their files, pipes aside, which cannot be asked twice, and
+/// returns the largest table of all; none when nothing can be read. What cannot be read has its
+/// fault now.
+const PointTable* readLargest(std::vector<DataSet>& sets);
+
 /// Searches every data set and fills in matches and end.
 void runMatchBatch(const std::shared_ptr<MatchBatch>& batch);
 

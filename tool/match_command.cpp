@@ -44,6 +44,9 @@ int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostre
     batch->model = readModel(options.modelFile, modeOf(options));
     batch->jobs = options.data.jobs;
     batch->sets = dataSetsOf(options.data);
+    if (const auto* const largest = options.exhaustive ? readLargest(batch->sets) : nullptr) {
+        noteLongSearch(batch->model.table, *largest, notes);
+    }
     {
         const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
         runMatchBatch(batch);

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <system_error>
 
+#include "shown_text.h"
+
 namespace ptmatch::tool {
 namespace {
 
@@ -37,12 +39,7 @@ std::string_view trimmed(std::string_view text) {
 
 std::string printable(std::string_view text) {
     constexpr std::size_t kLongest = 40;
-    std::string result;
-    for (const char c : text.substr(0, kLongest)) {
-        const auto code = static_cast<unsigned char>(c);
-        result += code < 0x20 || code == 0x7f ? '?' : c;
-    }
-    return result + (text.size() > kLongest ? "..." : "");
+    return withoutControls(text.substr(0, kLongest)) + (text.size() > kLongest ? "..." : "");
 }
 
 std::string inQuotes(std::string_view text) {

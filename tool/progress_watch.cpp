@@ -48,8 +48,10 @@ void put(const std::string& text) {
 
 }  // namespace
 
-std::string progressText(std::size_t done, std::size_t total, double seconds) {
-    const double share = static_cast<double>(done) / static_cast<double>(total);
+std::string progressText(std::size_t done, std::size_t total, double seconds, double partly) {
+    // Sums of shares are rounded.
+    const double share =
+        std::clamp((static_cast<double>(done) + partly) / static_cast<double>(total), 0.0, 1.0);
     return barText(share) + ", " + std::to_string(done) + " of " + std::to_string(total) + ", " +
            remainingText(share, seconds);
 }

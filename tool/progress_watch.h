@@ -10,9 +10,10 @@
 namespace ptmatch::tool {
 
 /// How far a list of `total` pieces of work of like size is after `seconds`, in one short line: a
-/// bar, the share, the numbers, and once a piece is done the time left.
-/// @param total  at least 1
-std::string progressText(std::size_t done, std::size_t total, double seconds);
+/// bar, the share, the numbers, and once something is done the time left.
+/// @param total    at least 1
+/// @param partly   the sum of the shares of the pieces that are not done
+std::string progressText(std::size_t done, std::size_t total, double seconds, double partly = 0.0);
 
 /// The same for one piece of work, of which `share` is done, 0 to 1.
 std::string progressText(double share, double seconds);

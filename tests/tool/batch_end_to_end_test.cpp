@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -45,8 +46,15 @@ class Batch : public Tool {
     }
 };
 
-// Standard error of a program that has a terminal there.
-std::string shownOnTerminal(const std::string& shellCommand) {
+// What a program shows that has a terminal on standard error.
+struct Shown {
+    std::string text;
+    int exitCode = -1;
+};
+
+// Runs a command of the shell; calls `atTimeLeft` with its process once a time left is shown.
+Shown shownOnTerminal(
+    const std::string& shellCommand, const std::function<void(pid_t)>& atTimeLeft = [](pid_t) {}) {
     const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (terminal < 0 || ::grantpt(terminal) != 0 || ::unlockpt(terminal) != 0) {
         ADD_FAILURE() << "no terminal";
@@ -60,18 +68,25 @@ std::string shownOnTerminal(const std::string& shellCommand) {
         ::execl("/bin/sh", "/bin/sh", "-c", shellCommand.c_str(), nullptr);
         ::_exit(127);
     }
-    std::string shown;
+    Shown shown;
+    int status = 0;
+    bool hasTimeLeft = false;
     for (bool isRunning = true; isRunning;) {
-        isRunning = ::waitpid(child, nullptr, WNOHANG) == 0;
+        isRunning = ::waitpid(child, &status, WNOHANG) == 0;
         pollfd ready{terminal, POLLIN, 0};
         while (::poll(&ready, 1, 50) > 0 && (ready.revents & POLLIN) != 0) {
             char block[256];
             const auto size = ::read(terminal, block, sizeof block);
             if (size <= 0) break;
-            shown.append(block, static_cast<std::size_t>(size));
+            shown.text.append(block, static_cast<std::size_t>(size));
+        }
+        if (isRunning && !hasTimeLeft && shown.text.find(" left") != std::string::npos) {
+            hasTimeLeft = true;
+            atTimeLeft(child);
         }
     }
     ::close(terminal);
+    if (WIFEXITED(status)) shown.exitCode = WEXITSTATUS(status);
     return shown;
 }
 
@@ -158,6 +173,17 @@ TEST_F(Batch, FramesOfAFileAreDataSets) {
         7);
 }
 
+TEST_F(Batch, NamesOfFramesDoNotActOnTheTerminal) {
+    write("m.csv", "0,0\n10,0\n0,20\n");
+    write("v.csv", "x,y,frame\n" + triangle(1, ",\x1b[31m") + triangle(1, ",\u00fc"));
+    const Outcome outcome = match({"--model", "m.csv", "--data", "v.csv", "--frames"});
+    EXPECT_THAT(outcome.out, HasSubstr("\nv.csv frame ?[31m       3     1 "));
+    EXPECT_THAT(outcome.out, HasSubstr("\n    v.csv frame \u00fc       3     1 "));
+    EXPECT_EQ(json::parse(match({"--model", "m.csv", "--data", "v.csv", "--frames", "--json"})
+                              .out)["runs"][0]["data"]["frame"],
+              "\x1b[31m");
+}
+
 TEST_F(Batch, FilesWithoutFramesAreNamed) {
     write("m.csv", "0,0\n10,0\n0,20\n");
     write("plain.csv", "x,y\n1,2\n");
@@ -187,6 +213,14 @@ TEST_F(Batch, GridPatternIsLookedForInEachDataSet) {
     EXPECT_EQ(found["pattern"], alone["pattern"]);
     EXPECT_THAT(run("grid-match", {"--pattern", kPattern, "--data", kDots, kDots}).out,
                 HasSubstr("2 with a placement\n"));
+}
+
+TEST_F(Batch, EveryDataSetThatFailsIsNamed) {
+    EXPECT_EQ(run("grid-match",
+                  {"--pattern", kPattern, "--data", kDots, kDots, "--xv", "1,0", "--yv", "2,0"})
+                  .err,
+              "ptmatch: " + kDots + ": --xv and --yv are parallel\nptmatch: " + kDots +
+                  ": --xv and --yv are parallel\n");
 }
 
 TEST_F(Batch, FilesForOneDataSetAreRefused) {
@@ -235,46 +269,60 @@ TEST_F(Batch, InterruptEndsAnExhaustiveBatchThatNeverAsks) {
     const Outcome outcome =
         interrupt({"--model", "p.csv", "--data", "two.csv", "p.csv", "--exhaustive"});
     EXPECT_EQ(outcome.exitCode, 130);
-    EXPECT_EQ(outcome.err, "ptmatch: interrupted\n");
+    EXPECT_EQ(outcome.err,
+              "ptmatch: note: --exhaustive will try about 3e+26 assignments; this may not end\n"
+              "ptmatch: interrupted\n");
     EXPECT_THAT(outcome.out, HasSubstr("p.csv  not finished\n"));
 }
 
 TEST_F(Batch, ProgressIsShownOnATerminalOnly) {
     ASSERT_EQ(::mkfifo((work() / "pipe").c_str(), 0600), 0);
     write("m.csv", "0,0\n10,0\n0,20\n");
-    // The second table takes two seconds to come.
-    const std::string command =
-        "cd " + work().string() + " && { sleep 2; cat m.csv; } >pipe & cd " + work().string() +
-        " && " PTMATCH_TOOL " match --model m.csv --data m.csv pipe >out.txt";
-    const std::string shown = shownOnTerminal(command);
-    EXPECT_THAT(shown, StartsWith("\r\033[K[###############---------------] 50 %, 1 of 2, "));
-    EXPECT_THAT(shown, HasSubstr(" left"));
-    EXPECT_THAT(shown, testing::EndsWith("\r\033[K"));
+    const std::string folder = "cd " + work().string() + " && ";
+    const std::string tool =
+        folder + PTMATCH_TOOL " match --model m.csv --data m.csv pipe >out.txt";
+    // The second table comes once the progress was seen.
+    const Shown shown = shownOnTerminal(
+        folder + "{ while [ ! -e seen ]; do sleep 0.1; done; cat m.csv; } >pipe & " + tool,
+        [&](pid_t) { write("seen", ""); });
+    EXPECT_THAT(shown.text, StartsWith("\r\033[K["));
+    EXPECT_THAT(shown.text, HasSubstr("[###############---------------] 50 %, 1 of 2, "));
+    EXPECT_THAT(shown.text, testing::EndsWith("\r\033[K"));
     EXPECT_THAT(readFile(work() / "out.txt"), HasSubstr("2 of 2 data sets"));
-    const Outcome outcome = runProgram({"/bin/sh", "-c", command});
+    const Outcome outcome =
+        runProgram({"/bin/sh", "-c", folder + "{ sleep 1.5; cat m.csv; } >pipe & " + tool});
     EXPECT_EQ(outcome.err, "");
     EXPECT_THAT(readFile(work() / "out.txt"), HasSubstr("2 of 2 data sets"));
 }
 
-TEST_F(Batch, ASingleSearchShowsItsShareAndTheTimeLeft) {
-    // Many minutes of work, of which the first seconds are watched.
-    const std::string shown = shownOnTerminal(
-        "timeout --foreground --preserve-status -s INT 2 " PTMATCH_TOOL " match --model " +
-        kStarsModel + " --data " + kStarsData +
-        " --rotation full --scale -0.5,0.5 --grid-size 0.5 >" + (work() / "out.txt").string() +
-        "; echo $? >" + (work() / "code").string());
-    EXPECT_THAT(shown, StartsWith("\r\033[K[-"));
-    EXPECT_THAT(shown, HasSubstr(" %, "));
-    EXPECT_THAT(shown, HasSubstr(" left"));
-    EXPECT_THAT(shown, testing::EndsWith("\r\033[Kptmatch: interrupted\r\n"));
-    EXPECT_EQ(readFile(work() / "code"), "130\n");
-    EXPECT_EQ(readFile(work() / "out.txt"), "");
+TEST_F(Batch, LongSearchesShowTheirShareAndTheTimeLeft) {
+    // Many minutes of work, which are watched until the time left is known.
+    for (const std::string& data : {kStarsData, kStarsData + " " + kStarsData}) {
+        const Shown shown = shownOnTerminal(
+            "exec " PTMATCH_TOOL " match --model " + kStarsModel + " --data " + data +
+                " --jobs 2 --rotation full --scale -0.5,0.5 --grid-size 0.5 >" +
+                (work() / "out.txt").string(),
+            [](pid_t tool) { ::kill(tool, SIGINT); });
+        EXPECT_THAT(shown.text, StartsWith("\r\033[K[-"));
+        EXPECT_THAT(shown.text, HasSubstr(data == kStarsData ? " %, " : " %, 0 of 2, "));
+        EXPECT_THAT(shown.text, HasSubstr(" left"));
+        EXPECT_THAT(shown.text, testing::EndsWith("\r\033[Kptmatch: interrupted\r\n"));
+        EXPECT_EQ(shown.exitCode, 130);
+        const std::string out = readFile(work() / "out.txt");
+        if (data == kStarsData) {
+            EXPECT_EQ(out, "");
+        } else {
+            EXPECT_THAT(out, HasSubstr("2 not finished"));
+        }
+    }
 }
 
 TEST_F(Batch, AQuickRunShowsNoProgress) {
     writeTriangles(2);
-    EXPECT_EQ(
-        shownOnTerminal("cd " + work().string() +
-                        " && " PTMATCH_TOOL " match --model m.csv --data d0.csv d1.csv >out.txt"),
-        "");
+    const Shown shown = shownOnTerminal("cd " + work().string() +
+                                        " && exec " PTMATCH_TOOL
+                                        " match --model m.csv --data d0.csv d1.csv >out.txt");
+    EXPECT_EQ(shown.text, "");
+    EXPECT_EQ(shown.exitCode, 0);
+    EXPECT_THAT(readFile(work() / "out.txt"), HasSubstr("2 of 2 data sets"));
 }

@@ -7,6 +7,7 @@
 
 #include "grid_match_json.h"
 #include "grid_match_picture.h"
+#include "grid_match_search.h"
 #include "grid_match_table.h"
 #include "sample_grid_match_report.h"
 #include "xml_check.h"
@@ -137,4 +138,23 @@ TEST(GridMatchPicture, SurvivesAwkwardInput) {
         EXPECT_EQ(xmlFault(svg), "") << extent;
         EXPECT_THAT(svg, Not(HasSubstr("nan"))) << extent;
     }
+}
+
+TEST(TrainedViews, SearchesWithTheSameStepsShareTheirMatchers) {
+    const StepOptions steps{rxVector<2>(10, 0), rxVector<2>(0, 10)};
+    TrainedViews trained;
+    GridMatchReport alone = sampleGridMatchReport();
+    searchPattern({}, steps, alone);
+    for (int i = 0; i < 3; ++i) {
+        GridMatchReport report = sampleGridMatchReport();
+        searchPattern({}, steps, report, trained);
+        ASSERT_EQ(report.placements.size(), 1U);
+        EXPECT_EQ(report.placements.front().map, alone.placements.front().map);
+        EXPECT_EQ(trained.numTrained(), 1U);
+    }
+    // Another view needs another matcher.
+    GridMatchReport turned = sampleGridMatchReport();
+    turned.rotationDeg = Interval::full();
+    searchPattern({}, steps, turned, trained);
+    EXPECT_GT(trained.numTrained(), 1U);
 }

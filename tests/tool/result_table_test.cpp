@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "sample_report.h"
+#include "shown_text.h"
+#include "text_table.h"
 
 using namespace ptmatch::tool;
 
@@ -40,4 +42,15 @@ TEST(FoundPose, MatchedCountsEntriesThatAreNotNegative) {
     FoundPose pose;
     pose.map = {0, -1, 5, -2, 0};
     EXPECT_EQ(pose.matched(), 3U);
+}
+
+TEST(AlignedText, CountsCharactersAndNotBytes) {
+    EXPECT_EQ(alignedText({{"n", "k"}, {"M\u00fcller", "7"}, {"Mueller", "8"}}),
+              "      n  k\n M\u00fcller  7\nMueller  8\n");
+}
+
+TEST(AlignedText, WithoutControlsATerminalHasNothingToActOn) {
+    EXPECT_EQ(withoutControls("a\x1b[31m\n\x7f"), "a?[31m??");
+    EXPECT_EQ(withoutControls("a\u009b31m\u00fc\xc2"), "a?31m\u00fc\xc2");
+    EXPECT_EQ(withoutControls(std::string(100, 'z')), std::string(100, 'z'));
 }
