@@ -9,6 +9,7 @@ target_compile_options(ptmatch_language INTERFACE -ffp-contract=off)
 add_library(ptmatch_warnings INTERFACE)
 target_compile_options(ptmatch_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<CXX_COMPILER_ID:Clang>:-Wreserved-identifier>
   $<$<BOOL:${PTMATCH_WARNINGS_AS_ERRORS}>:-Werror>)
 
 add_library(ptmatch_sanitizers INTERFACE)
