@@ -22,6 +22,16 @@ export CMAKE_BUILD_TYPE=None CMAKE_BUILD_PARALLEL_LEVEL=2 CXXFLAGS="-include $he
 run_documented add_subdirectory >"$SCRATCH/add_subdirectory.txt" ||
     fail "$(tail -n 20 "$SCRATCH/add_subdirectory.txt")"
 expect_found 1 "$SCRATCH/add_subdirectory.txt"
-if [ -e "$checkout/build/add_subdirectory/ptmatch/tests" ]; then
-    fail 'the tests of the library became a part of the project'
-fi
+inside=$checkout/build/add_subdirectory
+for part in tests tool examples; do
+    [ ! -e "$inside/ptmatch/$part" ] || fail "$part of the library became a part of the project"
+done
+
+# It is installed with the project if that asks for it, and nothing else of its is.
+cmake -S "$checkout/examples/packages/add_subdirectory" -B "$inside" -DPTMATCH_INSTALL=ON \
+    >>"$SCRATCH/add_subdirectory.txt"
+cmake --build "$inside" >>"$SCRATCH/add_subdirectory.txt"
+cmake --install "$inside" --prefix "$SCRATCH/with_the_project" >>"$SCRATCH/add_subdirectory.txt"
+[ -e "$SCRATCH/with_the_project/lib/cmake/ptmatch/ptmatchConfig.cmake" ] || fail 'not installed'
+[ ! -e "$SCRATCH/with_the_project/bin" ] || fail 'a tool was installed'
+[ ! -e "$inside/CPackConfig.cmake" ] || fail 'the library says how the project is packaged'

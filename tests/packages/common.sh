@@ -1,4 +1,5 @@
-# Read by the scripts of this folder. CTest gives SOURCE, BUILD, SCRATCH, CXX, VERSION, MAJOR, ARCHITECTURE.
+# Read by the scripts of this folder. CTest gives SOURCE, BUILD, SCRATCH, CXX, VERSION, MAJOR, ARCHITECTURE,
+# SANITIZED.
 #
 # The commands of docs/packages.md run in $SCRATCH/checkout, which holds links to everything in the
 # checkout but its builds; there build/release is the build that is tested.

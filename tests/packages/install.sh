@@ -15,8 +15,13 @@ first=$SCRATCH/before_the_move
 run_documented install "$first" >"$SCRATCH/install.txt"
 mv "$first" "$prefix"
 
+# The paths that an instrumented library holds are those of its debug information.
+case $SANITIZED in
+ON) what=-I ;;
+*) what= ;;
+esac
 for place in "$SCRATCH" "$SOURCE" "$BUILD"; do
-    if grep -rIlF "$place" "$prefix"; then
+    if grep -rlF $what "$place" "$prefix"; then
         fail "these files name $place"
     fi
 done
@@ -25,12 +30,16 @@ done
 cmp "$SCRATCH/headers.txt" "$SCRATCH/installed_headers.txt" || fail 'other headers than in include'
 
 if [ -e "$prefix/bin/ptmatch" ]; then
+    if command -v readelf >/dev/null; then
+        readelf -d "$prefix/bin/ptmatch" | grep -q 'RUNPATH.*\[\$ORIGIN/\.\./lib[^:]*\]' ||
+            fail 'the tool does not look for the library beside itself alone'
+    fi
     printf '0,0\n4,0\n4,3\n' >"$SCRATCH/points.csv"
     "$prefix/bin/ptmatch" match --model "$SCRATCH/points.csv" --data "$SCRATCH/points.csv" \
         >"$SCRATCH/match.txt" || fail 'the tool does not run from where it was moved to'
 fi
 
-# Staged for /usr: the same tree, but for the folder of the libraries.
+# Staged for another prefix: the same tree.
 run_documented stage >"$SCRATCH/stage.txt"
 (cd "$checkout/staging/usr" && find . ! -type d | sort) >"$SCRATCH/staged.txt"
 (cd "$prefix" && find . ! -type d | sort) >"$SCRATCH/installed.txt"

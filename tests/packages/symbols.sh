@@ -10,7 +10,7 @@ grep -q "^_ZTIN18rxPointMatcherDefs10NotTrainedE" "$SCRATCH/symbols.txt" || fail
 if grep -v "@@PTMATCH_$MAJOR\$" "$SCRATCH/symbols.txt" | grep -v "^PTMATCH_$MAJOR\(@\|\$\)"; then
     fail 'these symbols have no version'
 fi
-if grep -E '^_Z(N|NK|T[ISVT]|Z|ZN|ZNK|GVN|GVZN)?(St|9__gnu_cxx)' "$SCRATCH/symbols.txt"; then
+if grep -E '^_Z(N|NK|T[ISVT]N?|Z|ZN|ZNK|GVN|GVZN)?(St|9__gnu_cxx)' "$SCRATCH/symbols.txt"; then
     fail "these symbols belong to the standard library"
 fi
 echo "$(wc -l <"$SCRATCH/symbols.txt") symbols"
