@@ -27,7 +27,7 @@ void nameFailures(BatchEnd& end, const std::vector<DataSet>& sets) {
     for (std::size_t i = 0; i < sets.size(); ++i) {
         const std::string start = sets[i].name() + ":";
         std::string& error = end.errors[i];
-        if (!error.empty() && error.rfind(start, 0) != 0) error = start + " " + error;
+        if (!error.empty() && error.rfind(start, 0) != 0) error.insert(0, 1, ' ').insert(0, start);
     }
 }
 
