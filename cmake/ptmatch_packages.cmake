@@ -91,6 +91,8 @@ set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_NAME ${tool_package})
 set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_SECTION science)
 # dpkg-shlibdeps adds the libraries of the system; it knows nothing of a package made beside it.
 set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_VERSION})")
+# Only --png needs it.
+set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_SUGGESTS librsvg2-bin)
 set(CPACK_DEBIAN_DEBIAN_TOOL_DESCRIPTION "matching of 2-D point sets (command-line tool)\n${about}\n.\n\
 This package has the command ptmatch.")
 

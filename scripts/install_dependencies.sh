@@ -6,7 +6,8 @@
 set -eu
 
 packages="g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev
-    libbenchmark-dev libeigen3-dev librsvg2-bin make pkg-config dpkg-dev file groff-base python3"
+    libbenchmark-dev libeigen3-dev libjpeg-dev libpng-dev librsvg2-bin make pkg-config dpkg-dev
+    file groff-base python3"
 if [ "${1:-}" = --checks ]; then
     packages="$packages clang libclang-rt-14-dev clang-format clang-tidy doxygen"
 fi

@@ -133,17 +133,17 @@ ExplainReport explainedGrid(const ExplainOptions& options) {
 }
 
 // The pose that the answer is about, drawn as match and grid-match draw their best one.
-std::string explainPicture(const ExplainReport& report, YAxis yAxis) {
+std::string explainPicture(const ExplainReport& report, const PictureStyle& style) {
     const Rerun* shown = report.chosen ? &report.reruns[*report.chosen] : nullptr;
     if (report.expected && report.expected->isFound()) shown = &*report.expected;
     if (report.isGrid) {
         GridMatchReport grid = report.gridMatch;
         if (shown && shown->placement) grid.placements = {*shown->placement};
-        return gridMatchPicture(grid, yAxis);
+        return gridMatchPicture(grid, style);
     }
     MatchReport match = report.match;
     if (shown && shown->pose) match.poses = {*shown->pose};
-    return matchPicture(match, yAxis);
+    return matchPicture(match, style);
 }
 
 }  // namespace
@@ -162,11 +162,7 @@ CLI::App* addExplainCommand(CLI::App& app, ExplainOptions& options) {
     addFile(*command, "--data", "Table of the points to search: x,y (required)",
             options.match.data.files.emplace_back());
     command->add_flag("--json", options.json, "Print the answer as JSON");
-    addFile(*command, "--svg", "Draw the pose that the answer is about into this file",
-            options.svgFile);
-    command->add_flag_callback(
-        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
-        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addPictureOptions(*command, options.picture, "Draw the pose that the answer is about", true);
     addText(*command, "--expect", "X,Y[,DEG[,SCALE]]",
             "With --model: tell what excludes a pose here, or what it ranks behind; X,Y is where "
             "the centre of the model lies in the data",
@@ -188,20 +184,21 @@ CLI::App* addExplainCommand(CLI::App& app, ExplainOptions& options) {
 int runExplain(const ExplainOptions& options, std::ostream& out, std::ostream& notes) {
     const bool isGrid = !options.gridMatch.patternFile.empty();
     const std::string& modelFile = isGrid ? options.gridMatch.patternFile : options.match.modelFile;
-    requireSparedInputs({{options.svgFile, "--svg"}},
+    const std::string& dataFile = options.match.data.files.front();
+    const PictureOptions asked = pictureOfTable(options.picture, dataFile);
+    requireSparedInputs(asked.outputs(),
                         {{modelFile, isGrid ? "the pattern" : "the table of the model"},
-                         {options.match.data.files.front(), "the table of the data"}});
+                         {dataFile, "the table of the data"},
+                         {asked.backgroundFile, "the photograph"}});
+    PictureOutput picture(asked);
     if (options.expected && options.match.exhaustive) {
         throw InputError("--expect: is not for --exhaustive");
     }
     const ExplainReport report = isGrid ? explainedGrid(options) : explainedPoints(options, notes);
-    std::optional<PreparedFile> picture;
-    if (!options.svgFile.empty()) {
-        picture.emplace(options.svgFile, explainPicture(report, options.yAxis));
-    }
+    picture.draw([&](const PictureStyle& style) { return explainPicture(report, style); });
     out << (options.json ? explainJson(report) : explainTable(report)) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");
-    if (picture) picture->commit();
+    picture.commit();
     return report.hasFound() ? kExitFound : kExitNothingFound;
 }
 

@@ -7,6 +7,7 @@
 #include "explain_points.h"
 #include "grid_match_command.h"
 #include "match_command.h"
+#include "picture_output.h"
 
 namespace ptmatch::tool {
 
@@ -19,9 +20,7 @@ struct ExplainOptions {
     /// Seconds for each further search.
     double timeLimit = 10.0;
     bool json = false;
-    /// Empty: no picture.
-    std::string svgFile;
-    YAxis yAxis = YAxis::kDown;
+    PictureOptions picture;
 };
 
 /// Adds the command `explain` with all its options to `app`; parsing writes to `options`, which

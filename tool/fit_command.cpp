@@ -34,6 +34,12 @@ std::string resultText(const FitOptions& options, const FitReport& report) {
     return fitTable(report) + (options.residuals ? "\n" + residualTable(report) : "");
 }
 
+std::vector<rxVector<2>> measuredPoints(const FitReport& report) {
+    std::vector<rxVector<2>> points;
+    for (const Coordinates& b : report.pairs.b) points.emplace_back(b[0], b[1]);
+    return points;
+}
+
 FitReport fitAsAsked(const FitOptions& options) {
     const InterruptGuard guard(InterruptGuard::Way::kExitAtOnce);
     PairTable pairs = readPairs(options.pairsFile, traitsOf(*options.model).dimensions);
@@ -74,11 +80,7 @@ CLI::App* addFitCommand(CLI::App& app, FitOptions& options) {
                       "Print the residuals of all pairs, too (JSON always holds them)");
     addFile(*command, "--csv", "Write every pair with its residual into this file",
             options.csvFile);
-    addFile(*command, "--svg", "Draw the residuals into this file (models of the plane)",
-            options.svgFile);
-    command->add_flag_callback(
-        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
-        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addPictureOptions(*command, options.picture, "Draw the residuals (models of the plane)", true);
     command->footer(kExamples);
     // Looked at last, so that a misspelt option is what the message is about.
     command->callback([&options] {
@@ -89,25 +91,26 @@ CLI::App* addFitCommand(CLI::App& app, FitOptions& options) {
 }
 
 int runFit(const FitOptions& options, std::ostream& out, std::ostream& notes) {
-    requireSparedInputs({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
-                        {{options.pairsFile, "the table of the pairs"}});
+    const PictureOptions asked = pictureOfTable(options.picture, options.pairsFile);
+    requireSparedInputs(
+        {{options.csvFile, "--csv"}, {asked.svgFile, "--svg"}, {asked.pngFile, "--png"}},
+        {{options.pairsFile, "the table of the pairs"}, {asked.backgroundFile, "the photograph"}});
     const FitModelTraits& traits = traitsOf(*options.model);
-    if (!options.svgFile.empty() && traits.dimensions == 3) {
-        throw InputError(std::string("--svg: there is no picture of ") + traits.name +
-                         ", a model of space");
+    if (asked.isAsked() && traits.dimensions == 3) {
+        throw InputError(std::string(asked.svgFile.empty() ? "--png" : "--svg") +
+                         ": there is no picture of " + traits.name + ", a model of space");
     }
+    PictureOutput picture(asked);
     const FitReport report = fitAsAsked(options);
     noteWarnings(report, notes);
     std::optional<PreparedFile> csv;
-    std::optional<PreparedFile> picture;
+    picture.noteStrayPoints(measuredPoints(report), notes);
     if (!options.csvFile.empty()) csv.emplace(options.csvFile, fitCsv(report));
-    if (!options.svgFile.empty()) {
-        picture.emplace(options.svgFile, fitPicture(report, options.yAxis));
-    }
+    picture.draw([&](const PictureStyle& style) { return fitPicture(report, style); });
     out << resultText(options, report) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");
     if (csv) csv->commit();
-    if (picture) picture->commit();
+    picture.commit();
     return kExitFound;
 }
 

@@ -6,7 +6,7 @@
 
 #include "exit_code.h"
 #include "fit_model.h"
-#include "picture_frame.h"
+#include "picture_output.h"
 
 namespace CLI {
 class App;
@@ -23,8 +23,7 @@ struct FitOptions {
     bool json = false;
     /// Empty: no such file.
     std::string csvFile;
-    std::string svgFile;
-    YAxis yAxis = YAxis::kDown;
+    PictureOptions picture;
 };
 
 /// Adds the command `fit` with all its options to `app`; parsing writes to `options`, which must

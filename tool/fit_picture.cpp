@@ -94,13 +94,13 @@ void drawWorst(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene)
                   hintOfPair(scene.report, worst));
 }
 
-void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene) {
-    const PageBox& box = frame.box();
+void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene,
+              const PictureStyle& style) {
     drawAxes(canvas, frame);
-    canvas.clipRectangle("plot", {box.x, box.y}, box.width, box.height);
-    const auto group = canvas.group({{"clip-path", "url(#plot)"}});
-    drawPairs(canvas, frame, scene);
-    drawWorst(canvas, frame, scene);
+    drawOverPhotograph(canvas, frame, style, [&] {
+        drawPairs(canvas, frame, scene);
+        drawWorst(canvas, frame, scene);
+    });
 }
 
 void writeFigures(Panel& panel, const FitReport& report) {
@@ -138,12 +138,13 @@ void writeLegend(SvgCanvas& canvas, Panel& panel, const Scene& scene) {
 
 }  // namespace
 
-std::string fitPicture(const FitReport& report, YAxis yAxis) {
+std::string fitPicture(const FitReport& report, const PictureStyle& style) {
     Scene scene{report, {}, 1.0, 3.0};
     for (const Coordinates& p : report.pairs.b) scene.points.push_back(inPlane(p));
-    const std::vector<rxVector<2>> all = pointsInSight(report);
+    std::vector<rxVector<2>> all = pointsInSight(report);
+    includePhotograph(style, all);
     const PageLayout page = layoutFor(all, kPanelHeight);
-    const PictureFrame frame(all, page.plot, yAxis);
+    const PictureFrame frame(all, page.plot, style.yAxis);
     scene.radius = markerRadius(page.plot, scene.points.size());
     scene.factor = errorFactor(report.fitted.residual.rms * frame.scale(), kTypicalResidual);
 
@@ -151,7 +152,7 @@ std::string fitPicture(const FitReport& report, YAxis yAxis) {
     canvas.rectangle({0.0, 0.0}, page.width, page.height, {{"fill", "#fafbfc"}});
     {
         const auto group = canvas.group({{"font-family", kFontFamily}});
-        drawPlot(canvas, frame, scene);
+        drawPlot(canvas, frame, scene, style);
         Panel panel(canvas, page.panelX, kEdge - 6);
         const std::string title =
             report.traits().name + (", " + countedText(report.pairs.size(), "pair"));

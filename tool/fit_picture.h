@@ -3,7 +3,7 @@
 #include <string>
 
 #include "fit_report.h"
-#include "picture_frame.h"
+#include "picture_page.h"
 
 namespace ptmatch::tool {
 
@@ -13,6 +13,6 @@ namespace ptmatch::tool {
 /// from each ring towards its point, drawn longer by a round factor where residuals are too small
 /// to be seen. The pair with the largest residual is marked. To the right stand the figures and the
 /// legend. Each point carries its pair, line and residual as a hint for the pointer.
-std::string fitPicture(const FitReport& report, YAxis yAxis);
+std::string fitPicture(const FitReport& report, const PictureStyle& style);
 
 }  // namespace ptmatch::tool

@@ -100,10 +100,7 @@ CLI::App* addGridMapCommand(CLI::App& app, GridMapOptions& options) {
         ->type_name("FILE");
     command->add_flag("--json", options.json, "Print the result as JSON");
     addFile(*command, "--csv", "Write x,y,i,j of every point into this file", options.csvFile);
-    addFile(*command, "--svg", "Draw points and grid into this file", options.svgFile);
-    command->add_flag_callback(
-        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
-        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addPictureOptions(*command, options.picture, "Draw points and grid", true);
     addStepOptions(*command, options.steps);
     command
         ->add_flag("--staggered", options.staggered,
@@ -133,8 +130,11 @@ CLI::App* addGridMapCommand(CLI::App& app, GridMapOptions& options) {
 
 int runGridMap(const GridMapOptions& options, std::ostream& out, std::ostream& notes) {
     checkBounds(options);
-    requireSparedInputs({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
-                        {{options.dataFile, "the table of the data"}});
+    const PictureOptions asked = pictureOfTable(options.picture, options.dataFile);
+    requireSparedInputs(
+        {{options.csvFile, "--csv"}, {asked.svgFile, "--svg"}, {asked.pngFile, "--png"}},
+        {{options.dataFile, "the table of the data"}, {asked.backgroundFile, "the photograph"}});
+    PictureOutput picture(asked);
     GridMapReport report = reportFor(options);
     {
         const ProgressWatch watch(elapsedText);
@@ -147,15 +147,13 @@ int runGridMap(const GridMapOptions& options, std::ostream& out, std::ostream& n
         notes << "ptmatch: note: " << whyNothingPlaced(report) << std::endl;
     }
     std::optional<PreparedFile> csv;
-    std::optional<PreparedFile> picture;
+    picture.noteStrayPoints(report.data.points, notes);
     if (!options.csvFile.empty()) csv.emplace(options.csvFile, gridMapCsv(report));
-    if (!options.svgFile.empty()) {
-        picture.emplace(options.svgFile, gridMapPicture(report, options.yAxis));
-    }
+    picture.draw([&](const PictureStyle& style) { return gridMapPicture(report, style); });
     out << (options.json ? gridMapJson(report) : gridMapTable(report)) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");
     if (csv) csv->commit();
-    if (picture) picture->commit();
+    picture.commit();
     return report.dataFromGrid ? kExitFound : kExitNothingFound;
 }
 

@@ -6,7 +6,7 @@
 
 #include "exit_code.h"
 #include "grid_options.h"
-#include "picture_frame.h"
+#include "picture_output.h"
 
 namespace ptmatch::tool {
 
@@ -24,8 +24,7 @@ struct GridMapOptions {
     bool json = false;
     /// Empty: no such file.
     std::string csvFile;
-    std::string svgFile;
-    YAxis yAxis = YAxis::kDown;
+    PictureOptions picture;
 };
 
 /// Adds the command `grid-map` with all its options to `app`; parsing writes to `options`, which

@@ -73,18 +73,18 @@ void drawMissing(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scen
     }
 }
 
-void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene) {
-    const PageBox& box = frame.box();
+void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene,
+              const PictureStyle& style) {
     drawAxes(canvas, frame);
-    canvas.clipRectangle("plot", {box.x, box.y}, box.width, box.height);
-    const auto group = canvas.group({{"clip-path", "url(#plot)"}});
-    if (scene.lattice) drawLatticeLines(canvas, frame, *scene.lattice);
-    drawPoints(canvas, frame, scene, false);
-    if (scene.lattice) drawLatticeAxes(canvas, frame, *scene.lattice, "i", "j");
-    drawPoints(canvas, frame, scene, true);
-    if (!scene.lattice) return;
-    drawMissing(canvas, frame, scene);
-    drawErrors(canvas, frame, scene);
+    drawOverPhotograph(canvas, frame, style, [&] {
+        if (scene.lattice) drawLatticeLines(canvas, frame, *scene.lattice);
+        drawPoints(canvas, frame, scene, false);
+        if (scene.lattice) drawLatticeAxes(canvas, frame, *scene.lattice, "i", "j");
+        drawPoints(canvas, frame, scene, true);
+        if (!scene.lattice) return;
+        drawMissing(canvas, frame, scene);
+        drawErrors(canvas, frame, scene);
+    });
 }
 
 std::string stepText(const rxXform<2>& xform, long column) {
@@ -185,7 +185,7 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, const PageLayout& page) {
 
 }  // namespace
 
-std::string gridMapPicture(const GridMapReport& report, YAxis yAxis) {
+std::string gridMapPicture(const GridMapReport& report, const PictureStyle& style) {
     Scene scene{report, figuresOf(report), std::nullopt};
     std::vector<rxVector<2>> all = report.data.points;
     if (report.dataFromGrid && scene.figures.bounds) {
@@ -194,8 +194,9 @@ std::string gridMapPicture(const GridMapReport& report, YAxis yAxis) {
         const std::vector<rxVector<2>> around = surroundings(*scene.lattice);
         all.insert(all.end(), around.begin(), around.end());
     }
+    includePhotograph(style, all);
     const PageLayout page = layoutFor(all, kPanelHeight);
-    const PictureFrame frame(all, page.plot, yAxis);
+    const PictureFrame frame(all, page.plot, style.yAxis);
     scene.radius = markerRadius(page.plot, report.data.points.size());
     if (scene.lattice) {
         const double spacing =
@@ -209,7 +210,7 @@ std::string gridMapPicture(const GridMapReport& report, YAxis yAxis) {
     canvas.rectangle({0.0, 0.0}, page.width, page.height, {{"fill", "#fafbfc"}});
     {
         const auto group = canvas.group({{"font-family", kFontFamily}});
-        drawPlot(canvas, frame, scene);
+        drawPlot(canvas, frame, scene, style);
         drawPanel(canvas, scene, page);
     }
     return canvas.finished();

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "grid_map_report.h"
-#include "picture_frame.h"
+#include "picture_page.h"
 
 namespace ptmatch::tool {
 
@@ -16,6 +16,6 @@ namespace ptmatch::tool {
 /// node towards its point, drawn longer where errors are too small to be seen. To the right stand
 /// the figures and the legend. Each point carries its index, coordinates and position as a hint for
 /// the pointer.
-std::string gridMapPicture(const GridMapReport& report, YAxis yAxis);
+std::string gridMapPicture(const GridMapReport& report, const PictureStyle& style);
 
 }  // namespace ptmatch::tool

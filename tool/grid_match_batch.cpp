@@ -5,6 +5,7 @@
 #include "batch_json.h"
 #include "batch_table.h"
 #include "grid_match_json.h"
+#include "grid_match_picture.h"
 #include "grid_match_table.h"
 
 namespace ptmatch::tool {
@@ -17,6 +18,11 @@ void search(GridMatchBatch& batch, std::size_t index) {
     report.dataFile = batch.sets[index].name();
     report.data = batch.sets[index].points();
     batch.search(report);
+    if (batch.pictures[index].isAsked()) {
+        PictureOutput picture(batch.pictures[index]);
+        picture.draw([&](const PictureStyle& style) { return gridMatchPicture(report, style); });
+        picture.commit();
+    }
     const std::size_t numPoints = report.data.points.size();
     report.data = {};
     report.pattern = {};

@@ -8,6 +8,7 @@
 #include "batch_run.h"
 #include "data_sets.h"
 #include "grid_match_report.h"
+#include "picture_output.h"
 
 namespace ptmatch::tool {
 
@@ -27,6 +28,8 @@ struct GridMatchBatch {
     std::function<void(GridMatchReport&)> search;
     long jobs = 1;
     std::vector<DataSet> sets;
+    /// One for each data set.
+    std::vector<PictureOptions> pictures;
     /// One for each data set; of those with the fate kDone only.
     std::vector<GridBatchMatch> matches;
     BatchEnd end;

@@ -68,13 +68,14 @@ std::function<void(GridMatchReport&)> searchOfBatch(const std::optional<double>&
 
 int runBatchOfGridMatches(const GridMatchOptions& options, const StepOptions& steps,
                           GridMatchReport common, std::ostream& out, std::ostream& notes) {
-    requireNoFileOfBatch({{options.csvFile, "--csv"}, {options.svgFile, "--svg"}});
+    requireNoFileOfBatch({{options.csvFile, "--csv"}});
     noteMixedPattern(common.pattern, notes);
     const auto batch = std::make_shared<GridMatchBatch>();
     batch->common = std::move(common);
     batch->search = searchOfBatch(options.snap, steps);
     batch->jobs = options.data.jobs;
     batch->sets = dataSetsOf(options.data);
+    batch->pictures = picturesOfSets(options.picture, batch->sets);
     {
         const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
         runGridMatchBatch(batch);
@@ -98,10 +99,7 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
     command->add_flag("--json", options.json, "Print the results as JSON");
     addFile(*command, "--csv", "Write column,row,data,x,y of the best placement into this file",
             options.csvFile);
-    addFile(*command, "--svg", "Draw the best placement into this file", options.svgFile);
-    command->add_flag_callback(
-        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
-        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addPictureOptions(*command, options.picture, "Draw the best placement", true);
     addStepOptions(*command, options.steps);
     addNumber(*command, "--snap",
               "Largest distance of a point from its position, data units (default: three tenths of "
@@ -127,14 +125,20 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
 }
 
 int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostream& notes) {
-    auto [steps, report] = readGridMatch(options);
+    GridMatchSetup setup = readGridMatch(options);
+    const StepOptions& steps = setup.steps;
+    GridMatchReport& report = setup.report;
     if (options.data.isBatch()) {
         return runBatchOfGridMatches(options, steps, std::move(report), out, notes);
     }
     report.dataFile = options.data.files.front();
+    const PictureOptions asked = pictureOfTable(options.picture, report.dataFile);
     requireSparedInputs(
-        {{options.csvFile, "--csv"}, {options.svgFile, "--svg"}},
-        {{options.patternFile, "the pattern"}, {report.dataFile, "the table of the data"}});
+        {{options.csvFile, "--csv"}, {asked.svgFile, "--svg"}, {asked.pngFile, "--png"}},
+        {{options.patternFile, "the pattern"},
+         {report.dataFile, "the table of the data"},
+         {asked.backgroundFile, "the photograph"}});
+    PictureOutput picture(asked);
     report.data = readPoints(report.dataFile);
     {
         const ProgressWatch watch(elapsedText);
@@ -143,15 +147,13 @@ int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostrea
     }
     writeNotes(report, notes);
     std::optional<PreparedFile> csv;
-    std::optional<PreparedFile> picture;
+    picture.noteStrayPoints(report.data.points, notes);
     if (!options.csvFile.empty()) csv.emplace(options.csvFile, gridMatchCsv(report));
-    if (!options.svgFile.empty()) {
-        picture.emplace(options.svgFile, gridMatchPicture(report, options.yAxis));
-    }
+    picture.draw([&](const PictureStyle& style) { return gridMatchPicture(report, style); });
     out << (options.json ? gridMatchJson(report) : gridMatchTable(report)) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");
     if (csv) csv->commit();
-    if (picture) picture->commit();
+    picture.commit();
     return report.placements.empty() ? kExitNothingFound : kExitFound;
 }
 

@@ -7,7 +7,7 @@
 #include "data_sets.h"
 #include "exit_code.h"
 #include "grid_options.h"
-#include "picture_frame.h"
+#include "picture_output.h"
 
 namespace ptmatch::tool {
 
@@ -26,8 +26,7 @@ struct GridMatchOptions {
     bool json = false;
     /// Empty: no such file.
     std::string csvFile;
-    std::string svgFile;
-    YAxis yAxis = YAxis::kDown;
+    PictureOptions picture;
 };
 
 /// Adds the command `grid-match` with all its options to `app`; parsing writes to `options`, which

@@ -80,18 +80,18 @@ void drawPattern(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scen
     }
 }
 
-void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene) {
-    const PageBox& box = frame.box();
+void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene,
+              const PictureStyle& style) {
     drawAxes(canvas, frame);
-    canvas.clipRectangle("plot", {box.x, box.y}, box.width, box.height);
-    const auto group = canvas.group({{"clip-path", "url(#plot)"}});
-    if (scene.lattice) drawLatticeLines(canvas, frame, *scene.lattice);
-    drawData(canvas, frame, scene, false);
-    if (scene.lattice) drawLatticeAxes(canvas, frame, *scene.lattice, "column", "row");
-    drawData(canvas, frame, scene, true);
-    if (!scene.lattice) return;
-    drawPattern(canvas, frame, scene, true);
-    drawPattern(canvas, frame, scene, false);
+    drawOverPhotograph(canvas, frame, style, [&] {
+        if (scene.lattice) drawLatticeLines(canvas, frame, *scene.lattice);
+        drawData(canvas, frame, scene, false);
+        if (scene.lattice) drawLatticeAxes(canvas, frame, *scene.lattice, "column", "row");
+        drawData(canvas, frame, scene, true);
+        if (!scene.lattice) return;
+        drawPattern(canvas, frame, scene, true);
+        drawPattern(canvas, frame, scene, false);
+    });
 }
 
 void writeFigures(Panel& panel, const Scene& scene) {
@@ -174,15 +174,16 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, const PageLayout& page) {
 
 }  // namespace
 
-std::string gridMatchPicture(const GridMatchReport& report, YAxis yAxis) {
+std::string gridMatchPicture(const GridMatchReport& report, const PictureStyle& style) {
     Scene scene = sceneOf(report);
     std::vector<rxVector<2>> all = report.data.points;
     if (scene.lattice) {
         const std::vector<rxVector<2>> around = surroundings(*scene.lattice);
         all.insert(all.end(), around.begin(), around.end());
     }
+    includePhotograph(style, all);
     const PageLayout page = layoutFor(all, kPanelHeight);
-    const PictureFrame frame(all, page.plot, yAxis);
+    const PictureFrame frame(all, page.plot, style.yAxis);
     scene.radius = markerRadius(page.plot, report.data.points.size());
     if (scene.lattice) {
         const double spacing =
@@ -193,7 +194,7 @@ std::string gridMatchPicture(const GridMatchReport& report, YAxis yAxis) {
     canvas.rectangle({0.0, 0.0}, page.width, page.height, {{"fill", "#fafbfc"}});
     {
         const auto group = canvas.group({{"font-family", kFontFamily}});
-        drawPlot(canvas, frame, scene);
+        drawPlot(canvas, frame, scene, style);
         drawPanel(canvas, scene, page);
     }
     return canvas.finished();

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "grid_match_report.h"
-#include "picture_frame.h"
+#include "picture_page.h"
 
 namespace ptmatch::tool {
 
@@ -13,6 +13,6 @@ namespace ptmatch::tool {
 /// them: its columns and rows, rings for positions that have a data point, crosses for those that
 /// have none. To the right stand the figures, the legend and the pattern as it was given. Each
 /// point carries its index, coordinates and position as a hint for the pointer.
-std::string gridMatchPicture(const GridMatchReport& report, YAxis yAxis);
+std::string gridMatchPicture(const GridMatchReport& report, const PictureStyle& style);
 
 }  // namespace ptmatch::tool

@@ -3,6 +3,8 @@
 #include <iosfwd>
 #include <string>
 
+#include "picture_output.h"
+
 namespace CLI {
 class App;
 }
@@ -13,6 +15,7 @@ namespace ptmatch::tool {
 struct InfoOptions {
     std::string file;
     bool json = false;
+    PictureOptions picture;
 };
 
 /// Adds the command `info` to `app`; parsing writes to `options`, which must outlive `app`. Returns

@@ -7,6 +7,7 @@
 #include "batch_json.h"
 #include "batch_table.h"
 #include "input_error.h"
+#include "match_picture.h"
 #include "number_text.h"
 #include "ptmatch/run_watch.h"
 #include "result_json.h"
@@ -17,6 +18,17 @@ namespace ptmatch::tool {
 namespace {
 
 using Fate = BatchEnd::Fate;
+
+void draw(const MatchBatch& batch, std::size_t index, const PointTable& data) {
+    if (!batch.pictures[index].isAsked()) return;
+    PictureOutput picture(batch.pictures[index]);
+    const BatchMatch& match = batch.matches[index];
+    const MatchReport report{
+        batch.modelFile, batch.sets[index].name(), batch.model.table, data,
+        batch.params,    batch.exhaustive,         match.seconds,     match.poses};
+    picture.draw([&](const PictureStyle& style) { return matchPicture(report, style); });
+    picture.commit();
+}
 
 void search(MatchBatch& batch, std::size_t index, const TellShare& tell) {
     const PointTable data = batch.sets[index].points();
@@ -29,6 +41,7 @@ void search(MatchBatch& batch, std::size_t index, const TellShare& tell) {
         throw InputError(std::string(trimmed(error.what())));
     }
     batch.matches[index] = {data.points.size(), results.time(), foundPoses(results)};
+    draw(batch, index, data);
 }
 
 }  // namespace

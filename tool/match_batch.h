@@ -8,6 +8,7 @@
 #include "data_sets.h"
 #include "match_report.h"
 #include "model_source.h"
+#include "picture_output.h"
 
 namespace ptmatch::tool {
 
@@ -27,6 +28,8 @@ struct MatchBatch {
     bool exhaustive = false;
     long jobs = 1;
     std::vector<DataSet> sets;
+    /// One for each data set.
+    std::vector<PictureOptions> pictures;
     /// One for each data set; of those with the fate kDone only.
     std::vector<BatchMatch> matches;
     BatchEnd end;

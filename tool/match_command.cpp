@@ -1,8 +1,11 @@
 #include "match_command.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
 #include <optional>
 #include <ostream>
+#include <string_view>
 
 #include "batch_table.h"
 #include "csv_points.h"
@@ -12,11 +15,14 @@
 #include "match_picture.h"
 #include "match_report.h"
 #include "model_source.h"
+#include "number_text.h"
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
 #include "result_json.h"
 #include "result_table.h"
+#include "vote_picture.h"
+#include "vote_text.h"
 #include "watched_search.h"
 
 namespace ptmatch::tool {
@@ -36,7 +42,7 @@ rxPointMatcherResultSet search(const MatchReport& report, const MatchOptions& op
 }
 
 int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
-    requireNoFileOfBatch({{options.svgFile, "--svg"}});
+    requireNoFileOfBatch({{options.voteFile, "--votes"}});
     const auto batch = std::make_shared<MatchBatch>();
     batch->params = runParams(options.run);
     batch->exhaustive = options.exhaustive;
@@ -47,12 +53,55 @@ int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostre
     if (const auto* const largest = options.exhaustive ? readLargest(batch->sets) : nullptr) {
         noteLongSearch(batch->model.table, *largest, notes);
     }
+    batch->pictures = picturesOfSets(options.picture, batch->sets);
     {
         const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
         runMatchBatch(batch);
     }
     return finishBatch(batch->end, batch->numFound() > 0,
                        options.json ? matchBatchJson(*batch) : matchBatchTable(*batch), out, notes);
+}
+
+bool endsWith(const std::string& text, std::string_view ending) {
+    return text.size() > ending.size() &&
+           std::equal(ending.rbegin(), ending.rend(), text.rbegin(), [](char wanted, char found) {
+               return wanted == std::tolower(static_cast<unsigned char>(found));
+           });
+}
+
+void checkVoteOptions(const MatchOptions& options) {
+    if (options.voteFile.empty()) return;
+    if (!endsWith(options.voteFile, ".png") && !endsWith(options.voteFile, ".svg")) {
+        throw InputError("--votes: expected a file that ends in .png or .svg, found " +
+                         inQuotes(options.voteFile));
+    }
+    if (options.exhaustive) {
+        throw InputError("--votes: an exhaustive search does not vote; leave one of them out");
+    }
+}
+
+std::string resultText(const MatchOptions& options, const MatchReport& report,
+                       const std::optional<VoteReport>& votes) {
+    if (!options.json) {
+        return resultTable(report) + (votes ? "\n" + voteTable(*votes) : std::string());
+    }
+    Json json = matchJson(report);
+    if (votes) json["votes"] = voteJson(*votes);
+    return jsonText(json);
+}
+
+std::optional<VoteReport> lookAtVotes(const MatchOptions& options, const rxPointMatcher& matcher,
+                                      const MatchReport& report, std::ostream& notes) {
+    if (options.voteFile.empty()) return std::nullopt;
+    const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
+    auto votes = reportOnVotes(matcher, report, options.voteFile);
+    if (!votes) {
+        notes << "ptmatch: note: no votes were counted, and " << options.voteFile
+              << " is not written: there are too few data points for --min-coverage, or no "
+                 "translation is allowed near them"
+              << std::endl;
+    }
+    return votes;
 }
 
 }  // namespace
@@ -66,10 +115,12 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
         ->type_name("FILE");
     addDataOptions(*command, options.data);
     command->add_flag("--json", options.json, "Print the results as JSON");
-    addFile(*command, "--svg", "Draw the best pose into this file", options.svgFile);
-    command->add_flag_callback(
-        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
-        "Let y run upwards in the picture (default: downwards, as in camera images)");
+    addPictureOptions(*command, options.picture, "Draw the best pose", true);
+    addFile(
+        *command, "--votes",
+        "Draw the votes of the search at the scale and rotation of the best pose into this file, "
+        ".png or .svg",
+        options.voteFile);
     addRunOptions(*command, options.run);
     command
         ->add_flag("--exhaustive", options.exhaustive,
@@ -86,9 +137,14 @@ CLI::App* addMatchCommand(CLI::App& app, MatchOptions& options) {
 int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes) {
     if (options.data.isBatch()) return runBatchOfMatches(options, out, notes);
     const std::string& dataFile = options.data.files.front();
+    checkVoteOptions(options);
+    const PictureOptions asked = pictureOfTable(options.picture, dataFile);
     requireSparedInputs(
-        {{options.svgFile, "--svg"}},
-        {{options.modelFile, "the table of the model"}, {dataFile, "the table of the data"}});
+        {{asked.svgFile, "--svg"}, {asked.pngFile, "--png"}, {options.voteFile, "--votes"}},
+        {{options.modelFile, "the table of the model"},
+         {dataFile, "the table of the data"},
+         {asked.backgroundFile, "the photograph"}});
+    PictureOutput picture(asked);
     MatchReport report;
     report.params = runParams(options.run);
     report.exhaustive = options.exhaustive;
@@ -102,13 +158,20 @@ int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes
     report.seconds = results.time();
     report.poses = foundPoses(results);
 
-    std::optional<PreparedFile> picture;
-    if (!options.svgFile.empty()) {
-        picture.emplace(options.svgFile, matchPicture(report, options.yAxis));
+    const std::optional<VoteReport> votes = lookAtVotes(options, *model.matcher, report, notes);
+
+    picture.noteStrayPoints(report.data.points, notes);
+    picture.draw([&](const PictureStyle& style) { return matchPicture(report, style); });
+    std::optional<PreparedFile> votePicture;
+    if (votes) {
+        votePicture.emplace(options.voteFile, endsWith(options.voteFile, ".png")
+                                                  ? votePng(*votes)
+                                                  : voteSvg(*votes, report));
     }
-    out << (options.json ? resultJson(report) : resultTable(report)) << std::flush;
+    out << resultText(options, report, votes) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");
-    if (picture) picture->commit();
+    picture.commit();
+    if (votePicture) votePicture->commit();
     return report.poses.empty() ? kExitNothingFound : kExitFound;
 }
 

@@ -5,7 +5,7 @@
 
 #include "data_sets.h"
 #include "exit_code.h"
-#include "picture_frame.h"
+#include "picture_output.h"
 #include "run_options.h"
 
 namespace ptmatch::tool {
@@ -17,9 +17,9 @@ struct MatchOptions {
     RunOptions run;
     bool exhaustive = false;
     bool json = false;
-    /// Empty: no picture.
-    std::string svgFile;
-    YAxis yAxis = YAxis::kDown;
+    PictureOptions picture;
+    /// Empty: no picture of the votes. PNG or SVG, by its ending.
+    std::string voteFile;
 };
 
 /// Adds the command `match` with all its options to `app`; parsing writes to `options`, which must

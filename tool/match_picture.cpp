@@ -126,17 +126,17 @@ void drawModelPoints(SvgCanvas& canvas, const PictureFrame& frame, const Scene& 
     }
 }
 
-void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene, double radius) {
-    const PageBox& box = frame.box();
+void drawPlot(SvgCanvas& canvas, const PictureFrame& frame, const Scene& scene, double radius,
+              const PictureStyle& style) {
     drawAxes(canvas, frame);
-    canvas.clipRectangle("plot", {box.x, box.y}, box.width, box.height);
-    const auto group = canvas.group({{"clip-path", "url(#plot)"}});
-    if (scene.pose) drawOutline(canvas, frame, scene.placed);
-    drawDataPoints(canvas, frame, scene, false, radius);
-    drawDataPoints(canvas, frame, scene, true, radius);
-    if (!scene.pose) return;
-    drawModelPoints(canvas, frame, scene, radius);
-    drawErrors(canvas, frame, scene);
+    drawOverPhotograph(canvas, frame, style, [&] {
+        if (scene.pose) drawOutline(canvas, frame, scene.placed);
+        drawDataPoints(canvas, frame, scene, false, radius);
+        drawDataPoints(canvas, frame, scene, true, radius);
+        if (!scene.pose) return;
+        drawModelPoints(canvas, frame, scene, radius);
+        drawErrors(canvas, frame, scene);
+    });
 }
 
 void writeFigures(Panel& panel, const Scene& scene) {
@@ -216,11 +216,12 @@ void drawPanel(SvgCanvas& canvas, const Scene& scene, double x, double bottom, Y
 
 }  // namespace
 
-std::string matchPicture(const MatchReport& report, YAxis yAxis) {
+std::string matchPicture(const MatchReport& report, const PictureStyle& style) {
     Scene scene = sceneOf(report);
-    const Points all = everythingIn(scene);
+    Points all = everythingIn(scene);
+    includePhotograph(style, all);
     const PageLayout page = layoutFor(all, kPanelHeight);
-    const PictureFrame frame(all, page.plot, yAxis);
+    const PictureFrame frame(all, page.plot, style.yAxis);
     if (scene.pose)
         scene.errorFactor = errorFactor(scene.pose->fitError * frame.scale(), kTypicalError);
 
@@ -228,8 +229,8 @@ std::string matchPicture(const MatchReport& report, YAxis yAxis) {
     canvas.rectangle({0.0, 0.0}, page.width, page.height, {{"fill", "#fafbfc"}});
     {
         const auto group = canvas.group({{"font-family", kFontFamily}});
-        drawPlot(canvas, frame, scene, markerRadius(page.plot, report.data.points.size()));
-        drawPanel(canvas, scene, page.panelX, page.bottom, yAxis);
+        drawPlot(canvas, frame, scene, markerRadius(page.plot, report.data.points.size()), style);
+        drawPanel(canvas, scene, page.panelX, page.bottom, style.yAxis);
     }
     return canvas.finished();
 }

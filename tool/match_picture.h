@@ -3,7 +3,7 @@
 #include <string>
 
 #include "match_report.h"
-#include "picture_frame.h"
+#include "picture_page.h"
 
 namespace ptmatch::tool {
 
@@ -15,7 +15,7 @@ namespace ptmatch::tool {
 /// round factor; the legend tells it. To the right stand the figures, the legend and the model as
 /// it was given. Each point carries its index and coordinates as a hint for the pointer.
 ///
-/// `yAxis` tells how both coordinate systems are drawn: kDown for pictures, kUp for drawings.
-std::string matchPicture(const MatchReport& report, YAxis yAxis);
+/// `style.yAxis` tells how both coordinate systems are drawn: kDown for pictures, kUp for drawings.
+std::string matchPicture(const MatchReport& report, const PictureStyle& style);
 
 }  // namespace ptmatch::tool

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "number_text.h"
+#include "photograph.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -84,6 +85,22 @@ void drawAxes(SvgCanvas& canvas, const PictureFrame& frame) {
     }
     canvas.rectangle({box.x, box.y}, box.width, box.height,
                      {{"fill", "none"}, {"stroke", kFrameLine}});
+}
+
+void drawPhotograph(SvgCanvas& canvas, const PictureFrame& frame, const Photograph& photograph) {
+    const rxVector<2> corner = frame.toPage(photograph.corners().front());
+    canvas.image(corner, frame.scale() * static_cast<double>(photograph.width),
+                 frame.scale() * static_cast<double>(photograph.height), photograph.dataUri,
+                 {{"id", "photograph"},
+                  {"opacity", "0.8"},
+                  // Pixels as they are stored, whatever the camera noted about its position.
+                  {"style", "image-orientation:none"}});
+}
+
+void includePhotograph(const PictureStyle& style, std::vector<rxVector<2>>& points) {
+    if (style.photograph == nullptr) return;
+    const std::vector<rxVector<2>> corners = style.photograph->corners();
+    points.insert(points.end(), corners.begin(), corners.end());
 }
 
 std::string shortFileName(const std::string& path) {

@@ -42,6 +42,18 @@ struct PageLayout {
     double height = 0.0;
 };
 
+struct Photograph;
+
+/// How a picture is to be drawn.
+struct PictureStyle {
+    YAxis yAxis = YAxis::kDown;
+    /// Under everything, when the points are its pixels; null: none.
+    const Photograph* photograph = nullptr;
+
+    // Not explicit: an axis alone is a style.
+    PictureStyle(YAxis axis) : yAxis(axis) {}  // NOLINT(google-explicit-constructor)
+};
+
 /// The page for `points` (not empty) with room for a panel of `panelHeight`. A wide scene gets room
 /// above and below, so that plot and panel end on one line.
 PageLayout layoutFor(const std::vector<rxVector<2>>& points, double panelHeight);
@@ -64,6 +76,29 @@ SvgCanvas::Attributes stroked(const char* id, const char* colour, double width);
 
 /// The white plot with its frame, and lines and numbers at round coordinates.
 void drawAxes(SvgCanvas& canvas, const PictureFrame& frame);
+
+/// The photograph in its place, a little paler than it is.
+void drawPhotograph(SvgCanvas& canvas, const PictureFrame& frame, const Photograph& photograph);
+
+/// Adds to points what has to be on the page besides: the corners of the photograph, if there is
+/// one.
+void includePhotograph(const PictureStyle& style, std::vector<rxVector<2>>& points);
+
+/// Draws the plot of a picture: the photograph, if there is one, and what `draw` draws, clipped to
+/// the box of the frame. Over a photograph it is called twice, first for the edges of everything.
+template <typename Draw>
+void drawOverPhotograph(SvgCanvas& canvas, const PictureFrame& frame, const PictureStyle& style,
+                        Draw draw) {
+    const PageBox& box = frame.box();
+    canvas.clipRectangle("plot", {box.x, box.y}, box.width, box.height);
+    const auto group = canvas.group({{"clip-path", "url(#plot)"}});
+    if (style.photograph != nullptr) {
+        drawPhotograph(canvas, frame, *style.photograph);
+        const auto edging = canvas.edging();
+        draw();
+    }
+    draw();
+}
 
 /// The last two parts of a path, shortened: the folder tells more than a file that is called
 /// data.csv.

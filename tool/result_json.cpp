@@ -49,13 +49,16 @@ Json posesJson(const std::vector<FoundPose>& poses) {
     return json;
 }
 
+Json matchJson(const MatchReport& report) {
+    return {{"model", modelJson(report.modelFile, report.model)},
+            {"data", {{"file", report.dataFile}, {"points", report.data.points.size()}}},
+            {"parameters", paramsJson(report)},
+            {"time_s", report.seconds},
+            {"results", posesJson(report.poses)}};
+}
+
 std::string resultJson(const MatchReport& report) {
-    const Json json = {{"model", modelJson(report.modelFile, report.model)},
-                       {"data", {{"file", report.dataFile}, {"points", report.data.points.size()}}},
-                       {"parameters", paramsJson(report)},
-                       {"time_s", report.seconds},
-                       {"results", posesJson(report.poses)}};
-    return jsonText(json);
+    return jsonText(matchJson(report));
 }
 
 }  // namespace ptmatch::tool

@@ -27,6 +27,41 @@ void append(std::string& text, std::initializer_list<std::string_view> pieces) {
     for (const std::string_view piece : pieces) text += piece;
 }
 
+// Whether a colour "#rrggbb" is a light one, by its green alone, which counts most.
+bool isLight(const std::string& colour) {
+    constexpr std::size_t kGreen = 3;
+    return colour.size() == 7 && colour[kGreen] >= '9';
+}
+
+// The attributes of an edge around what has these: white, around light colours dark.
+SvgCanvas::Attributes edgeOf(const SvgCanvas::Attributes& attributes) {
+    SvgCanvas::Attributes edge;
+    const std::string* fill = nullptr;
+    const std::string* stroke = nullptr;
+    for (const auto& [key, value] : attributes) {
+        if (key == "fill" && value != "none") fill = &value;
+        if (key == "stroke") stroke = &value;
+    }
+    const std::string* const colour = stroke != nullptr ? stroke : fill;
+    const bool isDark = colour != nullptr && isLight(*colour);
+    const std::string edgeColour = isDark ? "#111827" : "#ffffff";
+    const double wider = isDark ? 1.4 : 2.6;
+    for (const auto& [key, value] : attributes) {
+        if (key == "id") continue;
+        const bool isColour = (key == "fill" || key == "stroke") && value != "none";
+        const bool isWidth = key == "stroke-width";
+        edge.emplace_back(key, isColour ? edgeColour
+                               : isWidth
+                                   ? significantText(parseNumber(value).value_or(1.0) + wider, 4)
+                                   : value);
+    }
+    if (fill != nullptr && stroke == nullptr) {
+        edge.emplace_back("stroke", edgeColour);
+        edge.emplace_back("stroke-width", shortText(wider));
+    }
+    return edge;
+}
+
 // The number of bytes of the UTF-8 character that `text` begins with, 0 when it begins with none
 // that XML admits. Overlong forms and surrogates do not occur in practice and only their leading
 // byte is judged; every byte that follows must be a continuation.
@@ -139,8 +174,23 @@ void SvgCanvas::rectangle(const rxVector<2>& corner, double width, double height
     closeWithHint("rect", {});
 }
 
+void SvgCanvas::image(const rxVector<2>& corner, double width, double height,
+                      std::string_view source, const Attributes& attributes) {
+    open("image",
+         {{"x", pageNumber(corner.x())},
+          {"y", pageNumber(corner.y())},
+          {"width", pageNumber(width)},
+          {"height", pageNumber(height)},
+          {"preserveAspectRatio", "none"}},
+         attributes);
+    // The name that older viewers know it by, too.
+    append(body_, {" xmlns:xlink=\"http://www.w3.org/1999/xlink\" xlink:href=\"",
+                   xmlEscaped(source), "\"/>\n"});
+}
+
 void SvgCanvas::text(const rxVector<2>& position, std::string_view text,
                      const Attributes& attributes) {
+    if (isEdging_) return;
     open("text", {{"x", pageNumber(position.x())}, {"y", pageNumber(position.y())}}, attributes);
     append(body_, {">", xmlEscaped(text), "</text>\n"});
 }
@@ -165,7 +215,8 @@ std::string SvgCanvas::finished() const {
 void SvgCanvas::open(std::string_view name, const Attributes& geometry,
                      const Attributes& attributes) {
     append(body_, {"<", name});
-    for (const Attributes* list : {&geometry, &attributes}) {
+    const Attributes edge = isEdging_ ? edgeOf(attributes) : Attributes();
+    for (const Attributes* list : {&geometry, isEdging_ ? &edge : &attributes}) {
         for (const auto& [key, value] : *list) {
             append(body_, {" ", key, "=\"", xmlEscaped(value), "\""});
         }
@@ -173,7 +224,7 @@ void SvgCanvas::open(std::string_view name, const Attributes& geometry,
 }
 
 void SvgCanvas::closeWithHint(std::string_view name, std::string_view hint) {
-    if (hint.empty()) {
+    if (hint.empty() || isEdging_) {
         body_ += "/>\n";
     } else {
         append(body_, {"><title>", xmlEscaped(hint), "</title></", name, ">\n"});

@@ -33,6 +33,22 @@ class SvgCanvas {
     };
     [[nodiscard]] Group group(const Attributes& attributes);
 
+    /// Until the returned object goes, shapes are drawn in white, or dark if they are light, and
+    /// somewhat wider, without their names and hints, and texts not at all: an edge around what is
+    /// then drawn in the same way on top, so that it stands out from a photograph.
+    class Edging {
+      public:
+        Edging(const Edging&) = delete;
+        Edging& operator=(const Edging&) = delete;
+        ~Edging() { canvas_.isEdging_ = false; }
+
+      private:
+        friend class SvgCanvas;
+        explicit Edging(SvgCanvas& canvas) : canvas_(canvas) { canvas_.isEdging_ = true; }
+        SvgCanvas& canvas_;
+    };
+    [[nodiscard]] Edging edging() { return Edging(*this); }
+
     /// `hint` is what a viewer shows when the pointer rests on the element; none when empty.
     void circle(const rxVector<2>& center, double radius, const Attributes& attributes = {},
                 std::string_view hint = {});
@@ -43,6 +59,9 @@ class SvgCanvas {
     void polygon(const std::vector<rxVector<2>>& corners, const Attributes& attributes = {});
     void rectangle(const rxVector<2>& corner, double width, double height,
                    const Attributes& attributes = {});
+    /// A picture stretched over a rectangle. @param source  a file or, as "data:...", itself.
+    void image(const rxVector<2>& corner, double width, double height, std::string_view source,
+               const Attributes& attributes = {});
     void text(const rxVector<2>& position, std::string_view text,
               const Attributes& attributes = {});
     /// Names a rectangle that groups refer to with clip-path="url(#id)".
@@ -57,6 +76,7 @@ class SvgCanvas {
     void closeWithHint(std::string_view name, std::string_view hint);
 
     std::string body_;
+    bool isEdging_ = false;
     double width_;
     double height_;
 };

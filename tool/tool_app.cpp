@@ -9,6 +9,7 @@ namespace {
 constexpr const char* kMatchExamples = R"(Examples:
   ptmatch match --model data/demo_pick/model.csv --data data/demo_pick/data.csv --svg needle.svg
   ptmatch match --model data/demo_pick/model.csv --data data/demo_pick/data.csv --max-results 2 --json
+  ptmatch match --model data/demo_pick/model.csv --data data/demo_pick/data.csv --votes votes.png
   ptmatch match --model data/demo_pick/model.csv --data data/demo_pick/data.csv data/beehive/data.csv --jobs 2)";
 
 constexpr const char* kGridMapExamples = R"(Examples:

@@ -8,6 +8,7 @@
 #include "archive_text.h"
 #include "input_error.h"
 #include "matcher_file.h"
+#include "model_picture.h"
 #include "model_source.h"
 #include "option_text.h"
 #include "output_file.h"
@@ -69,6 +70,7 @@ CLI::App* addTrainCommand(CLI::App& app, TrainOptions& options) {
     addFile(*command, "--pattern", "Set positions of a grid: PGM, or rows of '.' and 'x'",
             options.patternFile);
     addFile(*command, "--out", "File to write the trained matcher to (required)", options.outFile);
+    addPictureOptions(*command, options.picture, "Draw what was trained", false);
     addVector(*command, "--xv", "Step from one column of the grid to the next, data units",
               options.steps.xv);
     addVector(*command, "--yv", "Step from one row of the grid to the next, data units",
@@ -81,15 +83,23 @@ CLI::App* addTrainCommand(CLI::App& app, TrainOptions& options) {
 int runTrain(const TrainOptions& options, std::ostream& out, std::ostream& notes) {
     const std::string& input =
         options.patternFile.empty() ? options.modelFile : options.patternFile;
-    requireSparedInputs({{options.outFile, "--out"}}, {{input, "what is trained on"}});
+    const PictureOptions asked = pictureOfTable(options.picture, input);
+    requireSparedInputs(
+        {{options.outFile, "--out"}, {asked.svgFile, "--svg"}, {asked.pngFile, "--png"}},
+        {{input, "what is trained on"}});
+    PictureOutput picture(asked);
     const std::string bytes = matcherBytes(*trained(options));
     const ArchiveContent content = parseArchive(bytes, options.outFile);
     noteUnknownGridSize(content, notes);
     noteLostSteps(options.steps, content, notes);
     PreparedFile file(options.outFile, bytes);
+    picture.draw([&](const PictureStyle& style) {
+        return modelPicture(firstMatcher(content), input, style);
+    });
     out << archiveText(content) << std::flush;
     if (!out) throw InputError("the results cannot be written to standard output");
     file.commit();
+    picture.commit();
     return kExitFound;
 }
 

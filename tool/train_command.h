@@ -5,6 +5,7 @@
 
 #include "exit_code.h"
 #include "grid_options.h"
+#include "picture_output.h"
 
 namespace CLI {
 class App;
@@ -18,6 +19,7 @@ struct TrainOptions {
     std::string patternFile;
     StepOptions steps;
     std::string outFile;
+    PictureOptions picture;
 };
 
 /// Adds the command `train` with all its options to `app`; parsing writes to `options`, which must

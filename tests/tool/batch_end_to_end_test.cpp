@@ -227,8 +227,8 @@ TEST_F(Batch, FilesForOneDataSetAreRefused) {
     writeTriangles(2);
     std::vector<std::string> options = optionsFor(2);
     options.insert(options.end(), {"--svg", "a.svg"});
-    EXPECT_EQ(refusalBy("match", options),
-              "ptmatch: --svg: is for one data set, not for a batch\n");
+    EXPECT_THAT(refusalBy("match", options),
+                HasSubstr("--svg: several pictures would be written into a.svg; put {name} or"));
     EXPECT_EQ(
         refusalBy("grid-match", {"--pattern", kPattern, "--data", kDots, kDots, "--csv", "a"}),
         "ptmatch: --csv: is for one data set, not for a batch\n");

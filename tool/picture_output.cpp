@@ -1,0 +1,156 @@
+#include "picture_output.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <ostream>
+#include <system_error>
+#include <utility>
+
+#include "input_error.h"
+#include "option_text.h"
+#include "renderer.h"
+
+namespace ptmatch::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+void fillIn(std::string& text, std::string_view key, const std::string& value) {
+    for (auto at = text.find(key); at != std::string::npos; at = text.find(key, at)) {
+        text.replace(at, key.size(), value);
+        at += value.size();
+    }
+}
+
+std::string nameOf(const DataSet& set) {
+    std::string name = fs::path(set.file).stem().string();
+    if (!set.frame) return name;
+    std::string frame = *set.frame;
+    const auto isUnfit = [](char c) { return c == '/' || static_cast<unsigned char>(c) < 0x20; };
+    std::replace_if(frame.begin(), frame.end(), isUnfit, '_');
+    return name + "-" + frame;
+}
+
+// As many digits for each, so that names sort as their numbers do.
+std::string numberText(std::size_t number, std::size_t count) {
+    const std::string text = std::to_string(number);
+    return std::string(std::to_string(count).size() - text.size(), '0') + text;
+}
+
+PictureOptions withNames(PictureOptions options, const std::string& name,
+                         const std::string& number) {
+    for (std::string* const file : {&options.svgFile, &options.pngFile, &options.backgroundFile}) {
+        fillIn(*file, "{name}", name);
+        fillIn(*file, "{number}", number);
+    }
+    return options;
+}
+
+/// Names of files that have a meaning already.
+class NamesInUse {
+  public:
+    explicit NamesInUse(const std::vector<DataSet>& sets) {
+        for (const DataSet& set : sets) users_.emplace(normal(set.file), "");
+    }
+
+    /// @throws InputError  the name is in use.
+    void take(const RoleOfFile& output) {
+        if (output.path.empty()) return;
+        const auto [found, isNew] = users_.emplace(normal(output.path), output.name);
+        if (isNew) return;
+        if (found->second.empty()) {
+            throw InputError(output.name + ": " + output.path +
+                             " is a table of the data; choose another file");
+        }
+        throw InputError(output.name + ": several pictures would be written into " + output.path +
+                         "; put {name} or {number} into the name, such as match-{name}.svg");
+    }
+
+  private:
+    static std::string normal(const std::string& path) {
+        std::error_code ignored;
+        const fs::path whole = fs::weakly_canonical(fs::absolute(path, ignored), ignored);
+        return whole.empty() ? path : whole.string();
+    }
+
+    std::map<std::string, std::string> users_;  // option of an output; empty: an input
+};
+
+}  // namespace
+
+std::vector<RoleOfFile> PictureOptions::outputs() const {
+    return {{svgFile, "--svg"}, {pngFile, "--png"}};
+}
+
+void addPictureOptions(CLI::App& app, PictureOptions& options, const std::string& drawing,
+                       bool mayHavePhotograph) {
+    addFile(app, "--svg", drawing + " into this file", options.svgFile);
+    addFile(app, "--png", "The same as PNG; needs the program " + std::string(kRendererName),
+            options.pngFile);
+    if (mayHavePhotograph) {
+        addFile(app, "--background",
+                "Draw over this photograph, PNG or JPEG; points are its pixels",
+                options.backgroundFile);
+    }
+    app.add_flag_callback(
+        "--y-up", [&options] { options.yAxis = YAxis::kUp; },
+        "Let y run upwards in the picture (default: downwards, as in camera images)");
+}
+
+void checkPictures(const PictureOptions& options) {
+    if (!options.pngFile.empty()) findRenderer();
+    if (options.backgroundFile.empty()) return;
+    if (!options.isAsked()) throw InputError("--background: belongs to --svg or --png");
+    if (options.yAxis == YAxis::kUp) {
+        throw InputError("--background: the y of pixels runs downwards; leave --y-up out");
+    }
+}
+
+PictureOptions pictureOfTable(const PictureOptions& options, const std::string& file) {
+    checkPictures(options);
+    return withNames(options, fs::path(file).stem().string(), "1");
+}
+
+std::vector<PictureOptions> picturesOfSets(const PictureOptions& options,
+                                           const std::vector<DataSet>& sets) {
+    checkPictures(options);
+    NamesInUse names(sets);
+    std::vector<PictureOptions> pictures;
+    for (std::size_t i = 0; i < sets.size(); ++i) {
+        PictureOptions own = withNames(options, nameOf(sets[i]), numberText(i + 1, sets.size()));
+        for (const RoleOfFile& output : own.outputs()) names.take(output);
+        pictures.push_back(std::move(own));
+    }
+    return pictures;
+}
+
+PictureOutput::PictureOutput(const PictureOptions& options) : options_(options) {
+    checkPictures(options);
+    if (!options.backgroundFile.empty()) photograph_ = readPhotograph(options.backgroundFile);
+}
+
+void PictureOutput::noteStrayPoints(const std::vector<rxVector<2>>& points,
+                                    std::ostream& notes) const {
+    const auto isOnIt = [&](const rxVector<2>& point) { return photograph_->contains(point); };
+    if (!photograph_ || std::any_of(points.begin(), points.end(), isOnIt)) return;
+    notes << "ptmatch: note: no point lies on " << photograph_->file << " (" << photograph_->width
+          << " x " << photograph_->height << " pixels): are the points its pixels?" << std::endl;
+}
+
+void PictureOutput::draw(const std::function<std::string(const PictureStyle&)>& picture) {
+    if (!options_.isAsked()) return;
+    PictureStyle style(options_.yAxis);
+    if (photograph_) style.photograph = &*photograph_;
+    const std::string svg = picture(style);
+    if (!options_.svgFile.empty()) svg_.emplace(options_.svgFile, svg);
+    if (!options_.pngFile.empty()) png_.emplace(options_.pngFile, renderedPng(svg));
+}
+
+void PictureOutput::commit() {
+    if (svg_) svg_->commit();
+    if (png_) png_->commit();
+}
+
+}  // namespace ptmatch::tool
