@@ -10,10 +10,12 @@
 #include <ptmatch/ppmatch.h>
 
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "calibration.h"
@@ -55,8 +57,20 @@ rxPointMatcher loadMatcher(const std::string& path) {
     return matcher;
 }
 
+// Opening a file for writing empties it: a slip of the hand must not cost the frames of a shift.
+void refuseToReplace(const std::string& input, const std::string& report) {
+    std::error_code notThere;
+    if (std::filesystem::equivalent(input, report, notThere)) {
+        throw std::runtime_error(report + ": is read by this run, the report needs another name");
+    }
+}
+
 int run(const std::string& matcherPath, const std::string& calibrationPath,
         const std::string& framesPath, const std::string& reportPath) {
+    const station::ReportFormat format = station::reportFormatOf(reportPath);
+    for (const std::string& input : {matcherPath, calibrationPath, framesPath}) {
+        refuseToReplace(input, reportPath);
+    }
     const station::Calibration calibration(station::readCalibration(calibrationPath));
     if (!(calibration.residual().largest <= kMaxCalibrationError)) {
         throw std::runtime_error(calibrationPath + ": mark " +
@@ -67,7 +81,7 @@ int run(const std::string& matcherPath, const std::string& calibrationPath,
     const std::vector<station::Frame> frames = station::readFrames(framesPath);
 
     std::ofstream file(reportPath);
-    station::Report report(file, reportPath);
+    station::Report report(file, format);
     std::size_t numTaken = 0;
     for (const station::Frame& frame : frames) {
         const station::Inspection inspection = inspector.inspect(calibration.toRobot(frame.points));

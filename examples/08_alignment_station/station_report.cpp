@@ -5,18 +5,15 @@
 #include <stdexcept>
 
 namespace station {
-namespace {
 
-bool endsInJson(const std::string& name) {
-    if (name.ends_with(".jsonl")) return true;
-    if (name.ends_with(".csv")) return false;
-    throw std::invalid_argument(name + ": a report ends in .csv or .jsonl");
+ReportFormat reportFormatOf(const std::string& fileName) {
+    if (fileName.ends_with(".jsonl")) return ReportFormat::jsonLines;
+    if (fileName.ends_with(".csv")) return ReportFormat::csv;
+    throw std::invalid_argument(fileName + ": a report ends in .csv or .jsonl");
 }
 
-}  // namespace
-
-Report::Report(std::ostream& stream, const std::string& fileName)
-    : stream_(stream), isJson_(endsInJson(fileName)) {
+Report::Report(std::ostream& stream, ReportFormat format)
+    : stream_(stream), isJson_(format == ReportFormat::jsonLines) {
     // Decimal points, whatever the machine's language is; micrometres are enough.
     stream_.imbue(std::locale::classic());
     stream_ << std::fixed << std::setprecision(3);

@@ -7,12 +7,17 @@
 
 namespace station {
 
-/// Writes a line per frame: a table (CSV), or an object of JSON to a line, by the ending of the
-/// file's name.
+enum class ReportFormat { csv, jsonLines };
+
+/// The format that belongs to the ending of a file's name. Ask before the file is opened for
+/// writing, which empties it.
+/// @throws std::invalid_argument  the name ends in neither .csv nor .jsonl.
+ReportFormat reportFormatOf(const std::string& fileName);
+
+/// Writes a line per frame: a table (CSV), or an object of JSON to a line.
 class Report {
   public:
-    /// @throws std::invalid_argument  the name ends in neither .csv nor .jsonl.
-    Report(std::ostream& stream, const std::string& fileName);
+    Report(std::ostream& stream, ReportFormat format);
 
     void add(long frame, const Inspection& inspection);
 

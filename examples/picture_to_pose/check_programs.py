@@ -77,6 +77,21 @@ def picture_size(file):
     return struct.unpack(">II", head[16:24])
 
 
+def turn_by_note(file):
+    """Notes in a JPEG picture that it is to be shown turned by a quarter (Exif, orientation 6)."""
+    picture = pathlib.Path(file).read_bytes()
+    check(picture[:2] == b"\xff\xd8", f"{file} is not a JPEG picture")
+    entry = struct.pack(">HHIHH", 0x0112, 3, 1, 6, 0)
+    note = b"Exif\0\0" + b"MM\0*" + struct.pack(">IH", 8, 1) + entry + bytes(4)
+    segment = b"\xff\xe1" + struct.pack(">H", len(note) + 2) + note
+    pathlib.Path(file).write_bytes(picture[:2] + segment + picture[2:])
+
+
+def points_told(out):
+    """What part_to_pose says of the pose, without the time."""
+    return re.sub(r"in [\d.]+ ms", "", out)
+
+
 def seen_through(p, column, row):
     w = p[6] * column + p[7] * row + 1
     return (p[0] * column + p[1] * row + p[2]) / w, (p[3] * column + p[4] * row + p[5]) / w
@@ -150,6 +165,13 @@ def drawn_part(programs):
     width, height = picture_size(overlay)
     check(width == 2200 and height > 1720, f"overlay of {width} x {height} pixels")
 
+    # The note of a camera that was held sideways changes nothing: pixels count as they are stored.
+    photograph = programs.file("part.jpg")
+    programs.run("draw_scene", "part", photograph)
+    upright = points_told(programs.run("part_to_pose", photograph, *options))
+    turn_by_note(photograph)
+    check(points_told(programs.run("part_to_pose", photograph, *options)) == upright, "turned")
+
     # More than there is in sight.
     out = programs.run("part_to_pose", picture, *options, "--min-coverage", 0.95, code=1)
     check("the part was not found" in out, out)
@@ -161,8 +183,9 @@ def film(programs):
     drawn = programs.run("draw_scene", "plate", frames, "--frames", 4)
     overlay = programs.file("seen.png")
     out = programs.run(
-        "plate_to_grid", frames, "--frames", 3, "--pattern", PATTERN, "--out", overlay
-    )
+        "plate_to_grid", frames, "--frames", 3, "--pattern", PATTERN, "--out", overlay,
+        "--csv", programs.file("dots.csv"),
+    )  # fmt: skip
     check(out.count("frame ") == 3, out)
     found = out.split("frame ")[1:]
     for k, true_text in enumerate(drawn.split("plate: ")[1:4]):
@@ -172,6 +195,14 @@ def film(programs):
         check(off < 0.3, f"frame {k + 1} is {off} px off")  # compressed pictures
     names = sorted(p.name for p in programs.scratch.glob("seen*"))
     check(names == ["seen_0001.png", "seen_0002.png", "seen_0003.png"], str(names))
+    names = sorted(p.name for p in programs.scratch.glob("dots*"))
+    check(names == ["dots_0001.csv", "dots_0002.csv", "dots_0003.csv"], str(names))
+    # A table for each frame, with as many dots as the line of that frame tells.
+    for name, text in zip(names, found):
+        told = re.search(r"(\d+) of them dots of the pattern", text)
+        check(told, text)
+        dots = points(programs.file(name), 2)
+        check(len(dots) == int(told.group(1)), f"{name}: {len(dots)} dots, {text}")
 
 
 def bad_input(programs):

@@ -204,7 +204,7 @@ double draw(Overlay& overlay, const Found& found, const std::vector<rxVector<2>>
     return times;
 }
 
-bool look(const cv::Mat& picture, const rxPointMatcher& matcher, const Options& options,
+bool look(const cv::Mat& picture, int frame, const rxPointMatcher& matcher, const Options& options,
           cv::Mat& drawing) {
     const std::vector<cv::KeyPoint> blobs = findBlobs(picture, options.blobs);
     std::vector<cv::Point2f> centres;
@@ -228,7 +228,7 @@ bool look(const cv::Mat& picture, const rxPointMatcher& matcher, const Options& 
                          results.time(), blobs.size()};
     std::cout << summary(found) << "\n  " << poseText(found) << "\n  "
               << certaintyText(found.certainty) << '\n';
-    if (!options.csvFile.empty()) writeCsv(options.csvFile, found, data);
+    if (!options.csvFile.empty()) writeCsv(numbered(options.csvFile, frame), found, data);
     const double times = draw(overlay, found, matcher.modelPoints(), blobs);
     drawing = overlay.withCaption(
         {summary(found), poseText(found),
@@ -265,7 +265,8 @@ int main(int argc, char** argv) {
                    "given")
         ->check(CLI::PositiveNumber);
     addBlobOptions(app, options.blobs);
-    app.add_option("--csv", options.csvFile, "Write number, place and residual of each hole found")
+    app.add_option("--csv", options.csvFile,
+                   "Write number, place and residual of each hole found; frames are numbered")
         ->type_name("FILE");
     CLI11_PARSE(app, argc, argv);
 
@@ -273,8 +274,8 @@ int main(int argc, char** argv) {
         rxPointMatcher matcher;  // trained once, run on every frame
         matcher.train(readModel(options), rxPointMatcherDefs::eAutoDetect);
         const bool isFound =
-            lookAtAll(options.source, [&](const cv::Mat& picture, cv::Mat& drawing) {
-                return look(picture, matcher, options, drawing);
+            lookAtAll(options.source, [&](const cv::Mat& picture, int frame, cv::Mat& drawing) {
+                return look(picture, frame, matcher, options, drawing);
             });
         return isFound ? 0 : 1;
     });

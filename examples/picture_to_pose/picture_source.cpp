@@ -22,14 +22,6 @@ void write(const std::string& file, const cv::Mat& picture) {
     if (!isWritten) throw std::runtime_error(file + ": cannot be written");
 }
 
-std::string numbered(const std::string& file, int number) {
-    char digits[16];
-    std::snprintf(digits, sizeof digits, "_%04d", number);
-    const std::filesystem::path path(file);
-    return (path.parent_path() / (path.stem().string() + digits + path.extension().string()))
-        .string();
-}
-
 bool lookAtFrames(cv::VideoCapture& capture, const SourceOptions& options, const Look& look,
                   const std::string& nothingReadable) {
     bool isFound = false;
@@ -39,7 +31,7 @@ bool lookAtFrames(cv::VideoCapture& capture, const SourceOptions& options, const
         ++number;
         std::cout << "frame " << number << '\n';
         cv::Mat overlay;
-        if (look(frame, overlay)) isFound = true;
+        if (look(frame, number, overlay)) isFound = true;
         write(numbered(options.overlay, number), overlay);
     }
     if (number == 0) throw std::runtime_error(nothingReadable);
@@ -47,6 +39,15 @@ bool lookAtFrames(cv::VideoCapture& capture, const SourceOptions& options, const
 }
 
 }  // namespace
+
+std::string numbered(const std::string& file, int frame) {
+    if (frame == kNoFrame) return file;
+    char digits[16];
+    std::snprintf(digits, sizeof digits, "_%04d", frame);
+    const std::filesystem::path path(file);
+    return (path.parent_path() / (path.stem().string() + digits + path.extension().string()))
+        .string();
+}
 
 void addSourceOptions(CLI::App& app, SourceOptions& options) {
     auto* file = app.add_option("picture", options.file, "A picture or a video");
@@ -73,10 +74,13 @@ bool lookAtAll(const SourceOptions& options, const Look& look) {
     if (!std::filesystem::is_regular_file(options.file)) {
         throw std::runtime_error(options.file + ": no such file");
     }
-    const cv::Mat picture = cv::imread(options.file, cv::IMREAD_COLOR);
+    // Pixels as they are stored, whatever the camera noted about how it was held: so points and
+    // overlay lie on the picture as the tool's --background and most programs for images take it.
+    const cv::Mat picture =
+        cv::imread(options.file, cv::IMREAD_COLOR | cv::IMREAD_IGNORE_ORIENTATION);
     if (!picture.empty()) {
         cv::Mat overlay;
-        const bool isFound = look(picture, overlay);
+        const bool isFound = look(picture, kNoFrame, overlay);
         write(options.overlay, overlay);
         return isFound;
     }

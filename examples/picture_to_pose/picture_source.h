@@ -21,8 +21,15 @@ struct SourceOptions {
 /// Adds these options to a program's.
 void addSourceOptions(CLI::App& app, SourceOptions& options);
 
-/// Looks at one picture and draws what it found; false when it found nothing.
-using Look = std::function<bool(const cv::Mat& picture, cv::Mat& overlay)>;
+/// The number of a picture that is not a frame.
+constexpr int kNoFrame = 0;
+
+/// The file of a frame: table_0001.csv for table.csv and frame 1; `file` itself for `kNoFrame`.
+std::string numbered(const std::string& file, int frame);
+
+/// Looks at one picture and draws what it found; false when it found nothing. Frames of a video or
+/// camera count from 1.
+using Look = std::function<bool(const cv::Mat& picture, int frame, cv::Mat& overlay)>;
 
 /// Calls `look` for the picture, or for each frame, and writes the overlays. Those of frames are
 /// numbered: overlay_0001.png and so on.

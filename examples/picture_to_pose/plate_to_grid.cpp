@@ -140,7 +140,7 @@ void drawClutter(Overlay& overlay, const std::vector<cv::KeyPoint>& blobs, const
     }
 }
 
-bool look(const cv::Mat& picture, const Options& options, cv::Mat& drawing) {
+bool look(const cv::Mat& picture, int frame, const Options& options, cv::Mat& drawing) {
     const std::vector<cv::KeyPoint> blobs = findBlobs(picture, options.blobs);
     std::vector<Blob> dots;
     for (const cv::KeyPoint& blob : blobs) dots.push_back({rfPoint(blob.pt), 0.5 * blob.size});
@@ -155,7 +155,7 @@ bool look(const cv::Mat& picture, const Options& options, cv::Mat& drawing) {
         return false;
     }
     print(*plate, blobs.size(), options);
-    if (!options.csvFile.empty()) writeCsv(options.csvFile, *plate);
+    if (!options.csvFile.empty()) writeCsv(numbered(options.csvFile, frame), *plate);
     const double times = magnification(*plate);
     drawGrid(overlay, *plate, options.plate.staggered);
     drawClutter(overlay, blobs, *plate);
@@ -196,7 +196,8 @@ int main(int argc, char** argv) {
                    "Least share of the pattern that has to be seen")
         ->check(CLI::Range(0.01, 1.0))
         ->capture_default_str();
-    app.add_option("--csv", options.csvFile, "Write column, row, place and residual of each dot")
+    app.add_option("--csv", options.csvFile,
+                   "Write column, row, place and residual of each dot; frames are numbered")
         ->type_name("FILE");
     CLI11_PARSE(app, argc, argv);
 
@@ -208,8 +209,8 @@ int main(int argc, char** argv) {
             }
         }
         const bool isFound =
-            lookAtAll(options.source, [&](const cv::Mat& picture, cv::Mat& drawing) {
-                return look(picture, options, drawing);
+            lookAtAll(options.source, [&](const cv::Mat& picture, int frame, cv::Mat& drawing) {
+                return look(picture, frame, options, drawing);
             });
         return isFound ? 0 : 1;
     });

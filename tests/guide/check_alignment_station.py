@@ -98,6 +98,18 @@ class AlignmentStation(unittest.TestCase):
         self.ends(2, "train", DATA / "part.csv")
         self.ends(2, "train", self.write("two.csv", "x,y\n0,0\n1,0\n"), self.folder / "matcher")
 
+    def test_leaves_files_as_they_are_that_it_must_not_replace(self):
+        frames = self.write("frames.csv", (DATA / "frames.csv").read_text(encoding="utf-8"))
+        marks = self.write("marks.csv", (DATA / "calibration.csv").read_text(encoding="utf-8"))
+        (self.folder / "link.csv").symlink_to("frames.csv")
+        notes = self.write("notes.txt", "kept\n")
+        before = {path: path.read_bytes() for path in (frames, marks, notes)}
+        for report in ("frames.csv", "link.csv", "marks.csv"):
+            told = self.run_ends(2, frames=frames, calibration=marks, report=report)
+            self.assertIn(f"{report}: is read by this run", told)
+        self.assertIn("ends in .csv or .jsonl", self.run_ends(2, report="notes.txt"))
+        self.assertEqual(before, {path: path.read_bytes() for path in before})
+
     def test_can_make_its_data_again(self):
         subprocess.run([sys.executable, "-B", PROJECT / "examples/08_alignment_station/make_frames.py",
                         self.folder / "made"], check=True)
