@@ -80,6 +80,25 @@ std::string examplesOf(const CLI::App& command) {
            "\n.fi\n";
 }
 
+// What a reader without the documents has to know to write the tables.
+std::string fileSection() {
+    const std::pair<const char*, const char*> kinds[] = {
+        {"Points",
+         "A line for each point: x,y, of a model also x,y,weight. With a header (a first line "
+         "without a number) columns are found by name: x and y, weight in a model, frame with "
+         "--frames; others are ignored. Blank lines and lines that begin with # are skipped."},
+        {"Pairs", "The same with the columns ax,ay,bx,by, in space ax,ay,az,bx,by,bz."},
+        {"Patterns",
+         "Text with a line for each row: x, X, #, 1, *, o and O are set positions, the dot, 0 and "
+         "the blank are not. Or a portable grey map (PGM), in which every pixel but 0 is set."},
+        {"Trained matchers", "Archives that train writes, told by their content."}};
+    std::string text = ".SH FILES\n";
+    for (const auto& [kind, meaning] : kinds) {
+        text += std::string(".TP\n.B ") + kind + "\n" + roff(meaning) + "\n";
+    }
+    return text;
+}
+
 std::string commandSection(const CLI::App& command) {
     std::string text =
         ".SS ptmatch " + roff(command.get_name()) + "\n" + roff(command.get_description()) + ".\n";
@@ -129,7 +148,7 @@ std::string optionWords(const CLI::App& command) {
 std::string manualPage(const CLI::App& app, const std::string& version) {
     std::string text = ".TH PTMATCH 1 \"\" \"ptmatch " + roff(version) + "\" \"User Commands\"\n";
     text += ".nh\n.ad l\n";  // options are neither hyphenated nor spread over the line
-    text += ".SH NAME\nptmatch \\- match sets of points in the plane\n";
+    text += ".SH NAME\nptmatch \\- find patterns and grids among points, fit transforms to pairs\n";
     text += ".SH SYNOPSIS\n";
     for (const CLI::App* const command : commandsOf(app)) {
         text += ".B ptmatch " + roff(command->get_name()) + "\n[\\fIoptions\\fR]" +
@@ -142,6 +161,7 @@ std::string manualPage(const CLI::App& app, const std::string& version) {
         "use tables in the folder data of a checkout of ptmatch, and are run there.\n";
     text += ".SH COMMANDS\n";
     for (const CLI::App* const command : commandsOf(app)) text += commandSection(*command);
+    text += fileSection();
     text += ".SH EXIT STATUS\n";
     const std::pair<const char*, const char*> codes[] = {
         {"0", "Something was found, fitted, written or shown."},
@@ -154,6 +174,10 @@ std::string manualPage(const CLI::App& app, const std::string& version) {
     for (const auto& [code, meaning] : codes) {
         text += std::string(".TP\n.B ") + code + "\n" + roff(meaning) + "\n";
     }
+    text +=
+        ".SH SEE ALSO\n.BR rsvg\\-convert (1),\nwhich makes the PNG pictures.\n.PP\n"
+        "The folder docs of the sources of ptmatch: tool.md, with examples and every field of the "
+        "JSON, and guide, on the choice of parameters.\n";
     return text;
 }
 

@@ -120,6 +120,7 @@ TEST_F(ToolPages, BuiltPagesAreThoseOfTheTool) {
     EXPECT_THAT(readFile(PTMATCH_PAGES_DIR "/ptmatch.1"),
                 AllOf(HasSubstr("\n.SH COMMANDS\n.SS ptmatch match\n"),
                       HasSubstr("\n.B ptmatch info\n[\\fIoptions\\fR] \\fIFILE\\fR\n"),
+                      HasSubstr("\n.SH FILES\n.TP\n.B Points\n"), HasSubstr("\n.SH SEE ALSO\n"),
                       HasSubstr("or output cannot be written")));
 }
 
