@@ -83,6 +83,7 @@ class GridExplainer {
     std::vector<Breach> breachesOf_(const GridPlacement& placement,
                                     const GridVariant& variant) const;
     double lowestCoverage_() const;
+    bool asksForNone_() const;
     std::vector<double> distances_() const;
     std::optional<GridSteps> otherSteps_() const;
     bool isTrusted_(const Rerun& rerun) const;
@@ -107,6 +108,12 @@ Rerun notLimited(Limit limit, const std::string& remark) {
 double GridExplainer::lowestCoverage_() const {
     if (run_().pattern.isSparse()) return 0.0;
     return 1.5 / static_cast<double>(run_().pattern.positions.size());
+}
+
+// A search for a pattern that is not sparse finds nothing without a coverage to reach.
+bool GridExplainer::asksForNone_() const {
+    const auto size = static_cast<double>(run_().pattern.positions.size());
+    return !run_().pattern.isSparse() && run_().minCoverage * size < 1.0;
 }
 
 // Up to where the surroundings of neighbouring positions meet.
@@ -137,6 +144,11 @@ std::vector<Breach> GridExplainer::breachesOf_(const GridPlacement& placement,
                                                const GridVariant& variant) const {
     constexpr double kPercent = 100.0;
     std::vector<Breach> breaches;
+    if (asksForNone_()) {
+        breaches.push_back(
+            {Limit::kCoverage, "a minimum coverage of " + shortText(run_().minCoverage) +
+                                   " finds nothing: less than one position is no placement"});
+    }
     if (placement.coverage < run_().minCoverage) {
         breaches.push_back(
             {Limit::kCoverage, "coverage " + fixedText(kPercent * placement.coverage, 1) +
@@ -205,7 +217,10 @@ Rerun GridExplainer::attempt_(Limit limit, const GridVariant& variant) const {
     if (rerun.breaches.empty()) {
         // The tolerances hold between neighbours; the fitted grid may lie within.
         rerun.breaches.push_back(
-            {limit, "neighbours on it lie outside the " + nameOf(limit) + " that is allowed"});
+            {limit,
+             limit == Limit::kAll
+                 ? "neighbours on it lie outside the rotation or scale that is allowed"
+                 : "neighbours on it lie outside the " + nameOf(limit) + " that is allowed"});
     }
     return rerun;
 }
@@ -214,7 +229,7 @@ void GridExplainer::relaxEach_() {
     constexpr double kTurn = 360.0;
     auto& reruns = report_.reruns;
     const double lowest = lowestCoverage_();
-    reruns.push_back(run_().minCoverage <= lowest
+    reruns.push_back(run_().minCoverage <= lowest && !asksForNone_()
                          ? notLimited(Limit::kCoverage, "a single position already")
                          : attempt_(Limit::kCoverage, asAsked_().minCoverage(lowest)));
     const Interval& turns = run_().rotationDeg;
@@ -243,7 +258,7 @@ void GridExplainer::relaxEach_() {
 
 void GridExplainer::relaxAll_() {
     GridVariant all = asAsked_();
-    all.minCoverage(std::min(run_().minCoverage, lowestCoverage_()));
+    all.minCoverage(lowestCoverage_());
     all.rotation(Interval::full());
     all.scale(united(run_().scale, kFarScales));
     report_.reruns.push_back(attempt_(Limit::kAll, all));
@@ -260,7 +275,7 @@ bool GridExplainer::isTrusted_(const Rerun& rerun) const {
     constexpr double kLeastShare = 0.25;
     constexpr std::size_t kFewestPositions = 6;
     if (!rerun.placement) return false;
-    if (rerun.placement->coverage >= run_().minCoverage) return true;
+    if (!asksForNone_() && rerun.placement->coverage >= run_().minCoverage) return true;
     return rerun.placement->coverage >= kLeastShare &&
            rerun.placement->matched() >= kFewestPositions;
 }
@@ -281,6 +296,7 @@ std::optional<std::size_t> GridExplainer::bestRerun_() const {
 // The options of the run, widened by no more than it takes.
 GridVariant GridExplainer::keeping_(const Rerun& rerun) const {
     constexpr double kPercent = 100.0;
+    constexpr double kUsualCoverage = 0.5;
     constexpr double kMarginDeg = 5.0;
     constexpr double kMargin = 0.05;
     constexpr double kTurn = 360.0;
@@ -288,7 +304,8 @@ GridVariant GridExplainer::keeping_(const Rerun& rerun) const {
     const GridPlacement& placement = *rerun.placement;
     for (const Breach& breach : rerun.breaches) {
         if (breach.limit == Limit::kCoverage) {
-            narrow.minCoverage(std::floor(kPercent * placement.coverage + 1e-9) / kPercent);
+            const double coverage = std::floor(kPercent * placement.coverage + 1e-9) / kPercent;
+            narrow.minCoverage(asksForNone_() ? std::min(coverage, kUsualCoverage) : coverage);
         }
         if (!placement.dataFromPattern) continue;
         const GridSteps seen = stepsOf(*placement.dataFromPattern);

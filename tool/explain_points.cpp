@@ -73,7 +73,7 @@ std::vector<RelaxedRun> PointExplainer::gridSteps_() const {
 
 RelaxedRun PointExplainer::allPoses_(const Interval& scale) const {
     RelaxedRun all = asAsked_();
-    if (!question_.exhaustive) all.minCoverage(0.0);
+    if (!question_.exhaustive && question_.run.minCoverage > 0.0) all.minCoverage(0.0);
     if (!coversTurn(question_.run.rotationDeg)) all.rotation(Interval::full());
     if (!isSubset(scale, question_.run.scale)) all.scale(united(question_.run.scale, scale));
     if (!question_.run.xTranslation.isFull) all.xTranslation(Interval::full());
@@ -143,6 +143,22 @@ void PointExplainer::relaxEach_() {
     }
 }
 
+// Poses are taken in the order of their votes; one that has fewer is not looked at, whatever its
+// coverage.
+void PointExplainer::askForMore_() {
+    auto& reruns = report_.reruns;
+    if (question_.exhaustive) {
+        reruns.push_back(notLimited_(Limit::kCount, "--exhaustive looks at all poses"));
+        return;
+    }
+    std::vector<RelaxedRun> steps;
+    for (const long count : {kMoreResults, kManyResults}) {
+        if (count > question_.run.maxResults) steps.push_back(asAsked_().maxResults(count));
+    }
+    reruns.push_back(steps.empty() ? notLimited_(Limit::kCount, "200 already")
+                                   : firstThatFinds_(Limit::kCount, steps));
+}
+
 void PointExplainer::relaxAll_() {
     std::vector<RelaxedRun> steps = {allPoses_(kNearScales), allPoses_(kFarScales)};
     if (frame_.gridSize > 0.0) {
@@ -174,8 +190,9 @@ void PointExplainer::explain() {
     runAsAsked_();
     askRun_();
     relaxEach_();
+    askForMore_();
     if (!hasCredible_()) relaxAll_();
-    if (!hasCredible_()) mirror_();
+    if (!hasCredible_() && !refusedByForbidden_()) mirror_();
     suggest_();
     if (question_.expected) {
         examineExpected_();

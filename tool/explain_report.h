@@ -73,6 +73,8 @@ struct Rerun {
     double seconds = 0.0;
     /// The best pose, when there is one: the first for points, the second for a grid pattern.
     std::optional<FoundPose> pose;
+    /// Which of the results of that search the pose is, from 1.
+    std::size_t rank = 1;
     std::optional<GridPlacement> placement;
     /// Limits of the run that exclude it.
     std::vector<Breach> breaches;

@@ -2,11 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
+#include <string>
 
 #include "number_text.h"
-#include "ptmatch/run_watch.h"
-#include "watched_search.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -16,6 +14,17 @@ Interval windowAround(double value, double away) {
     const double perUnit = std::pow(10.0, std::ceil(1.0 - std::log10(away)));
     return {std::floor((value - away) * perUnit) / perUnit,
             std::ceil((value + away) * perUnit) / perUnit};
+}
+
+// What to say when no search came upon a pose there.
+std::string whyNotExpected(const Rerun& expected) {
+    if (expected.outcome == Rerun::Outcome::kNotFinished) {
+        return "--time-limit with more seconds; the search at the expected pose did not end";
+    }
+    if (expected.outcome == Rerun::Outcome::kRefused) {
+        return "none; the search at the expected pose is refused: " + expected.remark;
+    }
+    return "none; at the expected pose no two points match";
 }
 
 }  // namespace
@@ -29,6 +38,7 @@ void PointExplainer::examineExpected_() {
     constexpr double kShareOfModel = 0.2;
     constexpr double kTurnDeg = 10.0;
     constexpr double kScaleShare = 0.1;
+    constexpr double kLowestScale = -0.9;
     const double away = std::max(kShareOfModel * frame_.radius, 2.0 * frame_.gridSize);
     const auto around = [&](double value) { return windowAround(value, away); };
     RelaxedRun there = asAsked_().minCoverage(0.0);
@@ -41,7 +51,10 @@ void PointExplainer::examineExpected_() {
     }
     if (wanted.scale) {
         const double share = *wanted.scale / run.startScale;
-        there.scale(windowAround(share - 1.0, kScaleShare * share));
+        Interval scale = windowAround(share - 1.0, kScaleShare * share);
+        // No run takes lower ones; a pose below is refused with what can be had.
+        if (scale.high > kLowestScale) scale.low = std::max(scale.low, kLowestScale);
+        there.scale(scale);
     } else {
         there.scale(united(run.scale, kFarScales));
     }
@@ -54,58 +67,59 @@ void PointExplainer::examineExpected_() {
 }
 
 void PointExplainer::suggestForExpected_() {
-    Rerun& expected = *report_.expected;
+    const Rerun& expected = *report_.expected;
+    const auto isEnlarged = [](const Breach& breach) {
+        return breach.limit == Limit::kCaptureRange || breach.limit == Limit::kGridSize;
+    };
+    const auto isAllowed = [](const Breach& breach) { return breach.limit == Limit::kCount; };
     report_.chosen.reset();
     if (!expected.pose) {
-        report_.suggestion = {{}, "none; at the expected pose no two points match"};
+        report_.suggestion = {{}, whyNotExpected(expected)};
         return;
     }
-    const bool isClutter = expected.pose->coverage < question_.run.minCoverage &&
-                           !isCredible(expected.log10FalseAlarms);
-    if (isClutter) {
+    // Clutter has any coverage within a range that is wide enough.
+    const bool isByChance = expected.pose->coverage < question_.run.minCoverage ||
+                            std::ranges::any_of(expected.breaches, isEnlarged);
+    if (isByChance && !isCredible(expected.log10FalseAlarms)) {
         report_.suggestion = {{},
-                              "none; at the expected pose " + pairsText(*expected.pose) +
+                              "none; at the expected pose " + pairsText_(*expected.pose) +
                                   " match, no more than clutter offers"};
-        return;
-    }
-    if (!expected.breaches.empty()) {
-        report_.suggestion = suggestionFor_(expected, "the expected pose");
-        return;
-    }
-    // Nothing forbids it: it ranks behind others, or the votes of others hide it.
-    constexpr long kLookedThrough = 1000;
-    RunOptions run = question_.run;
-    run.maxResults = std::max(run.maxResults, kLookedThrough);
-    std::optional<std::size_t> rank;
-    try {
-        const auto found = watchedSearch(*question_.model.matcher, data_(), runParams(run),
-                                         "rank: ", question_.timeLimit);
-        for (std::size_t i = 0; i < found.results().size() && !rank; ++i) {
-            if (arePlacedAlike(found.results()[i].modelToDataXform(), expected.pose->dataFromModel,
-                               frame_)) {
-                rank = i + 1;
-            }
-        }
-    } catch (const rxDeadlinePassed&) {
-        // As if it were not among them.
-    }
-    if (rank && std::cmp_less_equal(*rank, question_.run.maxResults)) {
-        report_.suggestion = {{},
-                              "none; the expected pose is found, at rank " + std::to_string(*rank)};
-    } else if (rank) {
-        const auto& best = report_.match.poses.front();
-        expected.breaches = {{Limit::kCount, "it ranks at " + std::to_string(*rank) +
-                                                 ", the first covers " +
-                                                 fixedText(100.0 * best.coverage, 1) + " %"}};
-        const RelaxedRun more = asAsked_().maxResults(static_cast<long>(*rank));
-        report_.suggestion = {more.options(), optionText(more.options()) +
-                                                  " shows the expected pose, too: " +
-                                                  pairsText(*expected.pose) + " match"};
+    } else if (isRefusedByForbidden_(expected)) {
+        report_.suggestion = {{}, "none; at the expected pose " + forbiddenText_(*expected.pose)};
+    } else if (std::ranges::all_of(expected.breaches, isAllowed)) {
+        suggestAllowed_();
     } else {
-        expected.breaches = {
-            {Limit::kCount, "it is allowed, but other poses have more votes on the way"}};
         report_.suggestion = suggestionFor_(expected, "the expected pose");
     }
+}
+
+// Nothing forbids the expected pose: it ranks behind others, or the votes of others hide it.
+void PointExplainer::suggestAllowed_() {
+    Rerun& expected = *report_.expected;
+    const FoundPose& pose = *expected.pose;
+    expected.breaches.clear();
+    const auto& found = report_.match.poses;
+    const auto same = std::ranges::find_if(found, [&](const FoundPose& other) {
+        return arePlacedAlike(other.dataFromModel, pose.dataFromModel, frame_);
+    });
+    if (same != found.end()) {
+        report_.suggestion = {{},
+                              "none; the expected pose is found, at rank " +
+                                  std::to_string(same - found.begin() + 1)};
+        return;
+    }
+    const auto fewest = fewestResults_(asAsked_(), true, pose);
+    if (fewest && report_.hasFound()) {
+        expected.breaches = {
+            {Limit::kCount, "it ranks at " + std::to_string(fewest->rank) + ", the first covers " +
+                                fixedText(100.0 * found.front().coverage, 1) + " %"}};
+        report_.suggestion = {fewest->run.options(),
+                              optionText(fewest->run.options()) +
+                                  " shows the expected pose, too: " + pairsText_(pose) + " match"};
+        return;
+    }
+    expected.breaches = {{Limit::kCount, kHidden}};
+    report_.suggestion = suggestionFor_(expected, "the expected pose");
 }
 
 }  // namespace ptmatch::tool

@@ -1,6 +1,7 @@
 #include "point_explainer.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "input_error.h"
@@ -17,8 +18,6 @@ using Outcome = Rerun::Outcome;
 
 // Below this a pose is no accident: one in a hundred scenes of clutter has as good a one.
 constexpr double kCredible = -2.0;
-// So many results are compared where the coverage does not tell them from accidents.
-constexpr long kCompared = 16;
 
 std::string secondsText(double seconds) {
     return significantText(seconds, 3) + " s";
@@ -61,6 +60,7 @@ void PointExplainer::takeBest_(const rxPointMatcher& matcher, const rxPointMatch
         if (i > 0 && !(chance.value_or(0.0) < rerun.log10FalseAlarms.value_or(0.0))) continue;
         rerun.log10FalseAlarms = chance;
         rerun.pose = foundPose(results[i]);
+        rerun.rank = i + 1;
         // Where the coverage tells poses apart, the first is the best.
         if (params.minCoverage() > 0.0) return;
     }
@@ -71,15 +71,24 @@ bool PointExplainer::isAsFound_(const FoundPose& pose) const {
            arePlacedAlike(report_.match.poses.front().dataFromModel, pose.dataFromModel, frame_);
 }
 
-Rerun PointExplainer::attempt_(Limit limit, const RelaxedRun& relaxed,
+bool PointExplainer::coversClearlyMore_(const FoundPose& pose) const {
+    constexpr double kClearlyMore = 0.05;
+    return pose.coverage > report_.match.poses.front().coverage + kClearlyMore;
+}
+
+RelaxedRun PointExplainer::compared_(RelaxedRun relaxed) {
+    if (relaxed.run().minCoverage > 0.0 || relaxed.run().maxResults >= kMoreResults) return relaxed;
+    return relaxed.maxResults(kMoreResults);
+}
+
+Rerun PointExplainer::attempt_(Limit limit, const RelaxedRun& asked,
                                const rxPointMatcher& matcher) const {
+    const RelaxedRun relaxed = question_.exhaustive ? asked : compared_(asked);
     Rerun rerun;
     rerun.limit = limit;
     rerun.options = relaxed.options();
-    RunOptions run = relaxed.run();
-    if (run.minCoverage == 0.0) run.maxResults = std::max(run.maxResults, kCompared);
     try {
-        const rxPointMatcherRunParams params = runParams(run);
+        const rxPointMatcherRunParams params = runParams(relaxed.run());
         if (wouldTakeTooLong_(matcher, params, rerun)) return rerun;
         const rxPointMatcherResultSet found =
             watchedSearch(matcher, data_(), params, nameOf(limit) + ": ", question_.timeLimit);
@@ -95,18 +104,26 @@ Rerun PointExplainer::attempt_(Limit limit, const RelaxedRun& relaxed,
         rerun.outcome = Outcome::kRefused;
         rerun.remark = std::string(trimmed(error.what()));
     }
-    if (!rerun.pose) return rerun;
-    rerun.breaches = breachesOf(*rerun.pose, frame_);
+    if (rerun.pose) blame_(relaxed, rerun);
+    return rerun;
+}
+
+// Which limits of the run exclude the pose of a search with others.
+void PointExplainer::blame_(const RelaxedRun& relaxed, Rerun& rerun) const {
+    const Limit limit = rerun.limit;
+    const bool isSize = limit == Limit::kCaptureRange || limit == Limit::kGridSize;
     if (isAsFound_(*rerun.pose)) {
         rerun.outcome = Outcome::kSame;
-        rerun.breaches.clear();
-        return rerun;
+        // A size decides how many partners a pose has that is found with another one, too.
+        if (!isSize || !coversClearlyMore_(*rerun.pose)) return;
     }
-    // A search without minimum coverage comes upon more poses, also on some that have the coverage
-    // and lie beside what the other limits look at.
-    const bool isByWayOfCoverage =
-        limit == Limit::kCoverage && rerun.pose->coverage >= question_.run.minCoverage;
-    if (isByWayOfCoverage && !rerun.breaches.empty()) return rerun;
+    rerun.breaches = breachesOf(*rerun.pose, frame_);
+    // A search without minimum coverage or for more results comes upon more poses, also on some
+    // that lie beside what the other limits look at.
+    const bool isOnTheWay =
+        limit == Limit::kCount ||
+        (limit == Limit::kCoverage && rerun.pose->coverage >= question_.run.minCoverage);
+    if (isOnTheWay && !rerun.breaches.empty()) return;
     // A limit that was not relaxed has let the pose pass, whatever its fit came to.
     std::erase_if(rerun.breaches,
                   [&](const Breach& breach) { return !relaxed.changes(breach.limit); });
@@ -120,7 +137,55 @@ Rerun PointExplainer::attempt_(Limit limit, const RelaxedRun& relaxed,
         rerun.breaches.push_back(
             breachOf(size, *rerun.pose, relaxed, frame_, model_(), data_().points));
     }
-    return rerun;
+    if (rerun.breaches.empty() && !question_.exhaustive && limit != Limit::kMirror) {
+        rerun.breaches.push_back({Limit::kCount, kHidden});
+    }
+}
+
+// Which result of a run a pose is, if any.
+std::optional<std::size_t> PointExplainer::rankIn_(const rxPointMatcherRunParams& params,
+                                                   const FoundPose& pose, double timeLimit) const {
+    const auto found =
+        watchedSearch(*question_.model.matcher, data_(), params, "check: ", timeLimit);
+    const auto& results = found.results();
+    for (std::size_t i = 0; i < results.size(); ++i) {
+        if (arePlacedAlike(results[i].modelToDataXform(), pose.dataFromModel, frame_)) return i + 1;
+    }
+    return std::nullopt;
+}
+
+// The run, with as few results as bring out the pose.
+std::optional<PointExplainer::Ranked> PointExplainer::fewestResults_(const RelaxedRun& relaxed,
+                                                                     bool isCountToBlame,
+                                                                     const FoundPose& pose) const {
+    std::vector<RelaxedRun> steps;
+    if (!isCountToBlame) steps.push_back(relaxed);
+    if (!question_.exhaustive) {
+        for (const long count : {2L, 5L, 10L, kMoreResults, 50L, 100L, kManyResults, 500L, 1000L}) {
+            if (count <= question_.run.maxResults) continue;
+            steps.push_back(RelaxedRun(relaxed).maxResults(count));
+        }
+    }
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        for (const RelaxedRun& step : steps) {
+            const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+            const double left = question_.timeLimit - spent.count();
+            if (!(left > 0.0)) break;
+            const rxPointMatcherRunParams params = runParams(step.run());
+            Rerun unused;
+            if (wouldTakeTooLong_(*question_.model.matcher, params, unused)) break;
+            const auto rank = rankIn_(params, pose, left);
+            if (rank) return Ranked{step, *rank};
+        }
+    } catch (const rxDeadlinePassed&) {
+        // As if it were not among them.
+    } catch (const InputError&) {
+        // Nor is it with options that are refused.
+    } catch (const rxPointMatcherDefs::Errors&) {
+        // As above.
+    }
+    return std::nullopt;
 }
 
 // The first that finds a pose that is no accident, or else the one whose pose is the least so.
@@ -129,9 +194,11 @@ Rerun PointExplainer::firstThatFinds_(Limit limit, const std::vector<RelaxedRun>
     for (const RelaxedRun& step : steps) {
         Rerun rerun = attempt_(limit, step);
         if (rerun.isFound() && isCredible(rerun.log10FalseAlarms)) return rerun;
-        const bool isBetter = !best || !best->isFound() ||
-                              (rerun.isFound() && rerun.log10FalseAlarms.value_or(0.0) <
-                                                      best->log10FalseAlarms.value_or(0.0));
+        // Where a search did not end, nobody knows that there is nothing.
+        const bool isBetter =
+            !best || (best->isFound() ? rerun.isFound() && rerun.log10FalseAlarms.value_or(0.0) <
+                                                               best->log10FalseAlarms.value_or(0.0)
+                                      : rerun.isFound() || best->outcome != Outcome::kNotFinished);
         if (isBetter) best = std::move(rerun);
     }
     return best.value_or(notLimited_(limit, {}));

@@ -6,22 +6,56 @@
 
 namespace ptmatch::tool {
 
-std::string pairsText(const FoundPose& pose) {
-    return std::to_string(pose.matched()) + " of " + std::to_string(pose.map.size()) + " points";
+// Points that nothing may lie on, or that do not count, are none to be matched.
+std::string PointExplainer::pairsText_(const FoundPose& pose) const {
+    const std::vector<long>& weights = question_.model.table.weights;
+    std::size_t matched = 0;
+    std::size_t all = 0;
+    for (std::size_t i = 0; i < pose.map.size(); ++i) {
+        if (i < weights.size() && weights[i] <= 0) continue;
+        ++all;
+        if (pose.map[i] >= 0) ++matched;
+    }
+    return std::to_string(matched) + " of " + std::to_string(all) + " points";
+}
+
+// Names the first model point of negative weight that has a partner; empty when none has.
+std::string PointExplainer::forbiddenText_(const FoundPose& pose) const {
+    const std::vector<long>& weights = question_.model.table.weights;
+    for (std::size_t i = 0; i < std::min(pose.map.size(), weights.size()); ++i) {
+        if (weights[i] >= 0 || pose.map[i] < 0) continue;
+        const rxVector<2>& point = model_()[i];
+        return "a point lies where nothing may be: on model point " + shortText(point.x()) + "," +
+               shortText(point.y()) + " of weight " + std::to_string(weights[i]);
+    }
+    return {};
+}
+
+// Whether the coverage is too low because a point lies where none may.
+bool PointExplainer::isRefusedByForbidden_(const Rerun& rerun) const {
+    return rerun.pose && rerun.pose->coverage < question_.run.minCoverage &&
+           !forbiddenText_(*rerun.pose).empty();
+}
+
+const Rerun* PointExplainer::refusedByForbidden_() const {
+    for (const Rerun& rerun : report_.reruns) {
+        if (isRefusedByForbidden_(rerun) && isCredible(rerun.log10FalseAlarms)) return &rerun;
+    }
+    return nullptr;
 }
 
 // Whether a pose is worth a change of options. Clutter reaches any coverage within a range that is
 // wide enough; and without the coverage or with all limits relaxed only what is no accident counts.
 bool PointExplainer::isTrusted_(const Rerun& rerun) const {
-    if (!rerun.pose) return false;
+    if (!rerun.pose || isRefusedByForbidden_(rerun)) return false;
     // What another limit is to blame for is told by the search that relaxes that one.
-    const auto isOther = [&](const Breach& breach) { return breach.limit != Limit::kCoverage; };
-    if (rerun.limit == Limit::kCoverage && std::ranges::any_of(rerun.breaches, isOther)) {
-        return false;
-    }
+    const auto isOther = [&](const Breach& breach) { return breach.limit != rerun.limit; };
+    const bool isOnTheWay = rerun.limit == Limit::kCoverage || rerun.limit == Limit::kCount;
+    if (isOnTheWay && std::ranges::any_of(rerun.breaches, isOther)) return false;
     if (isCredible(rerun.log10FalseAlarms)) return true;
-    const bool isSize = rerun.limit == Limit::kCaptureRange || rerun.limit == Limit::kGridSize;
-    if (isSize) return rerun.log10FalseAlarms.value_or(0.0) < 0.0;
+    const bool isMore = rerun.limit == Limit::kCaptureRange || rerun.limit == Limit::kGridSize ||
+                        rerun.limit == Limit::kCount;
+    if (isMore) return rerun.log10FalseAlarms.value_or(0.0) < 0.0;
     if (rerun.limit == Limit::kMirror || rerun.limit == Limit::kAll) return false;
     return question_.exhaustive || rerun.pose->coverage >= question_.run.minCoverage;
 }
@@ -34,17 +68,17 @@ bool PointExplainer::hasCredible_() const {
 
 std::optional<std::size_t> PointExplainer::bestRerun_() const {
     constexpr double kClearlyLess = 2.0;
-    constexpr double kClearlyMore = 0.05;
     std::optional<std::size_t> best;
     for (std::size_t i = 0; i < report_.reruns.size(); ++i) {
         const Rerun& rerun = report_.reruns[i];
         if (!isTrusted_(rerun)) continue;
         const double chance = rerun.log10FalseAlarms.value_or(0.0);
         if (report_.hasFound()) {
-            const bool isBetter =
-                chance < asAskedFalseAlarms_.value_or(0.0) - kClearlyLess &&
-                rerun.pose->coverage > report_.match.poses.front().coverage + kClearlyMore;
-            if (rerun.outcome == Rerun::Outcome::kSame || !isBetter) continue;
+            const bool isBetter = chance < asAskedFalseAlarms_.value_or(0.0) - kClearlyLess &&
+                                  coversClearlyMore_(*rerun.pose);
+            // The same pose counts where a size gives it more partners; that is its breach then.
+            const bool isNoOther = rerun.outcome == Rerun::Outcome::kSame && rerun.breaches.empty();
+            if (isNoOther || !isBetter) continue;
         }
         if (!best || chance < report_.reruns[*best].log10FalseAlarms.value_or(0.0)) best = i;
     }
@@ -72,15 +106,19 @@ RelaxedRun PointExplainer::keeping_(const Rerun& rerun) const {
 Suggestion PointExplainer::suggestionFor_(const Rerun& rerun, const std::string& pose) const {
     Suggestion suggestion;
     suggestion.options = rerun.options;
+    std::size_t rank = rerun.rank;
     const RelaxedRun narrow = keeping_(rerun);
-    if (!narrow.options().empty()) {
-        const Rerun check = attempt_(rerun.limit, narrow);
-        const bool isThere = check.pose && arePlacedAlike(check.pose->dataFromModel,
-                                                          rerun.pose->dataFromModel, frame_);
-        if (isThere) suggestion.options = narrow.options();
+    const bool isCountToBlame = std::ranges::any_of(
+        rerun.breaches, [](const Breach& breach) { return breach.limit == Limit::kCount; });
+    if (isCountToBlame || !narrow.options().empty()) {
+        if (const auto fewest = fewestResults_(narrow, isCountToBlame, *rerun.pose)) {
+            suggestion.options = fewest->run.options();
+            rank = fewest->rank;
+        }
     }
-    suggestion.text = optionText(suggestion.options) + " finds " + pose + ": " +
-                      pairsText(*rerun.pose) + " match";
+    suggestion.text = optionText(suggestion.options) + " finds " + pose +
+                      (rank > 1 ? " at rank " + std::to_string(rank) : "") + ": " +
+                      pairsText_(*rerun.pose) + " match";
     if (rerun.log10FalseAlarms && !isCredible(rerun.log10FalseAlarms)) {
         suggestion.text += ", which clutter alone may do, too";
     }
@@ -97,6 +135,9 @@ std::string PointExplainer::whatIsMissing_() const {
         if (report_.why->reason == rxWhyNotDefs::eTooFewData) {
             return "none; the data hold fewer points than the coverage asks for";
         }
+    }
+    if (const Rerun* refused = refusedByForbidden_()) {
+        return "none; at the best pose " + forbiddenText_(*refused->pose);
     }
     const bool hasUnfinished = std::ranges::any_of(report_.reruns, [](const Rerun& rerun) {
         return rerun.outcome == Rerun::Outcome::kNotFinished;
@@ -118,11 +159,14 @@ void PointExplainer::suggest_() {
     const Rerun& best = report_.reruns[*report_.chosen];
     if (best.limit == Limit::kMirror) {
         report_.suggestion.text = "write -y for y in one of the tables; then " +
-                                  optionText(best.options) + " finds " + pairsText(*best.pose);
+                                  optionText(best.options) + " finds " + pairsText_(*best.pose);
         report_.chosen.reset();
         return;
     }
-    report_.suggestion = suggestionFor_(best, report_.hasFound() ? "a better pose" : "a pose");
+    const bool isSame = best.outcome == Rerun::Outcome::kSame;
+    report_.suggestion = suggestionFor_(best, isSame               ? "this pose with more points"
+                                              : report_.hasFound() ? "a better pose"
+                                                                   : "a pose");
 }
 
 }  // namespace ptmatch::tool

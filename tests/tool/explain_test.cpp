@@ -12,6 +12,7 @@
 #include "explain_table.h"
 #include "foundation/angle.h"
 #include "tool_runner.h"
+#include "watched_search.h"
 #include "xml_check.h"
 
 using namespace ptmatch::tool;
@@ -76,12 +77,12 @@ Points dataOf(const Scene& scene) {
     return data;
 }
 
-ExplainReport explained(const RunOptions& run, const Points& data,
-                        std::optional<ExpectedPose> expected = {}, bool exhaustive = false,
-                        double timeLimit = 60.0) {
+// Of a model in a table, which may have weights.
+ExplainReport explainedOf(const PointTable& model, const RunOptions& run, const Points& data,
+                          std::optional<ExpectedPose> expected = {}, bool exhaustive = false,
+                          double timeLimit = 60.0) {
     PointQuestion question;
-    question.model.table.points = sampleModel();
-    if (exhaustive) question.model.table.points.resize(4);
+    question.model.table = model;
     question.model.matcher = trainedOnPoints(
         question.model.table,
         exhaustive ? rxPointMatcherDefs::eExhaustiveMode : rxPointMatcherDefs::eAutoDetect, "m");
@@ -98,6 +99,15 @@ ExplainReport explained(const RunOptions& run, const Points& data,
     report.match.data.points = data;
     explainPoints(question, report);
     return report;
+}
+
+ExplainReport explained(const RunOptions& run, const Points& data,
+                        std::optional<ExpectedPose> expected = {}, bool exhaustive = false,
+                        double timeLimit = 60.0) {
+    PointTable model;
+    model.points = sampleModel();
+    if (exhaustive) model.points.resize(4);
+    return explainedOf(model, run, data, expected, exhaustive, timeLimit);
 }
 
 const Rerun& rerunOf(const ExplainReport& report, Limit limit) {
@@ -370,12 +380,86 @@ TEST(Explain, SearchesThatTakeTooLongAreNamed) {
     EXPECT_THAT(report.suggestion.text, StartsWith("--time-limit with more seconds"));
 }
 
+TEST(Explain, AnExpectedPoseThatWasNotLookedForIsNotDenied) {
+    const Scene scene{.rotationDeg = 30.0};
+    const ExplainReport late =
+        explained(strictRun(), dataOf(scene), ExpectedPose{scene.place, 30.0, 1.0}, false, 1e-9);
+    EXPECT_EQ(late.suggestion.text,
+              "--time-limit with more seconds; the search at the expected pose did not end");
+    const ExplainReport tiny =
+        explained(strictRun(), dataOf(scene), ExpectedPose{scene.place, 30.0, 0.05});
+    EXPECT_THAT(tiny.suggestion.text,
+                StartsWith("none; the search at the expected pose is refused: --scale: LO must"));
+    // A tenth below it would be refused; what is left of the range is looked at.
+    const ExplainReport small =
+        explained(strictRun(), dataOf(scene), ExpectedPose{scene.place, 30.0, 0.105});
+    EXPECT_NE(small.expected->outcome, Rerun::Outcome::kRefused);
+}
+
+TEST(Explain, APointWhereNothingMayBeIsNamed) {
+    // A plate with a mark, turned over.
+    PointTable plate;
+    plate.points = {{-40, -20}, {-15, -20}, {15, -20}, {40, -20}, {-40, 20}, {-15, 20},
+                    {15, 20},   {40, 20},   {22, 6},   {-22, 6},  {-22, -6}, {22, -6}};
+    plate.weights = {1, 1, 1, 1, 1, 1, 1, 1, 1, -4, -4, -4};
+    Points over(plate.points.begin(), plate.points.begin() + 8);
+    over.emplace_back(-22.0, 6.0);
+    RunOptions run;
+    run.minCoverage = 0.7;
+    const ExplainReport report = explainedOf(plate, run, over);
+    EXPECT_FALSE(report.chosen);
+    EXPECT_EQ(report.suggestion.text,
+              "none; at the best pose a point lies where nothing may be: "
+              "on model point -22,6 of weight -4");
+    EXPECT_EQ(explainedOf(plate, run, over, ExpectedPose{{0.0, 0.0}, 0.0, 1.0}).suggestion.text,
+              "none; at the expected pose a point lies where nothing may be: on model point -22,6 "
+              "of weight -4");
+    // They are no points to be matched either.
+    Points seen(plate.points.begin() + 1, plate.points.begin() + 9);
+    run.minCoverage = 0.95;
+    EXPECT_EQ(explainedOf(plate, run, seen).suggestion.text,
+              "--min-coverage 0.88 finds a pose: 8 of 9 points match");
+}
+
+TEST(Explain, ASizeThatGivesTheSamePoseMorePointsIsTold) {
+    const PointTable model = readPoints(PTMATCH_DATA_DIR "/versa64/model.csv");
+    const Points data = readPoints(PTMATCH_DATA_DIR "/versa64/data.csv").points;
+    RunOptions run;
+    run.startScale = 11.8;
+    const ExplainReport report = explainedOf(model, run, data);
+    ASSERT_TRUE(report.hasFound());
+    EXPECT_EQ(report.match.poses.front().matched(), 44U);
+    EXPECT_EQ(rerunOf(report, Limit::kCaptureRange).outcome, Rerun::Outcome::kSame);
+    EXPECT_THAT(report.suggestion.text,
+                EndsWith(" finds this pose with more points: 65 of 66 points match"));
+    const ExplainReport again = explainedOf(model, followed(run, report.suggestion), data);
+    EXPECT_EQ(again.match.poses.front().matched(), 65U);
+    EXPECT_EQ(again.suggestion.text, "none; no other limit finds a clearly better pose");
+}
+
 namespace {
 
 const std::string kNeedleModel = PTMATCH_DATA_DIR "/demo_pick/model.csv";
 const std::string kNeedleData = PTMATCH_DATA_DIR "/demo_pick/data.csv";
 const std::string kPattern = PTMATCH_DATA_DIR "/dots_staggered/pattern.txt";
 const std::string kDots = PTMATCH_DATA_DIR "/dots_staggered/data.csv";
+
+// The data of the card without the partners of some of its points, moved by `shift`.
+Points withoutDots(std::size_t count, const rxVector<2>& shift = {0.0, 0.0}) {
+    const PointTable model = readPoints(kNeedleModel);
+    const PointTable data = readPoints(kNeedleData);
+    const auto matcher = trainedOnPoints(model, rxPointMatcherDefs::eAutoDetect, "m");
+    const auto found = foundPoses(watchedSearch(*matcher, data, runParams(RunOptions())));
+    std::vector<bool> isHidden(data.points.size());
+    for (std::size_t i = 0; i < count; ++i) {
+        isHidden[static_cast<std::size_t>(found.at(0).map[i * 7 % 30])] = true;
+    }
+    Points left;
+    for (std::size_t k = 0; k < data.points.size(); ++k) {
+        if (!isHidden[k]) left.push_back(data.points[k] + shift);
+    }
+    return left;
+}
 
 ExplainReport explainedGrid(const std::string& rotation, const std::string& scale, double snap,
                             double minCoverage, const StepOptions& steps = {}) {
@@ -405,6 +489,46 @@ Limit culpritOf(const ExplainReport& report) {
 
 }  // namespace
 
+TEST(Explain, APoseThatVotesOfOthersHideIsBroughtOutByMoreResults) {
+    const PointTable model = readPoints(kNeedleModel);
+    const Points data = withoutDots(12);
+    RunOptions run;
+    run.rotationDeg = Interval::full();
+    const ExplainReport report = explainedOf(model, run, data);
+    EXPECT_FALSE(report.hasFound());
+    ASSERT_TRUE(report.chosen) << explainTable(report);
+    EXPECT_EQ(report.reruns[*report.chosen].limit, Limit::kCount);
+    EXPECT_EQ(report.suggestion.text, "--max-results 5 finds a pose: 18 of 30 points match");
+    EXPECT_EQ(optionText(rerunOf(report, Limit::kCoverage).options),
+              "--min-coverage 0 --max-results 20");
+    EXPECT_THAT(breachTexts(rerunOf(report, Limit::kCoverage)),
+                ElementsAre(StartsWith("it is allowed, but others have more votes")));
+    // Where it is expected, the run is not said to find it.
+    const ExpectedPose truth{{539.0, 341.0}, -5.0, {}};
+    EXPECT_EQ(explainedOf(model, run, data, truth).suggestion.text,
+              "--max-results 5 finds the expected pose: 18 of 30 points match");
+    run = followed(run, report.suggestion);
+    const ExplainReport again = explainedOf(model, run, data, truth);
+    EXPECT_EQ(again.suggestion.text, "none; the expected pose is found, at rank 1");
+    // Larger sizes find partners anywhere.
+    const ExpectedPose wrong{{539.0, 341.0}, 175.0, {}};
+    EXPECT_THAT(
+        explainedOf(model, run, data, wrong).suggestion.text,
+        AllOf(StartsWith("none; at the expected pose "), EndsWith("no more than clutter offers")));
+}
+
+TEST(Explain, AnExpectedPoseRanksBehindOthersThatTheRunDoesNotFindEither) {
+    Points two = withoutDots(12);
+    for (const rxVector<2>& point : withoutDots(13, {900.0, 700.0})) two.push_back(point);
+    RunOptions run;
+    run.rotationDeg = Interval::full();
+    const ExplainReport report =
+        explainedOf(readPoints(kNeedleModel), run, two, ExpectedPose{{1439.0, 1041.0}, -5.0, {}});
+    EXPECT_FALSE(report.hasFound());
+    EXPECT_EQ(report.suggestion.text,
+              "--max-results 100 finds the expected pose at rank 2: 17 of 30 points match");
+}
+
 TEST(ExplainGrid, EachLimitIsFoundToBeTheCulprit) {
     const ExplainReport turned = explainedGrid("20,40", "", 0.0, 0.5);
     EXPECT_EQ(culpritOf(turned), Limit::kRotation);
@@ -428,6 +552,15 @@ TEST(ExplainGrid, TwoLimitsTogetherAreNamedByTheLastSearch) {
     EXPECT_EQ(culpritOf(report), Limit::kAll);
     EXPECT_EQ(rerunOf(report, Limit::kAll).placement->matched(), 25U);
     EXPECT_EQ(rerunOf(report, Limit::kAll).breaches.size(), 2U);
+}
+
+TEST(ExplainGrid, ACoverageOfZeroIsFoundToBeTheCulprit) {
+    const ExplainReport report = explainedGrid("", "", 0.0, 0.0);
+    EXPECT_EQ(culpritOf(report), Limit::kCoverage);
+    EXPECT_THAT(breachTexts(rerunOf(report, Limit::kCoverage)),
+                ElementsAre(StartsWith("a minimum coverage of 0 finds nothing")));
+    EXPECT_EQ(report.suggestion.text,
+              "--min-coverage 0.5 finds a placement: 25 of 25 positions match");
 }
 
 TEST(ExplainGrid, WhatTheRunFindsIsLeftAlone) {
@@ -464,7 +597,8 @@ TEST_F(Tool, ExplainTellsTheSameAsJson) {
     EXPECT_EQ(found["why"]["rejected"]["coverage"], found["why"]["candidates"]);
     EXPECT_GT(found["why"]["lattice_points"], 0);
     const std::vector<std::string> limits = {"coverage",    "rotation",      "scale",
-                                             "translation", "capture_range", "grid_size"};
+                                             "translation", "capture_range", "grid_size",
+                                             "max_results"};
     ASSERT_EQ(found["reruns"].size(), limits.size());
     for (std::size_t i = 0; i < limits.size(); ++i) {
         EXPECT_EQ(found["reruns"][i]["limit"], limits[i]);
