@@ -6,18 +6,36 @@
 #include <exception>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "exit_code.h"
 #include "foundation/attention.h"
 #include "interrupt_guard.h"
+#include "number_text.h"
 #include "tool_app.h"
 
 namespace {
 
 using namespace ptmatch::tool;
 
+// What the parser says, but for words that it does not know: it calls commands otherwise than the
+// tool does, and lists unexpected words from the last to the first.
+std::string reasonOf(const CLI::App& app, const CLI::Error& error) {
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (app.get_subcommands().empty()) {
+        if (unknown.empty()) return "a command is required";
+        return "unknown command " + inQuotes(unknown.front());
+    }
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) return error.what();
+    std::string text = unknown.size() == 1 ? "The following argument was not expected:"
+                                           : "The following arguments were not expected:";
+    for (const std::string& word : unknown) text += " " + printable(word);
+    return text;
+}
+
 std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
-    return "ptmatch: " + CLI::FailureMessage::simple(app, error);
+    return "ptmatch: " +
+           CLI::FailureMessage::simple(app, CLI::Error(error.get_name(), reasonOf(*app, error)));
 }
 
 int complain(const std::exception& error) {
@@ -33,7 +51,7 @@ int runTool(int argc, char** argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? 0 : kExitBadInput;  // 0: help was asked for
+        return app.exit(error) == 0 ? 0 : kExitBadInput;  // 0: help or version was asked for
     }
     const auto isGiven = [&](const char* command) { return app.got_subcommand(command); };
     if (isGiven("grid-map")) return runGridMap(options.gridMap, std::cout, std::cerr);

@@ -44,6 +44,7 @@ constexpr const char* kInfoExamples = R"(Examples:
 
 void addAllCommands(CLI::App& app, AllOptions& options) {
     app.require_subcommand(1);
+    app.set_version_flag("--version", "ptmatch " PTMATCH_VERSION, "Print the version and exit");
     app.footer(
         "ptmatch COMMAND --help shows the options of a command, and examples for a checkout.\n"
         "Exit codes: 0 found, 1 nothing found, 2 bad input, 3 a part of a batch failed, 130 "

@@ -154,11 +154,14 @@ std::string manualPage(const CLI::App& app, const std::string& version) {
         text += ".B ptmatch " + roff(command->get_name()) + "\n[\\fIoptions\\fR]" +
                 positionalsOf(*command) + "\n.br\n";
     }
+    text += ".B ptmatch\n\\-\\-help | \\-\\-version\n";
     text += ".SH DESCRIPTION\n" + roff(app.get_description()) + "\n";
     text +=
         "Points and pairs are tables of comma\\-separated text, with or without a header that "
         "names the columns.\nAngles are in degrees, from the x axis towards the y axis.\nExamples "
         "use tables in the folder data of a checkout of ptmatch, and are run there.\n";
+    text += ".SH OPTIONS\n";
+    for (const CLI::Option* const option : app.get_options()) text += optionEntry(*option);
     text += ".SH COMMANDS\n";
     for (const CLI::App* const command : commandsOf(app)) text += commandSection(*command);
     text += fileSection();
@@ -218,8 +221,8 @@ _ptmatch() {
     fi
     local last=$((${#given[@]} - 1))
     if ((COMP_CWORD == 1)); then
-        _ptmatch_words '--help )" +
-           joined(names, " ") + R"('
+        _ptmatch_words ')" +
+           optionWords(app) + R"( )" + joined(names, " ") + R"('
         return
     fi
     # The option that the word belongs to: one value follows it, or several files.

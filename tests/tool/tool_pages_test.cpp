@@ -16,6 +16,7 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace {
@@ -85,6 +86,28 @@ TEST_F(ToolPages, HelpNamesTheCommandsAndTheExitCodes) {
     EXPECT_THAT(help.out, HasSubstr("Exit codes: 0 found, 1 nothing found, 2 bad input, 3 "));
 }
 
+TEST_F(ToolPages, VersionIsPrintedAndInTheManual) {
+    const Outcome outcome = runProgram({PTMATCH_TOOL, "--version"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, MatchesRegex("ptmatch [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+    EXPECT_THAT(readFile(PTMATCH_PAGES_DIR "/ptmatch.1"),
+                AllOf(HasSubstr("\"" + outcome.out.substr(0, outcome.out.size() - 1) + "\""),
+                      HasSubstr("\n.SH OPTIONS\n"), HasSubstr("\\fB\\-\\-version\\fR\n")));
+}
+
+TEST_F(ToolPages, WordsThatAreUnknownAreNamedInTheirOrder) {
+    const std::string more = "\nRun with --help for more information.\n";
+    EXPECT_EQ(runProgram({PTMATCH_TOOL, "fnd", "a"}).err,
+              "ptmatch: unknown command \"fnd\"" + more);
+    const Outcome none = runProgram({PTMATCH_TOOL});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_EQ(none.err, "ptmatch: a command is required" + more);
+    EXPECT_EQ(refusalBy("match", {"--rotaton", "full"}),
+              "ptmatch: The following arguments were not expected: --rotaton full" + more);
+    EXPECT_EQ(refusalBy("grid-map", {"--rotaton"}),
+              "ptmatch: The following argument was not expected: --rotaton" + more);
+}
+
 TEST_F(ToolPages, ManualAndCompletionNameEveryOption) {
     const std::string manual = manualPage(app(), "1.2.3");
     EXPECT_THAT(manual, StartsWith(".TH PTMATCH 1 \"\" \"ptmatch 1.2.3\""));
@@ -139,7 +162,8 @@ TEST_F(ToolPages, FormatterOfTheManualHasNoWarnings) {
 
 TEST_F(ToolPages, BashOffersCommandsFirst) {
     EXPECT_THAT(completions({"gr"}), ElementsAre("grid-map", "grid-match"));
-    EXPECT_EQ(completions({""}).size(), kCommands.size() + 1);  // and --help
+    EXPECT_EQ(completions({""}).size(), kCommands.size() + 3);  // and -h, --help, --version
+    EXPECT_THAT(completions({"--v"}), ElementsAre("--version"));
 }
 
 TEST_F(ToolPages, BashOffersFilesAndWordsAfterTheirOptions) {
