@@ -20,7 +20,8 @@ void search(GridMatchBatch& batch, std::size_t index) {
     batch.search(report);
     if (batch.pictures[index].isAsked()) {
         PictureOutput picture(batch.pictures[index]);
-        picture.draw([&](const PictureStyle& style) { return gridMatchPicture(report, style); });
+        picture.drawInBatch(
+            [&](const PictureStyle& style) { return gridMatchPicture(report, style); });
         picture.commit();
     }
     const std::size_t numPoints = report.data.points.size();

@@ -75,7 +75,8 @@ int runBatchOfGridMatches(const GridMatchOptions& options, const StepOptions& st
     batch->search = searchOfBatch(options.snap, steps);
     batch->jobs = options.data.jobs;
     batch->sets = dataSetsOf(options.data);
-    batch->pictures = picturesOfSets(options.picture, batch->sets);
+    batch->pictures =
+        picturesOfSets(options.picture, batch->sets, {options.patternFile, "the pattern"});
     {
         const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
         runGridMatchBatch(batch);

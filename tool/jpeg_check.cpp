@@ -17,7 +17,7 @@ struct Trouble {
     jpeg_error_mgr manager;
     std::jmp_buf wayOut;
     std::array<char, JMSG_LENGTH_MAX> message;
-    bool endsEarly;
+    jpeg_progress_mgr progress;
 };
 
 Trouble& troubleOf(j_common_ptr info) {
@@ -31,12 +31,27 @@ void fail(j_common_ptr info) {
     std::longjmp(trouble.wayOut, 1);
 }
 
-void noteWarning(j_common_ptr info, int level) {
-    Trouble& trouble = troubleOf(info);
+[[noreturn]] void failBecause(Trouble& trouble, std::string_view reason) {
+    trouble.message[reason.copy(trouble.message.data(), trouble.message.size() - 1)] = '\0';
+    std::longjmp(trouble.wayOut, 1);
+}
+
+// The library warns where data are damaged or missing, makes grey ones up, and goes on.
+void failAtWarning(j_common_ptr info, int level) {
     if (level >= 0) return;  // not a warning
+    Trouble& trouble = troubleOf(info);
     const int code = trouble.manager.msg_code;
-    // Where data are missing, the library makes grey ones up.
-    if (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER) trouble.endsEarly = true;
+    if (code == JWRN_JPEG_EOF || code == JWRN_HIT_MARKER) {
+        failBecause(trouble, "it ends too early");
+    }
+    fail(info);
+}
+
+// Each scan of a progressive file goes over the whole picture: a small file can hold hours of them.
+void failAtManyScans(j_common_ptr info) {
+    constexpr int kMostScans = 200;  // programs write about ten
+    if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number <= kMostScans) return;
+    failBecause(troubleOf(info), "it has more than 200 scans");
 }
 
 void ignoreMessage(j_common_ptr /*info*/) {}
@@ -44,11 +59,14 @@ void ignoreMessage(j_common_ptr /*info*/) {}
 void prepare(jpeg_decompress_struct& info, Trouble& trouble, std::string_view bytes) {
     info.err = jpeg_std_error(&trouble.manager);
     trouble.manager.error_exit = fail;
-    trouble.manager.emit_message = noteWarning;
+    trouble.manager.emit_message = failAtWarning;
     trouble.manager.output_message = ignoreMessage;
     trouble.message[0] = '\0';
-    trouble.endsEarly = false;
     jpeg_create_decompress(&info);
+    trouble.progress.progress_monitor = failAtManyScans;
+    info.progress = &trouble.progress;
+    // A progressive picture of three colours and as many pixels as are allowed takes 600 MB.
+    info.mem->max_memory_to_use = 1L << 30;
     jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
     jpeg_read_header(&info, TRUE);
 }
@@ -98,11 +116,7 @@ JpegSize jpegSize(std::string_view bytes) {
 std::string jpegFault(std::string_view bytes) {
     Reading reading;
     std::string fault;
-    if (!succeeds(reading, bytes, true)) {
-        fault = reading.trouble.message.data();
-    } else if (reading.trouble.endsEarly) {
-        fault = "it ends too early";
-    }
+    if (!succeeds(reading, bytes, true)) fault = reading.trouble.message.data();
     jpeg_destroy_decompress(&reading.info);
     return fault;
 }

@@ -26,7 +26,7 @@ void draw(const MatchBatch& batch, std::size_t index, const PointTable& data) {
     const MatchReport report{
         batch.modelFile, batch.sets[index].name(), batch.model.table, data,
         batch.params,    batch.exhaustive,         match.seconds,     match.poses};
-    picture.draw([&](const PictureStyle& style) { return matchPicture(report, style); });
+    picture.drawInBatch([&](const PictureStyle& style) { return matchPicture(report, style); });
     picture.commit();
 }
 

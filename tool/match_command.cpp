@@ -19,6 +19,7 @@
 #include "option_text.h"
 #include "output_file.h"
 #include "output_targets.h"
+#include "progress_watch.h"
 #include "result_json.h"
 #include "result_table.h"
 #include "vote_picture.h"
@@ -53,7 +54,8 @@ int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostre
     if (const auto* const largest = options.exhaustive ? readLargest(batch->sets) : nullptr) {
         noteLongSearch(batch->model.table, *largest, notes);
     }
-    batch->pictures = picturesOfSets(options.picture, batch->sets);
+    batch->pictures =
+        picturesOfSets(options.picture, batch->sets, {options.modelFile, "the table of the model"});
     {
         const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
         runMatchBatch(batch);
@@ -93,6 +95,8 @@ std::string resultText(const MatchOptions& options, const MatchReport& report,
 std::optional<VoteReport> lookAtVotes(const MatchOptions& options, const rxPointMatcher& matcher,
                                       const MatchReport& report, std::ostream& notes) {
     if (options.voteFile.empty()) return std::nullopt;
+    const ProgressWatch watch(
+        elapsedText);  // without a pose, all scales and rotations are voted on
     const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
     auto votes = reportOnVotes(matcher, report, options.voteFile);
     if (!votes) {

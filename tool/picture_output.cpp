@@ -2,13 +2,16 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <map>
 #include <ostream>
 #include <system_error>
 #include <utility>
 
+#include "foundation/attention.h"
 #include "input_error.h"
+#include "interrupt_guard.h"
 #include "option_text.h"
 #include "renderer.h"
 
@@ -51,18 +54,18 @@ PictureOptions withNames(PictureOptions options, const std::string& name,
 /// Names of files that have a meaning already.
 class NamesInUse {
   public:
-    explicit NamesInUse(const std::vector<DataSet>& sets) {
-        for (const DataSet& set : sets) users_.emplace(normal(set.file), "");
+    void addInput(const RoleOfFile& input) {
+        if (!input.path.empty()) users_.emplace(normal(input.path), User{input.name, true});
     }
 
     /// @throws InputError  the name is in use.
-    void take(const RoleOfFile& output) {
+    void takeForOutput(const RoleOfFile& output) {
         if (output.path.empty()) return;
-        const auto [found, isNew] = users_.emplace(normal(output.path), output.name);
+        const auto [found, isNew] = users_.emplace(normal(output.path), User{output.name, false});
         if (isNew) return;
-        if (found->second.empty()) {
-            throw InputError(output.name + ": " + output.path +
-                             " is a table of the data; choose another file");
+        if (found->second.isInput) {
+            throw InputError(output.name + ": " + output.path + " is " + found->second.name +
+                             "; choose another file");
         }
         throw InputError(output.name + ": several pictures would be written into " + output.path +
                          "; put {name} or {number} into the name, such as match-{name}.svg");
@@ -75,8 +78,39 @@ class NamesInUse {
         return whole.empty() ? path : whole.string();
     }
 
-    std::map<std::string, std::string> users_;  // option of an output; empty: an input
+    struct User {
+        std::string name;  // as in RoleOfFile
+        bool isInput;
+    };
+
+    std::map<std::string, User> users_;
 };
+
+// The inputs of all data sets go first: an output may be an input of a later one.
+void requireOwnNames(const std::vector<PictureOptions>& pictures, const std::vector<DataSet>& sets,
+                     const RoleOfFile& pattern) {
+    NamesInUse names;
+    names.addInput(pattern);
+    for (const DataSet& set : sets) names.addInput({set.file, "a table of the data"});
+    for (const PictureOptions& own : pictures) {
+        names.addInput({own.backgroundFile, "a photograph"});
+    }
+    for (const PictureOptions& own : pictures) {
+        for (const RoleOfFile& output : own.outputs()) names.takeForOutput(output);
+    }
+}
+
+bool hasEnding(const std::string& file, const std::string& ending) {
+    std::string own = fs::path(file).extension().string();
+    std::transform(own.begin(), own.end(), own.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return own == ending;
+}
+
+void checkEnding(const RoleOfFile& output, const std::string& ending, const char* right) {
+    if (!hasEnding(output.path, ending)) return;
+    throw InputError(output.name + ": " + output.path + " ends in " + ending + "; use " + right);
+}
 
 }  // namespace
 
@@ -100,6 +134,8 @@ void addPictureOptions(CLI::App& app, PictureOptions& options, const std::string
 }
 
 void checkPictures(const PictureOptions& options) {
+    checkEnding({options.svgFile, "--svg"}, ".png", "--png");
+    checkEnding({options.pngFile, "--png"}, ".svg", "--svg");
     if (!options.pngFile.empty()) findRenderer();
     if (options.backgroundFile.empty()) return;
     if (!options.isAsked()) throw InputError("--background: belongs to --svg or --png");
@@ -114,21 +150,28 @@ PictureOptions pictureOfTable(const PictureOptions& options, const std::string& 
 }
 
 std::vector<PictureOptions> picturesOfSets(const PictureOptions& options,
-                                           const std::vector<DataSet>& sets) {
+                                           const std::vector<DataSet>& sets,
+                                           const RoleOfFile& pattern) {
     checkPictures(options);
-    NamesInUse names(sets);
     std::vector<PictureOptions> pictures;
     for (std::size_t i = 0; i < sets.size(); ++i) {
-        PictureOptions own = withNames(options, nameOf(sets[i]), numberText(i + 1, sets.size()));
-        for (const RoleOfFile& output : own.outputs()) names.take(output);
-        pictures.push_back(std::move(own));
+        pictures.push_back(withNames(options, nameOf(sets[i]), numberText(i + 1, sets.size())));
     }
+    requireOwnNames(pictures, sets, pattern);
+    const std::string& background = options.backgroundFile;
+    const bool isOfAll = background.find("{name}") == std::string::npos &&
+                         background.find("{number}") == std::string::npos;
+    if (background.empty() || !isOfAll) return pictures;
+    const auto photograph = std::make_shared<const Photograph>(readPhotograph(background));
+    for (PictureOptions& own : pictures) own.photograph = photograph;
     return pictures;
 }
 
-PictureOutput::PictureOutput(const PictureOptions& options) : options_(options) {
+PictureOutput::PictureOutput(const PictureOptions& options)
+    : options_(options), photograph_(options.photograph) {
     checkPictures(options);
-    if (!options.backgroundFile.empty()) photograph_ = readPhotograph(options.backgroundFile);
+    if (photograph_ || options.backgroundFile.empty()) return;
+    photograph_ = std::make_shared<const Photograph>(readPhotograph(options.backgroundFile));
 }
 
 void PictureOutput::noteStrayPoints(const std::vector<rxVector<2>>& points,
@@ -139,13 +182,22 @@ void PictureOutput::noteStrayPoints(const std::vector<rxVector<2>>& points,
           << " x " << photograph_->height << " pixels): are the points its pixels?" << std::endl;
 }
 
-void PictureOutput::draw(const std::function<std::string(const PictureStyle&)>& picture) {
+void PictureOutput::draw(const Draw& picture) {
+    const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
+    drawInBatch(picture);
+    rxAttention::check();
+}
+
+void PictureOutput::drawInBatch(const Draw& picture) {
     if (!options_.isAsked()) return;
     PictureStyle style(options_.yAxis);
-    if (photograph_) style.photograph = &*photograph_;
+    style.photograph = photograph_.get();
     const std::string svg = picture(style);
+    // What takes its time goes first, so that no file waits for it: a batch that is interrupted
+    // may leave its threads.
+    const std::string png = options_.pngFile.empty() ? std::string() : renderedPng(svg);
     if (!options_.svgFile.empty()) svg_.emplace(options_.svgFile, svg);
-    if (!options_.pngFile.empty()) png_.emplace(options_.pngFile, renderedPng(svg));
+    if (!options_.pngFile.empty()) png_.emplace(options_.pngFile, png);
 }
 
 void PictureOutput::commit() {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <iosfwd>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,8 @@ struct PictureOptions {
     std::string pngFile;
     /// A photograph that the points are pixels of.
     std::string backgroundFile;
+    /// The same, when it has been read already: that of all data sets of a batch.
+    std::shared_ptr<const Photograph> photograph;
     YAxis yAxis = YAxis::kDown;
 
     bool isAsked() const { return !svgFile.empty() || !pngFile.empty(); }
@@ -48,10 +51,13 @@ PictureOptions pictureOfTable(const PictureOptions& options, const std::string& 
 
 /// The options for each of several data sets: {name} also has "-" and the frame if there is one,
 /// and {number} is the place of the data set in the input, from 1.
-/// @throws InputError  two data sets would be drawn into one file, or one over an input; or as
-///                     checkPictures().
+/// A photograph of all data sets is read here.
+/// @param pattern  the file of what is looked for, an input as the tables and photographs are
+/// @throws InputError  two data sets would be drawn into one file, or one over an input; the
+///                     photograph of all cannot be used; or as checkPictures().
 std::vector<PictureOptions> picturesOfSets(const PictureOptions& options,
-                                           const std::vector<DataSet>& sets);
+                                           const std::vector<DataSet>& sets,
+                                           const RoleOfFile& pattern);
 
 /// One picture on its way to its files. What can go wrong is found out as early as possible: made
 /// before a search, it has the photograph and knows that there is a renderer.
@@ -60,9 +66,16 @@ class PictureOutput {
     /// @throws InputError  the photograph cannot be used, or as checkPictures().
     explicit PictureOutput(const PictureOptions& options);
 
-    /// Draws, if a picture is asked for, and writes its files beside their targets.
+    using Draw = std::function<std::string(const PictureStyle&)>;
+
+    /// Draws, if a picture is asked for, and writes its files beside their targets. Ctrl-C
+    /// meanwhile leaves none of them.
     /// @throws InputError  a file cannot be written, or the renderer fails.
-    void draw(const std::function<std::string(const PictureStyle&)>& picture);
+    /// @throws rxAttention::Interrupted
+    void draw(const Draw& picture);
+
+    /// The same under the InterruptGuard of the caller, in one of many threads.
+    void drawInBatch(const Draw& picture);
 
     /// Puts the files into their places.
     /// @throws InputError  one of them cannot be.
@@ -73,7 +86,7 @@ class PictureOutput {
 
   private:
     PictureOptions options_;
-    std::optional<Photograph> photograph_;
+    std::shared_ptr<const Photograph> photograph_;
     std::optional<PreparedFile> svg_;
     std::optional<PreparedFile> png_;
 };

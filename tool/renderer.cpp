@@ -1,18 +1,22 @@
 #include "renderer.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <sstream>
+#include <thread>
 
+#include "foundation/attention.h"
 #include "input_error.h"
 #include "number_text.h"
 
@@ -75,21 +79,75 @@ class Streams {
     posix_spawn_file_actions_t actions_{};
 };
 
-/// Runs a program to its end.
-/// @return its exit code, -1 when a signal ended it.
+/// A process to be started leads a group of its own: Ctrl-C in a terminal goes to the whole group
+/// of the tool, which ends the process itself.
+class OwnGroup {
+  public:
+    OwnGroup() {
+        ::posix_spawnattr_init(&attributes_);
+        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP);
+        ::posix_spawnattr_setpgroup(&attributes_, 0);
+    }
+    ~OwnGroup() { ::posix_spawnattr_destroy(&attributes_); }
+    OwnGroup(const OwnGroup&) = delete;
+    OwnGroup& operator=(const OwnGroup&) = delete;
+
+    const posix_spawnattr_t* get() const { return &attributes_; }
+
+  private:
+    posix_spawnattr_t attributes_{};
+};
+
+/// As waitpid(), again when a signal came between.
+pid_t waitFor(pid_t child, int& status, int options) {
+    pid_t given = 0;
+    do {
+        given = ::waitpid(child, &status, options);
+    } while (given < 0 && errno == EINTR);
+    return given;
+}
+
+/// Waits for the end of a process; an interruption ends it with all that it started. It is asked
+/// for again and again, since the signal may have come to another thread.
+/// @return its exit code, -1 when a signal ended it or its end is not known.
+/// @throws rxAttention::Interrupted
+int exitCodeOf(pid_t child) {
+    constexpr std::chrono::milliseconds kPause(2);
+    int status = 0;
+    pid_t given = 0;
+    while ((given = waitFor(child, status, WNOHANG)) == 0) {
+        if (rxAttention::isRequested()) {
+            ::kill(-child, SIGKILL);
+            waitFor(child, status, 0);
+            rxAttention::check();
+        }
+        std::this_thread::sleep_for(kPause);
+    }
+    return given == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+/// Runs the renderer to its end.
+/// @return its exit code, or -1, as exitCodeOf().
 int run(const std::string& program, const Streams& streams) {
     std::string name = kRendererName;
     std::string format = "--format=png";
     std::string unlimited = "--unlimited";  // a photograph is more than it takes otherwise
     std::array<char*, 4> arguments = {name.data(), format.data(), unlimited.data(), nullptr};
+    const OwnGroup group;
     pid_t child = 0;
-    const int error =
-        ::posix_spawn(&child, program.c_str(), streams.get(), nullptr, arguments.data(), environ);
+    const int error = ::posix_spawn(&child, program.c_str(), streams.get(), group.get(),
+                                    arguments.data(), environ);
     if (error != 0) fail(std::string("cannot be started: ") + std::strerror(error));
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return exitCodeOf(child);
+}
+
+/// Whether it begins and ends as a PNG file does: a renderer whose disk is full may say nothing.
+bool isWholePng(std::string_view bytes) {
+    constexpr std::string_view kStart = "\x89PNG";
+    constexpr std::string_view kEnd("\0\0\0\0IEND\xae\x42\x60\x82", 12);
+    return bytes.size() >= kStart.size() + kEnd.size() &&
+           bytes.substr(0, kStart.size()) == kStart &&
+           bytes.substr(bytes.size() - kEnd.size()) == kEnd;
 }
 
 }  // namespace
@@ -115,7 +173,7 @@ std::string renderedPng(std::string_view svg) {
     in.write(svg);
     const int exitCode = run(program, {in.descriptor(), out.descriptor(), err.descriptor()});
     std::string png = out.read();
-    if (exitCode != 0 || png.rfind("\x89PNG", 0) != 0) {
+    if (exitCode != 0 || !isWholePng(png)) {
         const std::string words = err.read();
         fail("made no picture (exit code " + std::to_string(exitCode) + ")" +
              (words.empty() ? std::string() : ": " + printable(trimmed(words))));

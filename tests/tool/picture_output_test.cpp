@@ -10,12 +10,14 @@
 // Needs FILE of cstdio, which it does not include.
 #include <jpeglib.h>
 
+#include "picture_output.h"
 #include "raster_picture.h"
 #include "svg_canvas.h"
 #include "tool_runner.h"
 #include "xml_check.h"
 
 using namespace ptmatch::tool;
+using namespace std::string_literals;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -32,7 +34,8 @@ std::string samplePng(std::size_t width, std::size_t height) {
     return pngBytes(picture);
 }
 
-std::string sampleJpeg(unsigned width, unsigned height) {
+std::string sampleJpeg(unsigned width, unsigned height,
+                       const std::vector<jpeg_scan_info>& scans = {}) {
     jpeg_compress_struct info{};
     jpeg_error_mgr errors{};
     info.err = jpeg_std_error(&errors);
@@ -45,6 +48,10 @@ std::string sampleJpeg(unsigned width, unsigned height) {
     info.input_components = 1;
     info.in_color_space = JCS_GRAYSCALE;
     jpeg_set_defaults(&info);
+    if (!scans.empty()) {
+        info.scan_info = scans.data();
+        info.num_scans = static_cast<int>(scans.size());
+    }
     jpeg_start_compress(&info, TRUE);
     std::vector<unsigned char> line(width);
     for (unsigned y = 0; y < height; ++y) {
@@ -58,6 +65,21 @@ std::string sampleJpeg(unsigned width, unsigned height) {
     std::free(bytes);
     return text;
 }
+
+// Each frequency in scans of its own, and in each of these one bit more.
+std::vector<jpeg_scan_info> manyScans() {
+    std::vector<jpeg_scan_info> scans = {{1, {0}, 0, 0, 0, 0}};
+    for (int frequency = 1; frequency < DCTSIZE2; ++frequency) {
+        scans.push_back({1, {0}, frequency, frequency, 0, 3});
+        for (int bit = 2; bit >= 0; --bit) {
+            scans.push_back({1, {0}, frequency, frequency, bit + 1, bit});
+        }
+    }
+    return scans;
+}
+
+// What a renderer says whose picture has the size and checksums of none.
+const std::string kEndOfPng = "printf '\\000\\000\\000\\000IEND\\256B`\\202'\n";
 
 // Width and height as a PNG file gives them.
 std::string sizeOfPng(const std::string& png) {
@@ -80,6 +102,20 @@ class Pictures : public Tool {
     Outcome draw(std::vector<std::string> options) const {
         options.insert(options.begin(), {"--model", "m.csv", "--data", "d.csv"});
         return match(options);
+    }
+    // Ctrl-C in a terminal while the renderer runs: the signal goes to the whole group.
+    Outcome interruptRenderer(std::vector<std::string> options) const {
+        writeRenderer("echo x >started\nexec /bin/sleep 30\n");
+        options.insert(options.begin(),
+                       {"/usr/bin/setsid", "/usr/bin/env", "PATH=" + (work() / "bin").string(),
+                        PTMATCH_TOOL, "match", "--model", "m.csv"});
+        const pid_t child = start(options);
+        for (int k = 0; k < 2000 && !fs::exists(work() / "started"); ++k) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        EXPECT_TRUE(fs::remove(work() / "started"));
+        ::kill(-child, SIGINT);
+        return finish(child);
     }
     // With the folder `bin` for the PATH.
     Outcome drawWithRenderer(std::vector<std::string> options) const {
@@ -137,15 +173,32 @@ TEST_F(Pictures, WithoutARendererThereIsNoPngAndNoHalfOfOne) {
     EXPECT_EQ(outcome.err, "ptmatch: --png: rsvg-convert made no picture (exit code 3): no font\n");
     writeRenderer("echo nonsense\n");
     EXPECT_EQ(drawWithRenderer({"--png", "a.png"}).exitCode, 2);
+    writeRenderer("printf '\\211PNG and no end'\n");
+    EXPECT_THAT(drawWithRenderer({"--png", "a.png"}).err, HasSubstr("made no picture"));
     EXPECT_THAT(filesInWork(), ElementsAre("bin", "d.csv", "m.csv"));
 }
 
+TEST_F(Pictures, InterruptWhileTheRendererRunsLeavesNothing) {
+    for (const bool isBatch : {false, true}) {
+        std::vector<std::string> options = {"--data",     "d.csv", "--svg",
+                                            "{name}.svg", "--png", "{name}.png"};
+        if (isBatch) options.insert(options.begin() + 2, "m.csv");
+        const Outcome outcome = interruptRenderer(options);
+        EXPECT_EQ(outcome.exitCode, 130);
+        EXPECT_EQ(outcome.err, "ptmatch: interrupted\n");
+        EXPECT_EQ(outcome.out.empty(), !isBatch);
+        EXPECT_THAT(filesInWork(), ElementsAre("bin", "d.csv", "m.csv"));
+    }
+}
+
 TEST_F(Pictures, RendererIsGivenThePictureWithoutAShell) {
-    writeRenderer("printf '\\211PNG %s ' \"$*\"; while read -r line; do echo \"$line\"; done\n");
+    writeRenderer("printf '\\211PNG %s ' \"$*\"; while read -r line; do echo \"$line\"; done\n" +
+                  kEndOfPng);
     const Outcome outcome = drawWithRenderer({"--svg", "a.svg", "--png", "$(x).png"});
     ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_EQ(readFile(work() / "$(x).png"),
-              "\x89PNG --format=png --unlimited " + readFile(work() / "a.svg"));
+    EXPECT_EQ(readFile(work() / "$(x).png"), "\x89PNG --format=png --unlimited " +
+                                                 readFile(work() / "a.svg") +
+                                                 std::string("\0\0\0\0IEND\xae\x42`\x82", 12));
 }
 
 TEST_F(Pictures, LieOverAPhotographWithPixelsCentredAtWholeCoordinates) {
@@ -215,6 +268,12 @@ TEST_F(Pictures, PhotographsThatCannotBeUsedAreRefused) {
     EXPECT_THAT(refusalOf(png.substr(0, 20)), HasSubstr("p: a damaged picture: "));
     EXPECT_THAT(refusalOf(jpeg.substr(0, jpeg.size() / 2)), HasSubstr("it ends too early"));
     EXPECT_THAT(refusalOf(jpeg.substr(0, 12)), HasSubstr("p: a damaged picture: "));
+    // Ones that are no code, in place of as many bytes in the middle of the scan.
+    std::string flipped = jpeg;
+    const std::string ones = "\xff\0\xff\0\xff\0"s;
+    flipped.replace((flipped.find("\xff\xda") + flipped.size()) / 2, ones.size(), ones);
+    EXPECT_THAT(refusalOf(flipped), HasSubstr("p: a damaged picture: Corrupt JPEG data"));
+    EXPECT_THAT(refusalOf(sampleJpeg(8, 8, manyScans())), HasSubstr("more than 200 scans"));
     std::string huge = jpeg;
     const auto frame = huge.find("\xff\xc0");
     ASSERT_NE(frame, std::string::npos);
@@ -245,6 +304,11 @@ TEST_F(Pictures, OfABatchHaveNamesOfTheirOwn) {
                 HasSubstr("several pictures would be written into a.svg; put {name} or {number}"));
     EXPECT_THAT(refusalBy("match", with({"--svg", "{name}.csv"})),
                 HasSubstr("a table of the data"));
+    EXPECT_THAT(refusalBy("match", with({"--background", "{name}.img", "--svg", "./{name}.img"})),
+                HasSubstr("--svg: ./d.img is a photograph; choose another file"));
+    EXPECT_THAT(refusalBy("match", {"--model", "m.csv", "--data", "sub/m.csv", "sub/d.csv", "--svg",
+                                    "{name}.csv"}),
+                HasSubstr("--svg: m.csv is the table of the model; choose another file"));
     EXPECT_THAT(refusalBy("match", with({"--svg", "{name}", "--png", "./{name}"})),
                 HasSubstr("--png: several pictures would be written into ./d"));
 
@@ -261,6 +325,26 @@ TEST_F(Pictures, OfABatchHaveNamesOfTheirOwn) {
                        "--svg", "f-{name}.svg"});
     EXPECT_TRUE(fs::exists(work() / "f-v-a_b.svg"));
     EXPECT_EQ(xmlFault(readFile(work() / "f-v-7.svg")), "");
+}
+
+TEST_F(Pictures, OfABatchShareTheirPhotographUnlessEachHasItsOwn) {
+    write("p.png", samplePng(60, 50));
+    const std::vector<DataSet> sets = {{"d.csv", {}, {}, {}}, {"e.csv", {}, {}, {}}};
+    PictureOptions options;
+    options.svgFile = "{name}.svg";
+    options.backgroundFile = (work() / "p.png").string();
+    const auto shared = picturesOfSets(options, sets, {"m.csv", "the model"});
+    ASSERT_NE(shared[0].photograph, nullptr);
+    EXPECT_EQ(shared[0].photograph->width, 60);
+    EXPECT_EQ(shared[0].photograph, shared[1].photograph);
+    options.backgroundFile = "{name}.png";
+    EXPECT_EQ(picturesOfSets(options, sets, {"m.csv", "the model"})[0].photograph, nullptr);
+}
+
+TEST_F(Pictures, OfOneFormatAreNotCalledAsThoseOfTheOther) {
+    EXPECT_EQ(draw({"--svg", "a.PNG"}).err, "ptmatch: --svg: a.PNG ends in .png; use --png\n");
+    EXPECT_EQ(draw({"--png", "a.svg"}).err, "ptmatch: --png: a.svg ends in .svg; use --svg\n");
+    EXPECT_THAT(filesInWork(), ElementsAre("d.csv", "m.csv"));
 }
 
 TEST(SvgCanvas, EdgesAreWiderThanWhatTheyAreAround) {
