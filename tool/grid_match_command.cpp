@@ -20,6 +20,7 @@
 #include "output_file.h"
 #include "output_targets.h"
 #include "progress_watch.h"
+#include "scale_note.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -127,6 +128,7 @@ CLI::App* addGridMatchCommand(CLI::App& app, GridMatchOptions& options) {
 
 int runGridMatch(const GridMatchOptions& options, std::ostream& out, std::ostream& notes) {
     GridMatchSetup setup = readGridMatch(options);
+    noteScaleElsewhere(options.scale, notes);
     const StepOptions& steps = setup.steps;
     GridMatchReport& report = setup.report;
     if (options.data.isBatch()) {

@@ -22,6 +22,7 @@
 #include "progress_watch.h"
 #include "result_json.h"
 #include "result_table.h"
+#include "scale_note.h"
 #include "vote_picture.h"
 #include "vote_text.h"
 #include "watched_search.h"
@@ -46,6 +47,7 @@ int runBatchOfMatches(const MatchOptions& options, std::ostream& out, std::ostre
     requireNoFileOfBatch({{options.voteFile, "--votes"}});
     const auto batch = std::make_shared<MatchBatch>();
     batch->params = runParams(options.run);
+    noteScaleElsewhere(options.run.scale, notes);
     batch->exhaustive = options.exhaustive;
     batch->modelFile = options.modelFile;
     batch->model = readModel(options.modelFile, modeOf(options));
@@ -151,6 +153,7 @@ int runMatch(const MatchOptions& options, std::ostream& out, std::ostream& notes
     PictureOutput picture(asked);
     MatchReport report;
     report.params = runParams(options.run);
+    noteScaleElsewhere(options.run.scale, notes);
     report.exhaustive = options.exhaustive;
     report.modelFile = options.modelFile;
     report.dataFile = dataFile;

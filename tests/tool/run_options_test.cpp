@@ -4,12 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <CLI/CLI.hpp>
+#include <sstream>
 #include <string>
 
 #include "input_error.h"
+#include "scale_note.h"
 
 using namespace ptmatch::tool;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 namespace {
 
@@ -127,6 +130,20 @@ TEST(RunOptions, IntervalsAreTwoNumbersInOrder) {
     }
     EXPECT_EQ(refusal("--rotation 2,1"),
               "--rotation: expected LO,HI with LO not above HI, found \"2,1\"");
+}
+
+TEST(RunOptions, ScaleWithoutTheExpectedOneIsNoted) {
+    const auto noteOn = [](const std::string& range) {
+        std::ostringstream notes;
+        noteScaleElsewhere(parseInterval(range), notes);
+        return notes.str();
+    };
+    EXPECT_THAT(noteOn("0.9,1.1"),
+                StartsWith("ptmatch: note: --scale 0.9,1.1 tries scales 1.9 to 2.1 times the "));
+    EXPECT_THAT(noteOn("-0.3,-0.1"), HasSubstr(" tries scales 0.7 to 0.9 times "));
+    for (const char* usual : {"0,0", "-0.1,0.1", "0,0.5", "-0.5,0", "full"}) {
+        EXPECT_EQ(noteOn(usual), "") << usual;
+    }
 }
 
 TEST(RunOptions, UnknownOptionsAreRefused) {

@@ -117,6 +117,18 @@ TEST_F(Tool, ExhaustiveSearchFindsASmallPattern) {
     EXPECT_EQ(outcome.err, "");
 }
 
+TEST_F(Tool, ScaleTakenForAFactorIsNoted) {
+    write("m.csv", "0,0\n10,0\n0,20\n");
+    EXPECT_THAT(match({"--model", "m.csv", "--data", "m.csv", "--scale", "0.9,1.1"}).err,
+                StartsWith("ptmatch: note: --scale 0.9,1.1 tries scales 1.9 to 2.1 times"));
+    EXPECT_THAT(match({"--model", "m.csv", "--data", "m.csv", "m.csv", "--scale", "1,1"}).err,
+                StartsWith("ptmatch: note: --scale 1,1 tries scales 2 to 2 times"));
+    EXPECT_THAT(run("grid-match", {"--pattern", PTMATCH_DATA_DIR "/dots_staggered/pattern.txt",
+                                   "--data", "m.csv", "--scale", "1,1"})
+                    .err,
+                StartsWith("ptmatch: note: --scale 1,1 tries scales 2 to 2 times"));
+}
+
 TEST_F(Tool, WeightsOfTheModelCount) {
     // The third point carries nearly all of the weight and has no partner.
     write("m.csv", "x,y,weight\n0,0,1\n10,0,1\n0,20,98\n");
