@@ -81,7 +81,9 @@ PTMATCH_EXPORT rxVoteImage rfVoteImage(const rxPointMatcher& matcher,
 /// Results of the run need not lie there: they are ordered by what a fit captures, not by votes.
 /// @return nothing when the run returns without a search.
 /// @throws as `rfVoteImage`.
-/// Cost: that of the run or less. `rxAttention` interrupts it where it interrupts the run.
+/// Cost: that of a run with the lowest minimum coverage: every vote above 0 counts, so that far
+/// fewer translations can be dismissed unseen than in a run that asks for half of the model.
+/// `rxAttention` interrupts it where it interrupts the run.
 PTMATCH_EXPORT std::optional<rxVotePlace> rfBestVotePlace(const rxPointMatcher& matcher,
                                                           const std::vector<rxVector<2>>& data,
                                                           const rxPointMatcherRunParams& params);
