@@ -18,6 +18,8 @@
 namespace ptmatch::testing {
 namespace {
 
+using namespace std::string_literals;
+
 constexpr double kAnyRotation = 180.0;
 constexpr auto kExhaustive = rxPointMatcherDefs::eExhaustiveMode;
 
@@ -207,7 +209,7 @@ void expectFound(const RealCase& c, const std::string& directory) {
 class RealSet : public ::testing::TestWithParam<RealCase> {};
 
 TEST_P(RealSet, IsMatchedAsItsTruthSays) {
-    const std::string directory = std::string(PTMATCH_SHARED_DATA_DIR) + "/" + GetParam().set;
+    const std::string directory = PTMATCH_SHARED_DATA_DIR "/"s + GetParam().set;
     if (!std::filesystem::exists(directory)) {
         GTEST_SKIP() << "the collection of real point sets is not beside this checkout: "
                      << directory;
@@ -235,7 +237,7 @@ INSTANTIATE_TEST_SUITE_P(Collection, RealSet, ::testing::ValuesIn(kCollection), 
 class CarriedRealSet : public ::testing::TestWithParam<RealCase> {};
 
 TEST_P(CarriedRealSet, IsMatchedAsItsTruthSays) {
-    expectFound(GetParam(), std::string(PTMATCH_DATA_DIR) + "/" + GetParam().set);
+    expectFound(GetParam(), PTMATCH_DATA_DIR "/"s + GetParam().set);
 }
 
 INSTANTIATE_TEST_SUITE_P(Project, CarriedRealSet, ::testing::ValuesIn(kCarried), caseName);

@@ -22,6 +22,8 @@
 namespace ptmatch::testing {
 namespace {
 
+using namespace std::string_literals;
+
 struct GridCase {
     const char* set;  // directory in the collection
     double snap = 0.0;
@@ -135,7 +137,7 @@ void expectMapped(const GridCase& c, const std::string& directory) {
 class RealGridSet : public ::testing::TestWithParam<GridCase> {};
 
 TEST_P(RealGridSet, IsMappedAsItsTruthSays) {
-    const std::string directory = std::string(PTMATCH_SHARED_DATA_DIR) + "/" + GetParam().set;
+    const std::string directory = PTMATCH_SHARED_DATA_DIR "/"s + GetParam().set;
     if (!std::filesystem::exists(directory)) {
         GTEST_SKIP() << "the collection of real grids is not beside this checkout: " << directory;
     }

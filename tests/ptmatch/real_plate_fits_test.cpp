@@ -23,6 +23,8 @@
 namespace ptmatch::testing {
 namespace {
 
+using namespace std::string_literals;
+
 struct Plate {
     const char* set;  // directory in the collection
     // RMS that each fit may leave, in pixels: what was measured, rounded up.
@@ -96,7 +98,7 @@ void expectFitted(const Plate& plate, const Pairs& pairs) {
 class RealPlate : public ::testing::TestWithParam<Plate> {};
 
 TEST_P(RealPlate, IsFittedToWithinItsFigures) {
-    const std::string directory = std::string(PTMATCH_SHARED_DATA_DIR) + "/" + GetParam().set;
+    const std::string directory = PTMATCH_SHARED_DATA_DIR "/"s + GetParam().set;
     if (!std::filesystem::exists(directory)) {
         GTEST_SKIP() << "the collection of real grids is not beside this checkout: " << directory;
     }
