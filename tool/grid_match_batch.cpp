@@ -41,6 +41,7 @@ std::size_t GridMatchBatch::numFound() const {
 }
 
 void runGridMatchBatch(const std::shared_ptr<GridMatchBatch>& batch) {
+    batch->pictures.resize(batch->sets.size());  // none where nothing was said
     batch->matches.resize(batch->sets.size());
     BatchEnd end = runBatch(batch->sets.size(), batch->jobs,
                             [batch](std::size_t i, const TellShare&) { search(*batch, i); });

@@ -28,7 +28,7 @@ struct GridMatchBatch {
     std::function<void(GridMatchReport&)> search;
     long jobs = 1;
     std::vector<DataSet> sets;
-    /// One for each data set.
+    /// One for each data set; none are drawn of those beyond.
     std::vector<PictureOptions> pictures;
     /// One for each data set; of those with the fate kDone only.
     std::vector<GridBatchMatch> matches;

@@ -71,6 +71,7 @@ const PointTable* readLargest(std::vector<DataSet>& sets) {
 }
 
 void runMatchBatch(const std::shared_ptr<MatchBatch>& batch) {
+    batch->pictures.resize(batch->sets.size());  // none where nothing was said
     batch->matches.resize(batch->sets.size());
     BatchEnd end =
         runBatch(batch->sets.size(), batch->jobs,
