@@ -80,9 +80,11 @@ def main():
     together = []
     for number, group in enumerate(groups):
         group["file"] = folder / f"{number}.cpp"
-        group["file"].write_text("".join(f'#include "{s}"  // NOLINT(bugprone-suspicious-include)\n' for s in group["sources"]))
+        group["file"].write_text("".join(
+            f'#include "{s}"  // NOLINT(bugprone-suspicious-include)\n' for s in group["sources"]))
         directory = commands[group["sources"][0]]["directory"]
-        command = ["c++", *group["flags"], "-c", str(group["file"])]
+        # A local name may be that of another source's; the compilers look for real shadows.
+        command = ["c++", *group["flags"], "-Wno-shadow", "-c", str(group["file"])]
         together.append({"directory": directory, "file": str(group["file"]),
                          "command": shlex.join(command)})
     (folder / "compile_commands.json").write_text(json.dumps(together))
