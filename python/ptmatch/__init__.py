@@ -1,0 +1,34 @@
+"""Matching of 2-D point sets for machine vision.
+
+Finds a known pattern of points among measured points: where it is, how it is turned and scaled,
+and which measured point is which.
+
+    import ptmatch
+
+    matcher = ptmatch.Matcher.train(model_points)               # array of shape (n, 2)
+    found = matcher.match(data_points, rotation=(-15, 15))      # array of shape (m, 2)
+    if found:
+        print(found.best.matrix, found.best.rotation_deg, found.best.model_to_data)
+
+Beside this small interface, the classes of the library are here under their own names
+(rxPointMatcher, rxPointMatcherRunParams, ...). Pictures are made by ptmatch.plot, which needs
+matplotlib and is imported by itself only.
+"""
+
+from . import _core, errors
+from ._core import *  # noqa: F401,F403
+from .errors import *  # noqa: F401,F403
+from .matcher import Match, Matcher, Matches
+
+__version__: str = _core.__version__
+
+# The library's names of its errors.
+rxException = errors.PtmatchError
+rxMathError = errors.MathError
+rxDeadlinePassed = errors.DeadlinePassed
+_core.rxPointMatcherDefs.Errors = errors.MatcherError
+_core.rxPointMatcherDefs.BadParams = errors.BadParams
+_core.rxPointMatcherDefs.NotTrained = errors.NotTrained
+_core.rxPointMatcherDefs.NotRun = errors.NotRun
+_core.rxPointMatcherDefs.InsufficientModelPoints = errors.InsufficientModelPoints
+_core.rxAttention.Interrupted = errors.Interrupted

@@ -1,0 +1,89 @@
+"""Plain pairs and numbers of Python as the parameter classes of the library."""
+
+from typing import Any, Optional, Sequence, Union
+
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+from ._core import rxAngleRange, rxDegree, rxPointMatcherRunParams, rxRange, rxXform
+
+#: A pair of numbers, from and to.
+Pair = Sequence[float]
+#: A pair of angles in degrees, or "full" for a whole turn.
+Angles = Union[Pair, str]
+#: A pose: an rxXform, or an array of shape (2, 3) or (3, 3) whose last row is 0, 0, 1.
+Pose = Union[rxXform, ArrayLike]
+
+
+def pair_of(value: Any, name: str) -> tuple[float, float]:
+    """The two numbers of a pair. Raises ValueError for anything else."""
+    numbers = np.asarray(value)
+    if numbers.shape != (2,) or numbers.dtype.kind not in "fiu":
+        raise ValueError(f"{name}: expected a pair of numbers, got {value!r}")
+    return float(numbers[0]), float(numbers[1])
+
+
+def range_of(value: Optional[Pair], name: str) -> rxRange:
+    """A range of numbers; None holds everything."""
+    return rxRange.FullRange() if value is None else rxRange(*pair_of(value, name))
+
+
+def angles_of(value: Angles, name: str) -> rxAngleRange:
+    """A range of angles in degrees."""
+    if isinstance(value, str):
+        if value != "full":
+            raise ValueError(f'{name}: expected a pair of degrees or "full", got {value!r}')
+        return rxAngleRange.FullRange()
+    start, end = pair_of(value, name)
+    return rxAngleRange(rxDegree(start), rxDegree(end))
+
+
+def xform_of(value: Pose, name: str) -> rxXform:
+    """A pose as the library has it."""
+    if isinstance(value, rxXform):
+        return value
+    matrix = np.asarray(value, dtype=np.float64)
+    if matrix.shape == (3, 3) and np.array_equal(matrix[2], (0.0, 0.0, 1.0)):
+        matrix = matrix[:2]
+    if matrix.shape != (2, 3):
+        raise ValueError(
+            f"{name}: expected an array of shape (2, 3), or (3, 3) with the last row 0, 0, 1, "
+            f"got shape {matrix.shape}"
+        )
+    return rxXform(matrix[:, :2], (matrix[0, 2], matrix[1, 2]))
+
+
+def matrix_of(xform: rxXform) -> NDArray[np.float64]:
+    """The 2x3 array of a pose."""
+    return np.column_stack([xform.matrix(), xform.trans()])
+
+
+def run_params(
+    *,
+    rotation: Angles,
+    scale: Pair,
+    translation_x: Optional[Pair],
+    translation_y: Optional[Pair],
+    start_pose: Optional[Pose],
+    min_coverage: float,
+    max_results: int,
+    grid_size: Optional[float],
+    capture_range: Optional[float],
+) -> rxPointMatcherRunParams:
+    """The parameters of a run. Raises BadParams, as their setters do, and ValueError."""
+    params = rxPointMatcherRunParams()
+    params.rotationUncertainty(angles_of(rotation, "rotation"))
+    params.scaleUncertainty(rxRange(*pair_of(scale, "scale")))
+    params.xTranslationUncertainty(range_of(translation_x, "translation_x"))
+    params.yTranslationUncertainty(range_of(translation_y, "translation_y"))
+    if start_pose is not None:
+        params.startPose(xform_of(start_pose, "start_pose"))
+    params.minCoverage(min_coverage)
+    params.maxNumResults(max_results)
+    if grid_size is not None:
+        params.autoGridSize(False)
+        params.gridSize(grid_size)
+    if capture_range is not None:
+        params.autoCaptureRange(False)
+        params.captureRange(capture_range)
+    return params

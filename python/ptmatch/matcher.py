@@ -1,0 +1,369 @@
+"""Finding a known pattern of points among measured points."""
+
+import math
+import os
+from typing import Any, Iterator, Optional, Sequence, Union, overload
+
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+from . import _core
+from .arguments import Angles, Pair, Pose, matrix_of, run_params
+from .progress import Bar, Progress
+
+
+class Match:
+    """One place where the pattern was found.
+
+    It holds the model and the points that were matched, and so remains whole when the data are
+    gone or it travels to another process.
+    """
+
+    def __init__(
+        self,
+        result: _core.rxPointMatcherResult,
+        model_points: NDArray[np.float64],
+        data: NDArray[np.float64],
+    ) -> None:
+        self._result = result
+        self._model_points = model_points
+        self._model_to_data = result.modelToDataMap()
+        self._data_points = np.full_like(model_points, np.nan)
+        self._data_points[self.matched] = data[self._model_to_data[self.matched]]
+        for array in (self._model_points, self._model_to_data, self._data_points):
+            array.setflags(write=False)
+
+    @property
+    def result(self) -> _core.rxPointMatcherResult:
+        """The library's own result, for its functions."""
+        return self._result
+
+    @property
+    def matrix(self) -> NDArray[np.float64]:
+        """The pose, shape (2, 3): data = matrix[:, :2] @ model + matrix[:, 2]."""
+        return matrix_of(self._result.modelToDataXform())
+
+    @property
+    def inverse_matrix(self) -> NDArray[np.float64]:
+        """From data to model, shape (2, 3). Raises MathError for a singular pose."""
+        return matrix_of(self._result.modelToDataXform().inverse())
+
+    @property
+    def rotation_deg(self) -> float:
+        """Rotation of the x axis, degrees in [-180, 180]; positive from x to y."""
+        return _core.rxDegree(self._result.modelToDataXform().rotation()).toDouble()
+
+    @property
+    def scale(self) -> float:
+        """Data units per model unit."""
+        return self._result.modelToDataXform().xScale()
+
+    @property
+    def translation(self) -> NDArray[np.float64]:
+        """Where the origin of the model lies in the data, shape (2,)."""
+        return np.array(self._result.modelToDataXform().trans())
+
+    @property
+    def coverage(self) -> float:
+        """The matched share of the model's weight, 0 to 1."""
+        return self._result.coverage()
+
+    @property
+    def fit_error(self) -> float:
+        """Root mean square of the distances of the matched points, data units."""
+        return self._result.fitError()
+
+    @property
+    def model_points(self) -> NDArray[np.float64]:
+        """The model, shape (n, 2), in the order of training. Read-only."""
+        return self._model_points
+
+    @property
+    def model_to_data(self) -> NDArray[np.int64]:
+        """For each model point the index of its data point, -1 for none; shape (n,). Read-only."""
+        return self._model_to_data
+
+    @property
+    def matched(self) -> NDArray[np.bool_]:
+        """Whether a model point has a data point, shape (n,)."""
+        return self._model_to_data >= 0
+
+    @property
+    def data_points(self) -> NDArray[np.float64]:
+        """The data point of each model point, nan for none; shape (n, 2). Read-only."""
+        return self._data_points
+
+    @property
+    def residuals(self) -> NDArray[np.float64]:
+        """Data point less mapped model point, nan where unmatched; shape (n, 2), data units."""
+        return self._data_points - self.apply(self._model_points)
+
+    @property
+    def distances(self) -> NDArray[np.float64]:
+        """Lengths of the residuals, nan where unmatched; shape (n,), data units."""
+        residuals = self.residuals
+        return np.hypot(residuals[:, 0], residuals[:, 1])
+
+    def apply(self, points: ArrayLike) -> NDArray[np.float64]:
+        """Takes points of shape (n, 2), or one of shape (2,), from the model to the data."""
+        matrix = self.matrix
+        return np.asarray(points, dtype=np.float64) @ matrix[:, :2].T + matrix[:, 2]
+
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Match):
+            return NotImplemented
+        return (
+            self._result == other._result
+            and np.array_equal(self._model_points, other._model_points)
+            and np.array_equal(self._data_points, other._data_points, equal_nan=True)
+        )
+
+    __hash__ = None  # type: ignore[assignment]
+
+    def __repr__(self) -> str:
+        x, y = self.translation
+        return (
+            f"<Match: coverage {self.coverage:.6g} ({np.count_nonzero(self.matched)} matched), "
+            f"fit error {self.fit_error:.3g}, at ({x:.6g}, {y:.6g}), "
+            f"rotation {self.rotation_deg:.6g} deg, scale {self.scale:.6g}>"
+        )
+
+
+class Matches(Sequence[Match]):
+    """What one run found, best first: highest coverage, then smallest fit error."""
+
+    def __init__(
+        self,
+        matches: Sequence[Match],
+        result_set: _core.rxPointMatcherResultSet,
+        params: _core.rxPointMatcherRunParams,
+    ) -> None:
+        self._matches = list(matches)
+        self._result_set = result_set
+        self._params = params
+
+    @property
+    def best(self) -> Optional[Match]:
+        """The first, or None when nothing was found."""
+        return self._matches[0] if self._matches else None
+
+    @property
+    def time(self) -> float:
+        """Seconds that the run took."""
+        return self._result_set.time()
+
+    @property
+    def params(self) -> _core.rxPointMatcherRunParams:
+        """The parameters of the run."""
+        return self._params
+
+    @property
+    def result_set(self) -> _core.rxPointMatcherResultSet:
+        """The library's own result set, for its functions."""
+        return self._result_set
+
+    @overload
+    def __getitem__(self, index: int) -> Match: ...
+
+    @overload
+    def __getitem__(self, index: slice) -> Sequence[Match]: ...
+
+    def __getitem__(self, index: Union[int, slice]) -> Union[Match, Sequence[Match]]:
+        return self._matches[index]
+
+    def __len__(self) -> int:
+        return len(self._matches)
+
+    def __eq__(self, other: object) -> bool:
+        """Equal matches in equal order; the time does not count."""
+        return isinstance(other, Matches) and self._matches == other._matches
+
+    __hash__ = None  # type: ignore[assignment]
+
+    def __repr__(self) -> str:
+        lines = "".join(f"\n  {match!r}" for match in self._matches)
+        return f"<Matches: {len(self)} in {self.time:.3g} s{lines}>"
+
+
+class Matcher:
+    """A trained pattern. It does not change: any number of threads may search with it at once.
+
+    >>> model = [(0, 0), (40, 0), (40, 25), (10, 30)]
+    >>> matcher = Matcher.train(model)
+    >>> found = matcher.match([(70, 12), (75, 100), (75, 140), (50, 140), (45, 110)],
+    ...                       rotation="full")
+    >>> found.best.rotation_deg, found.best.coverage
+    (90.0, 1.0)
+    >>> found.best.model_to_data
+    array([1, 2, 3, 4])
+    """
+
+    def __init__(self, core: _core.rxPointMatcher) -> None:
+        """Of the library's own matcher, trained on points. Use train."""
+        self._core = core
+        self._points = core.modelPoints()
+        self._points.setflags(write=False)
+
+    @classmethod
+    def train(
+        cls, points: ArrayLike, weights: Optional[ArrayLike] = None, *, exhaustive: bool = False
+    ) -> "Matcher":
+        """A matcher for a pattern of points.
+
+        points: at least 3, shape (n, 2), in any unit.
+        weights: a whole number for each point, at least two above 0; None: all the same.
+        exhaustive: try every assignment; for up to about six points.
+
+        Raises InsufficientModelPoints, BadParams, ValueError for arrays of a wrong shape or with
+        numbers that are not finite.
+        """
+        core = _core.rxPointMatcher()
+        defs = _core.rxPointMatcherDefs
+        mode = defs.eExhaustiveMode if exhaustive else defs.eAutoDetect
+        if weights is None:
+            core.train(points, mode)
+        else:
+            core.train(points, weights, mode)
+        return cls(core)
+
+    @property
+    def core(self) -> _core.rxPointMatcher:
+        """The library's own matcher, for its functions. Do not train it."""
+        return self._core
+
+    @property
+    def points(self) -> NDArray[np.float64]:
+        """The pattern, shape (n, 2). Read-only."""
+        return self._points
+
+    @property
+    def weights(self) -> Optional[NDArray[np.int64]]:
+        """The weights, shape (n,), all 1 if none were given; None of an exhaustive matcher."""
+        return None if self.exhaustive else self._core.weights()
+
+    @property
+    def exhaustive(self) -> bool:
+        """Whether every assignment is tried."""
+        return self._core.trainMode() == _core.rxPointMatcherDefs.eExhaustiveMode
+
+    def __len__(self) -> int:
+        """The number of points of the pattern."""
+        return len(self._points)
+
+    def match(
+        self,
+        data: ArrayLike,
+        *,
+        rotation: Angles = (-15.0, 15.0),
+        scale: Pair = (0.0, 0.0),
+        translation_x: Optional[Pair] = None,
+        translation_y: Optional[Pair] = None,
+        start_pose: Optional[Pose] = None,
+        min_coverage: float = 0.5,
+        max_results: int = 1,
+        grid_size: Optional[float] = None,
+        capture_range: Optional[float] = None,
+        time_limit: Optional[float] = None,
+        progress: Progress = None,
+    ) -> Matches:
+        """Finds the pattern among data points.
+
+        data: shape (m, 2), any real type; float64 in C order is read where it is.
+        rotation: from and to, degrees against the start pose, or "full".
+        scale: relative change, from and to: (-0.1, 0.2) is 10 % smaller to 20 % larger.
+        translation_x, translation_y: from and to; None: anywhere.
+        start_pose: the expected pose, shape (2, 3); None: the identity.
+        min_coverage: smallest matched share of the pattern, 0 to 1.
+        max_results: largest number of matches.
+        grid_size: cell size of the search, model units; None: as training derived it.
+        capture_range: largest distance of a matched point, data units; None: the grid size.
+        time_limit: seconds; None: no limit. Exhaustive searches do not look at it.
+        progress: True for a bar on stderr, or a function that is told the share done, 0 to 1.
+
+        The interpreter is free for other threads meanwhile, and Ctrl-C ends the search (not an
+        exhaustive one). Raises BadParams, DeadlinePassed, Interrupted, and ValueError for data
+        of a wrong shape or with numbers that are not finite.
+        """
+        params = run_params(
+            rotation=rotation,
+            scale=scale,
+            translation_x=translation_x,
+            translation_y=translation_y,
+            start_pose=start_pose,
+            min_coverage=min_coverage,
+            max_results=max_results,
+            grid_size=grid_size,
+            capture_range=capture_range,
+        )
+        found = run(self._core, data, params, time_limit, progress)
+        points = np.asarray(data)
+        results = found.results()
+        return Matches([Match(result, self._points, points) for result in results], found, params)
+
+    def to_bytes(self) -> bytes:
+        """The record of the pattern, as the library's archives and the command-line tool have it.
+
+        It does not hold whether the matcher is exhaustive; pickle does.
+        """
+        return self._core.to_bytes()
+
+    @classmethod
+    def from_bytes(cls, record: bytes, *, exhaustive: bool = False) -> "Matcher":
+        """The matcher of a record. Raises ArchiveError, or NotTrained if it holds no points."""
+        return cls(_core.rxPointMatcher.from_bytes(record, exhaustive))
+
+    def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
+        """Writes the record into a file."""
+        record = self.to_bytes()
+        with open(path, "wb") as file:
+            file.write(record)
+
+    @classmethod
+    def load(
+        cls, path: Union[str, "os.PathLike[str]"], *, exhaustive: bool = False
+    ) -> "Matcher":
+        """The matcher of a file that save or the tool's `ptmatch train` wrote. As from_bytes."""
+        with open(path, "rb") as file:
+            return cls.from_bytes(file.read(), exhaustive=exhaustive)
+
+    def __eq__(self, other: object) -> bool:
+        return isinstance(other, Matcher) and self._core == other._core
+
+    __hash__ = None  # type: ignore[assignment]
+
+    def __copy__(self) -> "Matcher":
+        return self
+
+    def __deepcopy__(self, memo: dict[int, Any]) -> "Matcher":
+        return self
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return Matcher, (self._core,)
+
+    def __repr__(self) -> str:
+        return f"<Matcher of {len(self)} points{', exhaustive' if self.exhaustive else ''}>"
+
+
+def run(
+    core: _core.rxPointMatcher,
+    data: ArrayLike,
+    params: _core.rxPointMatcherRunParams,
+    time_limit: Optional[float],
+    progress: Progress,
+) -> _core.rxPointMatcherResultSet:
+    """A run of the library's matcher, watched if there is a limit or somebody to tell."""
+    found = _core.rxPointMatcherResultSet()
+    if time_limit is None and (progress is None or progress is False):
+        core.run(data, params, found)
+        return found
+    limits = _core.rxRunLimits()
+    limits.timeLimit = math.inf if time_limit is None else time_limit
+    if progress is not True:
+        if progress:
+            limits.onProgress = progress
+        _core.rfRunWatched(core, data, params, found, limits)
+        return found
+    with Bar() as bar:
+        limits.onProgress = bar
+        _core.rfRunWatched(core, data, params, found, limits)
+    return found
