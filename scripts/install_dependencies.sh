@@ -3,14 +3,26 @@
 # sudo for that; asks no questions of its own.
 #   scripts/install_dependencies.sh             to build, test and demonstrate
 #   scripts/install_dependencies.sh --checks    also for the second compiler, format, lint, reference
+#   scripts/install_dependencies.sh --tool      to build and demonstrate the tool, nothing else
+#   scripts/install_dependencies.sh --python    to build and demonstrate the Python package, nothing else
 set -eu
 
-packages="g++ cmake ninja-build libgtest-dev libgmock-dev libcli11-dev nlohmann-json3-dev
-    libbenchmark-dev libeigen3-dev libjpeg-dev libpng-dev librsvg2-bin make pkg-config dpkg-dev
-    file groff-base python3"
-if [ "${1:-}" = --checks ]; then
-    packages="$packages clang libclang-rt-14-dev clang-format clang-tidy doxygen"
-fi
+build="g++ cmake ninja-build"
+tool="libcli11-dev nlohmann-json3-dev libjpeg-dev libpng-dev librsvg2-bin"
+python="python3-dev pybind11-dev python3-numpy python3-matplotlib"
+tests="libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev make pkg-config dpkg-dev file groff-base
+    python3 python3-pytest python3-pip python3-distributed mypy"
+checks="clang libclang-rt-14-dev clang-format clang-tidy doxygen"
+case "${1:-}" in
+"") packages="$build $tool $python $tests" ;;
+--checks) packages="$build $tool $python $tests $checks" ;;
+--tool) packages="$build $tool" ;;
+--python) packages="$build $python" ;;
+*)
+    echo "unknown option $1" >&2
+    exit 2
+    ;;
+esac
 
 is_installed() {
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
