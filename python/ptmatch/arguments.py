@@ -60,15 +60,15 @@ def matrix_of(xform: rxXform) -> NDArray[np.float64]:
 
 def run_params(
     *,
-    rotation: Angles,
-    scale: Pair,
-    translation_x: Optional[Pair],
-    translation_y: Optional[Pair],
-    start_pose: Optional[Pose],
-    min_coverage: float,
-    max_results: int,
-    grid_size: Optional[float],
-    capture_range: Optional[float],
+    rotation: Angles = (-15.0, 15.0),
+    scale: Pair = (0.0, 0.0),
+    translation_x: Optional[Pair] = None,
+    translation_y: Optional[Pair] = None,
+    start_pose: Optional[Pose] = None,
+    min_coverage: float = 0.5,
+    max_results: int = 1,
+    grid_size: Optional[float] = None,
+    capture_range: Optional[float] = None,
 ) -> rxPointMatcherRunParams:
     """The parameters of a run. Raises BadParams, as their setters do, and ValueError."""
     params = rxPointMatcherRunParams()

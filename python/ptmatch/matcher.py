@@ -8,7 +8,7 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from . import _core
-from .arguments import Angles, Pair, Pose, matrix_of, run_params
+from .arguments import Angles, Pair, Pose, matrix_of, run_params, xform_of
 from .progress import Bar, Progress
 
 
@@ -299,6 +299,73 @@ class Matcher:
         points = np.asarray(data)
         results = found.results()
         return Matches([Match(result, self._points, points) for result in results], found, params)
+
+    def distinct(
+        self, found: Matches, *, max_shared_share: float = 0.2, min_pose_distance: float = 0.0
+    ) -> list[Match]:
+        """The copies of the pattern among the matches of a search, best first, each once.
+
+        max_shared_share: largest share of its data points that a copy has in common with better
+            ones.
+        min_pose_distance: copies lie more than this apart, data units.
+
+        Ask match for several times as many results as there may be copies.
+        """
+        distinctness = _core.rxDistinctness(max_shared_share, min_pose_distance)
+        places = _core.rfDistinctInstances(self._core, found.result_set, distinctness)
+        return [found[int(place)] for place in places]
+
+    def certainty(
+        self,
+        found: Matches,
+        data: ArrayLike,
+        index: int = 0,
+        *,
+        point_sigma: float = 0.0,
+        min_pose_distance: float = 0.0,
+        data_area: float = 0.0,
+    ) -> _core.rxCertainty:
+        """How sure a match is: covariance of its pose, margin to the next, chance of an accident.
+
+        found, data: what match returned for these data; 10 results or more tell the margin.
+        index: of the match in found.
+        point_sigma: standard deviation of a coordinate of a data point; 0: from the residuals.
+        min_pose_distance: poses further apart are different, data units; 0: from the model.
+        data_area: area over which the data are scattered; 0: of their bounding box.
+        """
+        settings = _core.rxCertaintySettings(point_sigma, min_pose_distance, data_area)
+        return _core.rfCertainty(
+            self._core, data, found.params, found.result_set, index, settings
+        )
+
+    def why_not(self, data: ArrayLike, **search: Any) -> _core.rxWhyNot:
+        """Why a search finds nothing, or not the expected.
+
+        search: the keywords of match, from rotation to capture_range.
+        """
+        return _core.rfWhyNot(self._core, data, run_params(**search))
+
+    def cost(self, data: ArrayLike, **search: Any) -> _core.rxRunCost:
+        """How much a search would look through, without searching. Arguments as why_not."""
+        return _core.rfRunCost(self._core, data, run_params(**search))
+
+    def vote_image(
+        self, data: ArrayLike, pose: Optional[Pose] = None, **search: Any
+    ) -> Optional[_core.rxVoteImage]:
+        """The votes that a search counts at one scale and rotation.
+
+        pose: such as the matrix of a match: at the place of the search nearest to it; None: where
+            the highest of all votes stands, for which all are counted.
+
+        None when the search has nothing to look through. Raises BadParams for an exhaustive
+        matcher. Other arguments as why_not.
+        """
+        params = run_params(**search)
+        if pose is None:
+            place = _core.rfBestVotePlace(self._core, data, params)
+        else:
+            place = _core.rfNearestVotePlace(self._core, data, params, xform_of(pose, "pose"))
+        return None if place is None else _core.rfVoteImage(self._core, data, params, place)
 
     def to_bytes(self) -> bytes:
         """The record of the pattern, as the library's archives and the command-line tool have it.

@@ -11,10 +11,12 @@ void bindGeometry(pybind11::module_& m);
 void bindImages(pybind11::module_& m);
 void bindAttention(pybind11::module_& m);
 void bindMatcher(pybind11::module_& m);
-void bindAdditions(pybind11::module_& m);
 void bindGridMap(pybind11::module_& m);
 void bindCorresponder(pybind11::module_& m);
 void bindTransforms(pybind11::module_& m);
 void bindEquations(pybind11::module_& m);
+void bindAdditions(pybind11::module_& m);
+void bindCertainty(pybind11::module_& m);
+void bindVoteImage(pybind11::module_& m);
 
 }  // namespace ptmatch::python

@@ -17,9 +17,11 @@ PYBIND11_MODULE(_core, m) {
     bindImages(m);
     bindAttention(m);
     bindMatcher(m);
-    bindAdditions(m);
     bindGridMap(m);
     bindCorresponder(m);
     bindTransforms(m);
     bindEquations(m);
+    bindAdditions(m);
+    bindCertainty(m);
+    bindVoteImage(m);
 }
