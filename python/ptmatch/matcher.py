@@ -223,6 +223,11 @@ class Matcher:
         if weights is None:
             core.train(points, mode)
         else:
+            given, expected = np.size(weights), len(np.asarray(points))
+            if given != expected:
+                raise ValueError(
+                    f"weights: expected one for each of {expected} points, got {given}"
+                )
             core.train(points, weights, mode)
         return cls(core)
 

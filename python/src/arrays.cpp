@@ -11,7 +11,8 @@ namespace py = pybind11;
 namespace ptmatch::python {
 namespace {
 
-using Doubles = py::array_t<double, py::array::c_style>;
+// Also of long doubles, of which not every one is a double.
+using Doubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
 
 std::string shapeOf(const py::array& array) {
     std::string text = "(";
@@ -146,7 +147,7 @@ std::vector<rxPair<long>> positions(const py::handle& object, std::string_view n
 }
 
 py::array_t<double, py::array::c_style> matrix(const py::handle& object, std::string_view name) {
-    auto array = doubles(object, name);
+    const auto array = doubles(object, name);
     if (array.ndim() != 2) refuse(name, "an array of two dimensions", "shape " + shapeOf(array));
     return array;
 }
