@@ -1,16 +1,11 @@
 """Measured scenes whose answer is known, through Matcher."""
 
 import json
-import pathlib
 
 import numpy as np
 import pytest
 
 import ptmatch
-
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-OWN = ROOT / "data"
-SHARED = ROOT.parent / "shared" / "data"
 
 
 def points(path):
@@ -28,17 +23,17 @@ def check(folder, **search):
     return agreeing, np.count_nonzero(paired), best, truth
 
 
-def test_the_card_is_found_among_dots_that_look_alike():
-    agreeing, paired, best, truth = check(OWN / "demo_pick")
+def test_the_card_is_found_among_dots_that_look_alike(data):
+    agreeing, paired, best, truth = check(data / "demo_pick")
     assert agreeing == paired == 30 and best.coverage == 1.0
     assert best.rotation_deg == pytest.approx(truth["rotation_deg"], abs=0.05)
     assert best.scale == pytest.approx(truth["scale"], abs=1e-4)
 
 
-def test_the_holes_of_a_board_are_found_in_its_scan():
+def test_the_holes_of_a_board_are_found_in_its_scan(data):
     scale = 300 / 25.4  # pixels to the millimetre
     agreeing, _, best, truth = check(
-        OWN / "versa64",
+        data / "versa64",
         start_pose=[[scale, 0, 0], [0, scale, 0]],
         rotation="full",
         scale=(-0.02, 0.02),
@@ -75,7 +70,5 @@ def test_the_holes_of_a_board_are_found_in_its_scan():
         ),
     ],
 )
-def test_the_collection_is_matched_as_its_truth_says(name, search, agreeing):
-    if not SHARED.is_dir():
-        pytest.skip("the collection of measured scenes is not beside the project")
-    assert check(SHARED / name, **search)[0] == agreeing
+def test_the_collection_is_matched_as_its_truth_says(shared_data, name, search, agreeing):
+    assert check(shared_data / name, **search)[0] == agreeing
