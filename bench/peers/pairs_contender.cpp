@@ -18,7 +18,8 @@ class Pairs : public Contender {
         limits.maxRotationRad = kind.maxRotationRad();
         limits.scaleTolerance = kind.scaleTolerance();
         limits.minCoverage = kind.minCoverage();
-        limits.inlierDistance = knowsJitter_ ? 3.0 * kJitter : 0.25 * leastDistance(kind.numModel);
+        limits.inlierDistance =
+            knowsJitter_ ? 3.0 * kind.jitter : 0.25 * leastDistance(kind.numModel);
         alignment_.emplace(model, limits);
     }
 

@@ -33,7 +33,7 @@ class CongruentSets : public Contender {
         alignment.setInputTarget(model_);
         alignment.setNumberOfThreads(1);
         alignment.setApproxOverlap(static_cast<float>(kind_.keptShare));
-        alignment.setDelta(static_cast<float>(delta_ * kJitter), false);
+        alignment.setDelta(static_cast<float>(delta_ * kind_.jitter), false);
         alignment.setMaxComputationTime(kMaxSeconds);
         // A pose is scored by the share of the data that it leaves alone; this one would do.
         const double wanted = kind_.minCoverage() * static_cast<double>(kind_.numModel);

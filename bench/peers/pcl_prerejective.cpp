@@ -71,7 +71,7 @@ class Prerejective : public Contender {
         search.setNumberOfSamples(kNumSamples);
         search.setCorrespondenceRandomness(std::min(kNumAlike, static_cast<int>(data.size())));
         search.setSimilarityThreshold(kind_.isScaled ? kScaledSimilarity : kRigidSimilarity);
-        search.setMaxCorrespondenceDistance(4.5 * kJitter);
+        search.setMaxCorrespondenceDistance(4.5 * kind_.jitter);
         search.setInlierFraction(static_cast<float>(kind_.minCoverage()));
         if (kind_.isScaled) {
             search.setTransformationEstimation(

@@ -5,10 +5,12 @@
 //     ptmatch_peers --only ptmatch,pairs        # these alone
 //     ptmatch_peers --points 50,100 --scenes 8  # rows of these sizes, fewer scenes each
 //     ptmatch_peers --absent yes                # data of other models: right is to find nothing
+//     ptmatch_peers --read FILE                 # scenes of another program; its poses, not a table
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <fstream>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -24,6 +26,7 @@
 #include "contender.h"
 #include "isolated_run.h"
 #include "scene.h"
+#include "scene_file.h"
 
 namespace {
 
@@ -45,6 +48,7 @@ struct Options {
     bool isAbsent = false;
     std::string python = "/usr/bin/python3";
     std::string script = PTMATCH_PEERS_SCRIPT;
+    std::string scenesToRead;
 
     [[nodiscard]] bool wants(const std::string& name) const {
         return only.empty() || std::find(only.begin(), only.end(), name) != only.end();
@@ -165,6 +169,34 @@ std::vector<std::unique_ptr<Contender>> makeContenders(const Options& options) {
     requireKnown(options.only, all);
     std::erase_if(all, [&](const auto& contender) { return !options.wants(contender->name()); });
     return all;
+}
+
+// A line per scene and contender: the contender, the number of the scene, whether it ended, whether
+// there is a pose, the seconds, and the pose a b tx ty. Nobody here knows which poses are right,
+// and none is polished. A contender that knows rigid poses only has no line for a scene with a
+// scale.
+void printPoses(const Options& options) {
+    std::ifstream in(options.scenesToRead);
+    if (!in) throw std::runtime_error("cannot read " + options.scenesToRead);
+    const std::vector<ForeignScene> scenes = readScenes(in);
+    const auto contenders = makeContenders(options);
+#ifdef PTMATCH_PEERS_PCL
+    std::cout << "PCL " PTMATCH_PEERS_PCL "\n";
+#endif
+    for (std::size_t i = 0; i < scenes.size(); ++i) {
+        const ForeignScene& scene = scenes[i];
+        for (const auto& contender : contenders) {
+            if (scene.kind.isScaled && !contender->findsScale()) continue;
+            const Outcome outcome = runIsolated(
+                [&] { contender->train(scene.model, scene.kind); },
+                [&] { return findInRounds(*contender, scene.data); }, options.maxSeconds);
+            std::printf("%s %zu %d %d %.9g %.17g %.17g %.17g %.17g\n", contender->name().c_str(), i,
+                        static_cast<int>(outcome.hasEnded), static_cast<int>(outcome.hasPose),
+                        outcome.seconds, outcome.pose.a, outcome.pose.b, outcome.pose.tx,
+                        outcome.pose.ty);
+            std::fflush(stdout);
+        }
+    }
 }
 
 class Comparison {
@@ -288,6 +320,8 @@ Options parse(int argc, char** argv) {
             options.isAbsent = value == "yes";
         } else if (key == "--python") {
             options.python = value;
+        } else if (key == "--read") {
+            options.scenesToRead = value;
         } else {
             throw std::invalid_argument("unknown option " + key);
         }
@@ -301,6 +335,10 @@ Options parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         const Options options = parse(argc, argv);
+        if (!options.scenesToRead.empty()) {
+            printPoses(options);
+            return 0;
+        }
         std::cout << "ptmatch " PTMATCH_BENCH_VERSION ", commit " PTMATCH_BENCH_COMMIT ", flags"
                   << PTMATCH_BENCH_FLAGS << "\n"
                   << "found/tried and median processor time of one thread; " << options.numScenes

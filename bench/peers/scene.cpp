@@ -106,7 +106,7 @@ double leastDistance(long numModel) {
 }
 
 double toleranceOf(const SceneKind& kind) {
-    return 3.0 * kJitter + 0.2 * leastDistance(kind.numModel);
+    return 3.0 * kind.jitter + 0.2 * leastDistance(kind.numModel);
 }
 
 Scene makeScene(const SceneKind& kind, long index) {

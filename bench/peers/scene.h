@@ -23,12 +23,20 @@ struct Similarity {
     }
 };
 
+/// Side of the square that the model lies in, and the clutter.
+inline constexpr double kSide = 1000.0;
+/// Standard deviation of the displacement of each planted point, along either axis.
+inline constexpr double kJitter = 1.0;
+/// Largest translation along either axis.
+inline constexpr double kMaxShift = 200.0;
+
 /// One row of the comparison.
 struct SceneKind {
     long numModel = 0;
     double keptShare = 0.0;  ///< of the model's points, planted in the data; the others are missing
     bool isFullTurn = false;  ///< any rotation, else within 15 degrees of the start pose
     bool isScaled = false;    ///< scale within 10 % of the start pose's, else exactly that
+    double jitter = kJitter;  ///< deviation that contenders are told; all scenes made here have it
 
     [[nodiscard]] double maxRotationRad() const;
     [[nodiscard]] double scaleTolerance() const;
@@ -36,13 +44,6 @@ struct SceneKind {
     [[nodiscard]] double minCoverage() const { return 0.8 * keptShare; }
     [[nodiscard]] std::string name() const;
 };
-
-/// Side of the square that the model lies in, and the clutter.
-inline constexpr double kSide = 1000.0;
-/// Standard deviation of the displacement of each planted point, along either axis.
-inline constexpr double kJitter = 1.0;
-/// Largest translation along either axis.
-inline constexpr double kMaxShift = 200.0;
 
 struct Scene {
     Points model;
