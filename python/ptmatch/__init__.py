@@ -18,6 +18,7 @@ matplotlib and is imported by itself only.
 from . import _core, errors
 from ._core import *  # noqa: F401,F403
 from .errors import *  # noqa: F401,F403
+from .grids import UNASSIGNED, GridMap, GridMatch, GridMatcher, GridMatches, grid_map
 from .matcher import Match, Matcher, Matches
 
 __version__: str = _core.__version__
@@ -32,3 +33,6 @@ _core.rxPointMatcherDefs.NotTrained = errors.NotTrained
 _core.rxPointMatcherDefs.NotRun = errors.NotRun
 _core.rxPointMatcherDefs.InsufficientModelPoints = errors.InsufficientModelPoints
 _core.rxAttention.Interrupted = errors.Interrupted
+_core.rx_PointToGridCorresponderDefs.Errors = errors.GridCorresponderError
+_core.rx_PointToGridCorresponderDefs.InsufficientModelPoints = errors.InsufficientPatternPoints
+_core.rx_PointToGridCorresponderDefs.InsufficientMemory = errors.InsufficientMemory

@@ -2,13 +2,14 @@
 
 import math
 import os
-from typing import Any, Iterator, Optional, Sequence, Union, overload
+from typing import Any, Optional, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from . import _core
 from .arguments import Angles, Pair, Pose, matrix_of, run_params, xform_of
+from .found import Found
 from .progress import Bar, Progress
 
 
@@ -129,60 +130,8 @@ class Match:
         )
 
 
-class Matches(Sequence[Match]):
+class Matches(Found[Match]):
     """What one run found, best first: highest coverage, then smallest fit error."""
-
-    def __init__(
-        self,
-        matches: Sequence[Match],
-        result_set: _core.rxPointMatcherResultSet,
-        params: _core.rxPointMatcherRunParams,
-    ) -> None:
-        self._matches = list(matches)
-        self._result_set = result_set
-        self._params = params
-
-    @property
-    def best(self) -> Optional[Match]:
-        """The first, or None when nothing was found."""
-        return self._matches[0] if self._matches else None
-
-    @property
-    def time(self) -> float:
-        """Seconds that the run took."""
-        return self._result_set.time()
-
-    @property
-    def params(self) -> _core.rxPointMatcherRunParams:
-        """The parameters of the run."""
-        return self._params
-
-    @property
-    def result_set(self) -> _core.rxPointMatcherResultSet:
-        """The library's own result set, for its functions."""
-        return self._result_set
-
-    @overload
-    def __getitem__(self, index: int) -> Match: ...
-
-    @overload
-    def __getitem__(self, index: slice) -> Sequence[Match]: ...
-
-    def __getitem__(self, index: Union[int, slice]) -> Union[Match, Sequence[Match]]:
-        return self._matches[index]
-
-    def __len__(self) -> int:
-        return len(self._matches)
-
-    def __eq__(self, other: object) -> bool:
-        """Equal matches in equal order; the time does not count."""
-        return isinstance(other, Matches) and self._matches == other._matches
-
-    __hash__ = None  # type: ignore[assignment]
-
-    def __repr__(self) -> str:
-        lines = "".join(f"\n  {match!r}" for match in self._matches)
-        return f"<Matches: {len(self)} in {self.time:.3g} s{lines}>"
 
 
 class Matcher:

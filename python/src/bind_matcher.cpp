@@ -11,6 +11,7 @@
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/run_watch.h"
 #include "ptmatch/summaries.h"
+#include "run_into.h"
 #include "shared_matcher.h"
 
 namespace py = pybind11;
@@ -115,6 +116,16 @@ void bindResults(py::module_& m) {
     result.def("gridToDataMap", &Result::gridToDataMap, py::arg("position"),
                "The index of the data point at a position (x, y) of the trained pattern, -1 for "
                "none. Raises NotRun unless of grid mode, ImageError outside the pattern.");
+    result.def(
+        "gridToDataMap",
+        [](const Result& r, const py::object& places) {
+            std::vector<long> indices;
+            for (const rxPair<long>& place : positions(places, "positions")) {
+                indices.push_back(r.gridToDataMap(place));
+            }
+            return arrayOf(indices);
+        },
+        py::arg("positions"), "The same for an array of positions of shape (n, 2): int64 (n,).");
     result.def("coverage", &Result::coverage, "The matched share of the model, 0 to 1.");
     result.def("fitError", &Result::fitError,
                "Root mean square distance of the matched points, data units.");
@@ -156,20 +167,6 @@ void trainNew(SharedMatcher& self, const Train& train) {
         throw;
     }
     self.replace(fresh);
-}
-
-/// Runs on a copy of the result set, which nobody else sees while other threads run.
-template <class Run>
-void runInto(rxPointMatcherResultSet& resultSet, const Run& run) {
-    rxPointMatcherResultSet found = resultSet;
-    try {
-        const LongCall call;
-        run(found);
-    } catch (...) {
-        resultSet = found;
-        throw;
-    }
-    resultSet = std::move(found);
 }
 
 void runMatcher(const SharedMatcher& self, const py::object& data,
