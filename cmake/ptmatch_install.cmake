@@ -6,6 +6,10 @@ include(GNUInstallDirs)
 # the headers of two major versions can lie side by side.
 set(ptmatch_install_includedir ${CMAKE_INSTALL_INCLUDEDIR}/ptmatch-${PROJECT_VERSION_MAJOR})
 
+set(PTMATCH_PYTHON_INSTALL_DIR lib/python3/dist-packages CACHE STRING
+  "Where the Python package is installed, below the prefix")
+mark_as_advanced(PTMATCH_PYTHON_INSTALL_DIR)
+
 # A tool finds the library beside it, wherever the tree was put.
 function(ptmatch_find_library_beside target)
   file(RELATIVE_PATH path /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
@@ -62,11 +66,25 @@ function(ptmatch_install_layout libdir prefix export)
   endif()
 endfunction()
 
+# ptmatch_install_python(<folder> <component> [EXCLUDE_FROM_ALL]): the Python package, and beside it what
+# tells pip and its like the version.
+function(ptmatch_install_python folder component)
+  set(component COMPONENT ${component} ${ARGN})
+  install(TARGETS ptmatch_python LIBRARY DESTINATION ${folder}/ptmatch ${component})
+  get_target_property(sources ptmatch_python ptmatch_python_sources)
+  install(FILES ${sources} DESTINATION ${folder}/ptmatch ${component})
+  install(FILES ${PROJECT_BINARY_DIR}/python/METADATA
+    DESTINATION ${folder}/ptmatch-${PROJECT_VERSION}.dist-info ${component})
+endfunction()
+
 function(ptmatch_install_everything)
   if(TARGET ptmatch_tool)
     ptmatch_find_library_beside(ptmatch_tool)
   endif()
   ptmatch_install_layout(${CMAKE_INSTALL_LIBDIR} "" ptmatchTargets)
+  if(TARGET ptmatch_python)
+    ptmatch_install_python(${PTMATCH_PYTHON_INSTALL_DIR} python)
+  endif()
   # If it has been made.
   install(DIRECTORY ${PROJECT_BINARY_DIR}/reference/html
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development OPTIONAL)

@@ -1,5 +1,5 @@
-# Debian packages, by `cpack` in any build folder: the shared library, what programs are built with, and
-# the tool. They have a layout of their own (/usr, libraries in the folder of the architecture), so that
+# Debian packages, by `cpack` in any build folder: the shared library, what programs are built with, the
+# tool, and the Python package if it is built. They have a layout of their own (/usr, libraries in the folder of the architecture), so that
 # the prefix the build was configured with does not matter.
 set(ptmatch_makes_packages OFF)
 find_program(PTMATCH_DPKG_DEB dpkg-deb)
@@ -18,6 +18,14 @@ ptmatch_install_layout(lib/${CMAKE_LIBRARY_ARCHITECTURE} ${prefix} ptmatchDebian
 set(library_package libptmatch${PROJECT_VERSION_MAJOR})
 set(development_package libptmatch-dev)
 set(tool_package ptmatch-tool)
+set(python_package python3-ptmatch)
+
+set(parts library development tool)
+if(TARGET ptmatch_python)
+  list(APPEND parts python)
+  # Debian's Python finds packages there, whatever its version.
+  ptmatch_install_python(lib/python3/dist-packages ${prefix}python EXCLUDE_FROM_ALL)
+endif()
 
 # The documents that every package has to have. `-n` leaves out the time: the same input, the same file.
 set(doc_dir ${PROJECT_BINARY_DIR}/install/doc)
@@ -29,7 +37,7 @@ endfunction()
 file(MAKE_DIRECTORY ${doc_dir})
 ptmatch_compress(${PROJECT_SOURCE_DIR}/CHANGELOG.md changelog.gz)
 ptmatch_compress(${PROJECT_SOURCE_DIR}/packaging/debian/changelog changelog.Debian.gz)
-foreach(part IN ITEMS library development tool)
+foreach(part IN LISTS parts)
   install(FILES ${doc_dir}/changelog.gz ${doc_dir}/changelog.Debian.gz
                 ${PROJECT_SOURCE_DIR}/packaging/debian/copyright
     DESTINATION share/doc/${${part}_package} COMPONENT ${prefix}${part} EXCLUDE_FROM_ALL)
@@ -55,7 +63,7 @@ set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
-set(CPACK_COMPONENTS_ALL ${prefix}library ${prefix}development ${prefix}tool)
+list(TRANSFORM parts PREPEND ${prefix} OUTPUT_VARIABLE CPACK_COMPONENTS_ALL)
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 
@@ -95,5 +103,22 @@ set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_DEPENDS "${library_package} (>= ${PROJECT_V
 set(CPACK_DEBIAN_DEBIAN_TOOL_PACKAGE_SUGGESTS librsvg2-bin)
 set(CPACK_DEBIAN_DEBIAN_TOOL_DESCRIPTION "matching of 2-D point sets (command-line tool)\n${about}\n.\n\
 This package has the command ptmatch.")
+
+if(TARGET ptmatch_python)
+  # The module is for one version of Python. Debian's NumPy has the epoch 1.
+  get_target_property(minor ptmatch_python ptmatch_python_minor)
+  math(EXPR next_minor "${minor} + 1")
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_NAME ${python_package})
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.${minor}), \
+python3 (<< 3.${next_minor}), python3-numpy (>= 1:1.24)")
+  # Only ptmatch.plot needs it.
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-matplotlib)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/packaging/debian/python/postinst
+    ${PROJECT_SOURCE_DIR}/packaging/debian/python/prerm)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_DESCRIPTION "matching of 2-D point sets (Python package)\n${about}\n.\n\
+This package has the Python module ptmatch.")
+endif()
 
 include(CPack)

@@ -1,5 +1,5 @@
 # Read by the scripts of this folder. CTest gives SOURCE, BUILD, SCRATCH, CXX, VERSION, MAJOR, ARCHITECTURE,
-# SANITIZED.
+# SANITIZED, and PYTHON, which is empty where there is no Python package.
 #
 # The commands of docs/packages.md run in $SCRATCH/checkout, which holds links to everything in the
 # checkout but its builds; there build/release is the build that is tested.
@@ -49,4 +49,16 @@ expect_found() {
 
 needed_libraries() {
     readelf -d "$1" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'
+}
+
+# readme_runs_with PYTHON  runs the Python program of the README away from the checkout, with what the
+# interpreter finds by itself or in PYTHONPATH.
+readme_runs_with() {
+    awk '/^```$/ { inside = 0 } inside; /^```python$/ { inside = 1 }' "$SOURCE/README.md" >"$SCRATCH/readme.py"
+    [ -s "$SCRATCH/readme.py" ] || fail 'README.md has no Python program'
+    mkdir -p "$SCRATCH/elsewhere"
+    (cd "$SCRATCH/elsewhere" && "$1" -B -X dev -W error "$SCRATCH/readme.py") >"$SCRATCH/readme.txt" ||
+        fail 'the Python program of the README does not run'
+    head -n 1 "$SCRATCH/readme.txt" | grep -qx '1.0 of the pattern, turned by 90.0 degrees' ||
+        fail "the Python program of the README prints: $(cat "$SCRATCH/readme.txt")"
 }

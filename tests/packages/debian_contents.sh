@@ -53,6 +53,16 @@ expect_files ptmatch-tool <<FILES
 ./usr/share/man/man1/ptmatch.1.gz
 FILES
 
+if [ -n "$PYTHON" ]; then
+    {
+        (cd "$SOURCE/python/ptmatch" && find . -name '*.py' -o -name '*.pyi' -o -name py.typed) |
+            sed "s|^\\./||"
+        "$PYTHON" -c 'import sysconfig; print("_core" + sysconfig.get_config_var("EXT_SUFFIX"))'
+    } | sed 's|^|./usr/lib/python3/dist-packages/ptmatch/|' >"$SCRATCH/python.txt"
+    echo "./usr/lib/python3/dist-packages/ptmatch-$VERSION.dist-info/METADATA" >>"$SCRATCH/python.txt"
+    expect_files python3-ptmatch <"$SCRATCH/python.txt"
+fi
+
 # expect_field PACKAGE FIELD PATTERN...  sees that the field has each of the extended expressions.
 expect_field() {
     package=$1
@@ -74,4 +84,15 @@ dpkg-deb --ctrl-tarfile "$(package "libptmatch$MAJOR")" | tar -xO ./triggers |
 dpkg-deb --fsys-tarfile "$(package ptmatch-tool)" | tar -xO ./usr/bin/ptmatch >"$SCRATCH/packaged_tool"
 if readelf -d "$SCRATCH/packaged_tool" | grep -E 'RPATH|RUNPATH'; then
     fail 'the tool carries a path of libraries'
+fi
+
+if [ -n "$PYTHON" ]; then
+    expect_field python3-ptmatch Depends 'python3 \(>= 3\.11\)' 'python3 \(<< 3\.12\)' \
+        'python3-numpy \(>= 1:1\.24\)' 'libc6 \(>= .*\)' 'libstdc\+\+6 \(>= .*\)'
+    expect_field python3-ptmatch Suggests python3-matplotlib
+    rm -rf "$SCRATCH/unpacked"
+    dpkg-deb --extract "$(package python3-ptmatch)" "$SCRATCH/unpacked"
+    export PYTHONPATH="$SCRATCH/unpacked/usr/lib/python3/dist-packages"
+    readme_runs_with "$PYTHON"
+    "$PYTHON" -c "import importlib.metadata as m; assert m.version('ptmatch') == '$VERSION'"
 fi

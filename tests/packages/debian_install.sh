@@ -29,7 +29,7 @@ rm -f "$SCRATCH/ldconfig.txt"
 status() {
     dpkg-query --admindir="$root/var/lib/dpkg" -W -f '${db:Status-Status}\n' "$1"
 }
-names="libptmatch$MAJOR libptmatch-dev ptmatch-tool"
+names="libptmatch$MAJOR libptmatch-dev ptmatch-tool ${PYTHON:+python3-ptmatch}"
 
 run_documented install_packages
 for name in $names; do
