@@ -642,7 +642,8 @@ class GridMatcher:
         found: train on pattern[::-1, ::-1] instead.
 
         It may overhang the rectangle around the data's grid positions by two steps
-        on each side. Two points at one node: the later one is matched, both count in the matrix.
+        on each side. Of two points within the capture range of one node, the later one is
+        matched, and both count in the matrix: a smaller range keeps clutter beside a dot off.
 
         The interpreter is free for other threads meanwhile; Ctrl-C ends the search for a sparse
         pattern. Raises BadParams, InsufficientMemory, FitError, MathError, DeadlinePassed,

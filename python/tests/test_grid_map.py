@@ -1,17 +1,21 @@
 """Points mapped onto a regular grid, against positions known from the start."""
 
 import copy
-import csv
-import json
 import pathlib
 import pickle
-import threading
-import time
 from concurrent.futures import ProcessPoolExecutor
 from typing import Any
 
 import numpy as np
 import pytest
+from lattices import (
+    advances_during,
+    lattice,
+    least_squares,
+    measured,
+    same_up_to_a_shift,
+    turned,
+)
 from numpy.typing import NDArray
 
 import ptmatch
@@ -20,32 +24,8 @@ from ptmatch import UNASSIGNED, GridMap, grid_map
 XV, YV = (25.0, 1.0), (-1.5, 24.0)
 
 
-def lattice(columns: int, rows: int) -> NDArray[np.int64]:
-    """All positions (i, j), row by row."""
-    i, j = np.meshgrid(np.arange(columns), np.arange(rows))
-    return np.column_stack([i.ravel(), j.ravel()])
-
-
-def turned(vectors: Any, degrees: float) -> NDArray[np.float64]:
-    angle = np.radians(degrees)
-    turn = np.array([[np.cos(angle), -np.sin(angle)], [np.sin(angle), np.cos(angle)]])
-    result: NDArray[np.float64] = np.asarray(vectors, dtype=np.float64) @ turn.T
-    return result
-
-
 def points_at(positions: NDArray[np.int64], degrees: float = 0.0) -> NDArray[np.float64]:
     return turned(positions @ np.array([XV, YV]), degrees) + (300.0, 200.0)
-
-
-def least_squares(positions: NDArray[np.int64], points: NDArray[np.float64]) -> Any:
-    """The affine map from positions to points, shape (2, 3)."""
-    design = np.column_stack([positions, np.ones(len(positions))])
-    return np.linalg.lstsq(design, points, rcond=None)[0].T
-
-
-def same_up_to_a_shift(found: NDArray[np.int64], true: NDArray[np.int64]) -> bool:
-    shifts = found - true
-    return bool((shifts == shifts[0]).all())
 
 
 @pytest.mark.parametrize("degrees", [-17.0, 0.0, 12.5])
@@ -237,32 +217,14 @@ def test_a_result_travels_copies_and_compares() -> None:
 
 def test_other_threads_advance_during_a_mapping() -> None:
     points = points_at(lattice(220, 220))
-    ticks: list[float] = []
-    is_done = threading.Event()
-
-    def tick() -> None:
-        while not is_done.wait(0.0005):
-            ticks.append(time.perf_counter())
-
-    thread = threading.Thread(target=tick)
-    thread.start()
     params, result = ptmatch.rxPtToGridMapRunParams(XV, YV), ptmatch.rxPtToGridMapResult()
-    try:
-        # Where the machine is busy, the thread may not come to run in a call. One that keeps the
-        # interpreter lets it never.
-        for _ in range(20):
-            begin = time.perf_counter()
-            ptmatch.rfPtToGridMap(points, params, result)
-            quarter = 0.25 * (time.perf_counter() - begin)
-            # The arrays are read and written at the two ends.
-            middle = [t for t in ticks if begin + quarter < t < begin + 3.0 * quarter]
-            if middle:
-                break
-    finally:
-        is_done.set()
-        thread.join()
-    assert middle
+    assert advances_during(lambda: ptmatch.rfPtToGridMap(points, params, result))
     assert result.valid()
+
+
+def test_a_call_that_keeps_the_interpreter_is_noticed() -> None:
+    numbers = np.random.default_rng(0).random(50_000).tolist()
+    assert not advances_during(lambda: sorted(numbers))
 
 
 # --- the library's own classes -------------------------------------------------------------------
@@ -325,29 +287,15 @@ def test_a_result_of_the_library_is_filled_by_the_mapping() -> None:
 # --- measured dots -------------------------------------------------------------------------------
 
 
-def read_points(path: pathlib.Path) -> NDArray[np.float64]:
-    with open(path, newline="") as file:
-        return np.array([[float(row["x"]), float(row["y"])] for row in csv.DictReader(file)])
-
-
-def true_positions(truth: dict[str, Any]) -> tuple[NDArray[np.bool_], NDArray[np.int64]]:
-    """Which blobs are dots, and where these are."""
-    grid = truth["grid"]
-    is_dot = np.array([place is not None for place in grid])
-    return is_dot, np.array([place for place in grid if place is not None])
-
-
 @pytest.mark.parametrize(("name", "dots"), [("dots7x7", 49), ("dots_staggered", 25)])
 def test_photographed_dots_among_clutter(data: pathlib.Path, name: str, dots: int) -> None:
-    truth = json.loads((data / name / "truth.json").read_text())
-    points = read_points(data / name / "data.csv")
+    points, truth = measured(data / name)
     found = grid_map(
         points, truth["xv_centre"], truth["yv_centre"], staggered=truth["staggered"], snap_size=6
     )
-    is_dot, true = true_positions(truth)
-    assert len(true) == dots
-    assert found.assigned[is_dot].all()
-    assert same_up_to_a_shift(found.positions[is_dot], true)
+    assert len(truth["places"]) == dots
+    assert found.assigned[truth["is_dot"]].all()
+    assert same_up_to_a_shift(found.positions[truth["is_dot"]], truth["places"])
     assert found.rms < 3.0
 
 
@@ -355,14 +303,9 @@ def test_photographed_dots_among_clutter(data: pathlib.Path, name: str, dots: in
     ("name", "least"), [("sym7x7_14", 48), ("marks3_a", 77), ("colony_a", 1200), ("stag25_05", 25)]
 )
 def test_more_photographed_dots(shared_data: pathlib.Path, name: str, least: int) -> None:
-    truth = json.loads((shared_data / "grids" / name / "truth.json").read_text())
-    points = read_points(shared_data / "grids" / name / "blobs.csv")
-    found = grid_map(
-        points, truth["xv_centre"], truth["yv_centre"], staggered=truth["staggered"]
-    )
-    is_dot, true = true_positions(truth)
-    both = is_dot & found.assigned
-    place = np.full((len(points), 2), -1)
-    place[is_dot] = true
-    assert np.count_nonzero(both) >= least
-    assert same_up_to_a_shift(found.positions[both], place[both])
+    points, truth = measured(shared_data / "grids" / name)
+    found = grid_map(points, truth["xv_centre"], truth["yv_centre"], staggered=truth["staggered"])
+    assigned = found.assigned[truth["is_dot"]]
+    places = found.positions[truth["is_dot"]]
+    assert np.count_nonzero(assigned) >= least
+    assert same_up_to_a_shift(places[assigned], truth["places"][assigned])
