@@ -22,8 +22,10 @@ Peers, all packaged by Debian 12; one that is missing is named and left out:
                    seed from the clock, so that their columns vary. Their pose counts whatever its
                    score is, and they are called once.
 
-ptmatch has its default parameters, the ranges of rotation and scale, and a least coverage of 0.8 of
-the share that is kept. The peers cannot be told a range of rotation. All return one pose.
+ptmatch has its default parameters, the ranges of rotation and scale, and a least coverage of 0.8
+of the share that is kept. "ptmatch told" is told the jitter too, as PCL's alignments are: its grid
+size is the distance within which prerejective takes a point for matched, 4.5 deviations. The peers
+cannot be told a range of rotation. All return one pose.
 
 Right is a pose that takes the model's points, the missing ones too, to within a root mean square of
 three deviations of the jitter and a fifth of the least distance of two model points of where the
@@ -74,6 +76,8 @@ SCALE_TOLERANCE = 0.1
 PLANTED_SHARE = 0.95
 SECONDS_PER_ROUND = 2e-3
 STOPS_TO_GIVE_UP = 4
+# Of a matched point from its place, in deviations of the jitter. bench/peers has the same for PCL.
+REACH_IN_DEVIATIONS = 4.5
 PCL_CONTENDERS = ("4PCS", "K4PCS", "prerejective")
 PCL_HELP = "give --pcl PROGRAM; bench/peers/README.md says how to build it"
 
@@ -240,8 +244,11 @@ class Contender:
 
 
 class Ptmatch(Contender):
-    name = "ptmatch"
     version = f"ptmatch {ptmatch.__version__}"
+
+    def __init__(self, knows_jitter: bool) -> None:
+        self.name = "ptmatch told" if knows_jitter else "ptmatch"
+        self._knows_jitter = knows_jitter
 
     def find_all(self, scenes: Sequence[Scene], row: Row, limit: float) -> list[Outcome]:
         search: dict[str, Any] = {
@@ -250,6 +257,8 @@ class Ptmatch(Contender):
             "min_coverage": 0.8 * row.kept,
             "time_limit": limit,
         }
+        if self._knows_jitter:
+            search["grid_size"] = REACH_IN_DEVIATIONS * row.jitter
         return find_until_hopeless(lambda scene: self._find(scene, search), scenes)
 
     @staticmethod
@@ -388,7 +397,7 @@ class PclContender(Contender):
 
 def make_contenders(pcl: str | None) -> tuple[list[Contender], list[str], list[str]]:
     """The contenders, their versions, and a sentence for each peer that is missing."""
-    contenders: list[Contender] = [Ptmatch()]
+    contenders: list[Contender] = [Ptmatch(knows_jitter=False), Ptmatch(knows_jitter=True)]
     versions, missing = [Ptmatch.version], []
     try:
         astroalign = Astroalign()
@@ -483,8 +492,9 @@ def processor() -> str:
 def print_preamble(options: argparse.Namespace, versions: list[str], missing: list[str]) -> None:
     print(f"The same scenes for all, {options.scenes} a row, stopped after {options.limit} s each.")
     print("data: points of the model that are seen + others. jitter: in units; the model lies in a")
-    print(f"square of {SIDE:g}. rate: share of scenes with the right pose. ms: median processor time")
-    print("of one thread, from the data to the pose. What is right, and how each is set up: --help.")
+    print(f"square of {SIDE:g}. rate: share of scenes with the right pose. ms: median processor")
+    print("time of one thread, from the data to the pose. What is right, and how each is set up:")
+    print("--help.")
     print(f"{', '.join(versions)}; Python {platform.python_version()}, NumPy {np.__version__}")
     load = ", ".join(f"{value:.1f}" for value in os.getloadavg())
     print(f"{processor()}, {os.cpu_count()} processors, load {load}")

@@ -81,6 +81,7 @@ def test_quick_table_has_all_rows_and_the_easy_ones_are_solved(printed: str) -> 
     rows = table(printed)
     assert tuple(rows) == QUICK_ROWS
     assert rows["easy"]["ptmatch"][0] == 1.0
+    assert rows["easy"]["ptmatch told"][0] == 1.0
     assert 0.0 < float(rows["easy"]["ptmatch"][1]) < 5000.0
 
 
@@ -118,7 +119,7 @@ def test_missing_peers_are_named(
     script = load()
     monkeypatch.setitem(sys.modules, "astroalign", None)  # type: ignore[misc]
     contenders, versions, missing = script.make_contenders(str(stub(tmp_path / "program", body)))
-    assert [contender.name for contender in contenders] == ["ptmatch"]
+    assert [contender.name for contender in contenders] == ["ptmatch", "ptmatch told"]
     assert len(versions) == 1
     assert "python3-astroalign" in missing[0]
     assert reason in missing[1]
