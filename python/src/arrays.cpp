@@ -70,13 +70,7 @@ Doubles pointArray(const py::handle& object, std::string_view name, py::ssize_t 
 
 Doubles finitePointArray(const py::handle& object, std::string_view name, py::ssize_t coordinates) {
     auto array = pointArray(object, name, coordinates);
-    const double* first = array.data();
-    for (py::ssize_t i = 0; i < array.size(); ++i) {
-        if (std::isfinite(first[i])) continue;
-        refuse(name, "finite coordinates",
-               textOf(first[i]) + " at [" + std::to_string(i / coordinates) + ", " +
-                   std::to_string(i % coordinates) + "]");
-    }
+    requireFinite(array, name);
     return array;
 }
 
@@ -98,6 +92,36 @@ py::array_t<T> flatArray(const std::vector<Number>& numbers) {
 }
 
 }  // namespace
+
+void requireFinite(const py::array_t<double, py::array::c_style>& points, std::string_view name) {
+    const double* first = points.data();
+    for (py::ssize_t i = 0; i < points.size(); ++i) {
+        if (std::isfinite(first[i])) continue;
+        std::string place = std::to_string(i);
+        if (points.ndim() == 2) {
+            const py::ssize_t coordinates = points.shape(1);
+            place = std::to_string(i / coordinates) + ", " + std::to_string(i % coordinates);
+        }
+        refuse(name, "finite coordinates", textOf(first[i]) + " at [" + place + "]");
+    }
+}
+
+py::array_t<double, py::array::c_style> pointOrPoints(const py::handle& object,
+                                                      std::string_view name,
+                                                      py::ssize_t coordinates) {
+    const auto array = doubles(object, name);
+    if (array.ndim() == 1 && array.size() == 0) {
+        return py::array_t<double, py::array::c_style>(
+            std::vector<py::ssize_t>{py::ssize_t{0}, coordinates});
+    }
+    const bool isOne = array.ndim() == 1 && array.shape(0) == coordinates;
+    if (!isOne && (array.ndim() != 2 || array.shape(1) != coordinates)) {
+        const std::string n = std::to_string(coordinates);
+        refuse(name, "a point of shape (" + n + ",) or an array of shape (n, " + n + ")",
+               "shape " + shapeOf(array));
+    }
+    return array;
+}
 
 std::vector<rxVector<2>> points2(const py::handle& object, std::string_view name) {
     const auto array = finitePointArray(object, name, 2);

@@ -31,6 +31,15 @@ std::vector<rxVector<2>> points2(const pybind11::handle& object, std::string_vie
 /// The same of shape (n, 3).
 std::vector<rxVector<3>> points3(const pybind11::handle& object, std::string_view name);
 
+/// An array of shape (coordinates,), one point, or (n, coordinates); finite or not.
+pybind11::array_t<double, pybind11::array::c_style> pointOrPoints(const pybind11::handle& object,
+                                                                  std::string_view name,
+                                                                  pybind11::ssize_t coordinates);
+
+/// @throws pybind11::value_error: a coordinate of such an array is not finite.
+void requireFinite(const pybind11::array_t<double, pybind11::array::c_style>& points,
+                   std::string_view name);
+
 /// An array of shape (n,) of real numbers, finite or not.
 std::vector<double> numbers(const pybind11::handle& object, std::string_view name);
 

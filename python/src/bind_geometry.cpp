@@ -115,6 +115,8 @@ void bindXform(py::module_& m) {
                             "A linear transform of the plane followed by a translation: p goes to "
                             "M p + t. (a * b) * p is a * (b * p).");
     xform.def(py::init<>(), "The identity.");
+    xform.def_property_readonly_static(
+        "I", [](const py::object&) { return Xform(Xform::I); }, "A copy of the identity.");
     xform.def(py::init<const rxMatrix<2>&, const rxVector<2>&>(), py::arg("matrix"),
               py::arg("trans"), "Of a 2x2 array and a translation (x, y).");
     xform.def(py::init<const rxVector<2>&, rxRadian, rxRadian, double, double>(), py::arg("trans"),

@@ -17,6 +17,8 @@ bool numbersOf(handle source, bool convert, std::array<Number, N>& numbers) {
     if (!isinstance<sequence>(source) || isinstance<str>(source) || isinstance<bytes>(source)) {
         return false;
     }
+    // NumPy takes an element of a column for a number.
+    if (isinstance<array>(source) && reinterpret_borrow<array>(source).ndim() != 1) return false;
     const auto values = reinterpret_borrow<sequence>(source);
     if (values.size() != N) return false;
     for (std::size_t i = 0; i < N; ++i) {

@@ -20,7 +20,10 @@ PYBIND11_MODULE(_core, m) {
     bindGridMap(m);
     bindCorresponder(m);
     bindTransforms(m);
+    bindPerspective(m);
+    bindSpace(m);
     bindEquations(m);
+    bindLeastSquares(m);
     bindAdditions(m);
     bindCertainty(m);
     bindVoteImage(m);
