@@ -18,6 +18,7 @@ matplotlib and is imported by itself only.
 from . import _core, errors
 from ._core import *  # noqa: F401,F403
 from .errors import *  # noqa: F401,F403
+from .fitting import Transform, fit_affine, fit_perspective, fit_rigid, fit_similarity
 from .grids import UNASSIGNED, GridMap, GridMatch, GridMatcher, GridMatches, grid_map
 from .matcher import Match, Matcher, Matches
 
