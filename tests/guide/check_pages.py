@@ -10,6 +10,8 @@
             <!-- output: NAME.cpp region -->    ```text     lines of it, one after the other
             (none), or <!-- exit: N -->         ```console  commands ("$ " before each) and their output
             <!-- plain -->                      ```text or ```mermaid: a drawing, a formula
+            (none)                              ```pycon: a session of Python, which the tests of the Python
+                                                package hold to what it shows
     check_pages.py regions
         Every region of every snippet is shown by a page.
     check_pages.py links
@@ -311,6 +313,8 @@ def check_page(root, page, programs, tools, faults):
             check_output(root, name, block, output, programs, faults)
         elif block.kind == "console":
             consoles.append((block, int(code["code"]) if code else 0))
+        elif block.kind == "pycon" and not comment:
+            pass
         elif block.kind not in ("text", "mermaid") or comment != "plain":
             faults.tell(name, block.line, f"a block of kind '{block.kind}' "
                         + (f"cannot have the comment '{comment}'" if comment else "needs a comment")
