@@ -544,7 +544,7 @@ def draw_picture(
         times.plot(ms[~good], at[~good], "o", color=colour, fillstyle="none")
     rates.set_yticks(places, [f"{row.name}\n{row.num_model} in {row.num_kept}+{row.num_clutter}"
                               for row in rows], fontsize="small")
-    rates.invert_yaxis()
+    rates.set_ylim(len(rows) - 0.5, -0.5)  # the first row on top
     rates.set(xlim=(-0.02, 1.02), xlabel="share of scenes with the right pose")
     times.set(xscale="log", xlabel="median time, ms (hollow: half or more failed)")
     times.xaxis.set_major_formatter("{x:g}")
