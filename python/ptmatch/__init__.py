@@ -15,12 +15,31 @@ Beside this small interface, the classes of the library are here under their own
 matplotlib and is imported by itself only.
 """
 
-from . import _core, errors
+# `as` tells type checkers that a name is for users.
+from . import _core
+from . import errors as errors
 from ._core import *  # noqa: F401,F403
 from .errors import *  # noqa: F401,F403
-from .fitting import Transform, fit_affine, fit_perspective, fit_rigid, fit_similarity
-from .grids import UNASSIGNED, GridMap, GridMatch, GridMatcher, GridMatches, grid_map
-from .matcher import Match, Matcher, Matches
+from .fitting import (
+    Transform as Transform,
+    fit_affine as fit_affine,
+    fit_perspective as fit_perspective,
+    fit_rigid as fit_rigid,
+    fit_similarity as fit_similarity,
+)
+from .grids import (
+    UNASSIGNED as UNASSIGNED,
+    GridMap as GridMap,
+    GridMatch as GridMatch,
+    GridMatcher as GridMatcher,
+    GridMatches as GridMatches,
+    grid_map as grid_map,
+)
+from .matcher import (
+    Match as Match,
+    Matcher as Matcher,
+    Matches as Matches,
+)
 
 __version__: str = _core.__version__
 

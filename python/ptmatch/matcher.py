@@ -108,7 +108,8 @@ class Match:
     def apply(self, points: ArrayLike) -> NDArray[np.float64]:
         """Takes points of shape (n, 2), or one of shape (2,), from the model to the data."""
         matrix = self.matrix
-        return np.asarray(points, dtype=np.float64) @ matrix[:, :2].T + matrix[:, 2]
+        mapped: NDArray[np.float64] = np.asarray(points, dtype=np.float64) @ matrix[:, :2].T
+        return mapped + matrix[:, 2]
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Match):
