@@ -641,9 +641,9 @@ class GridMatcher:
         point to smaller coordinates, as trained or as the pattern lies turned, nothing may be
         found: train on pattern[::-1, ::-1] instead.
 
-        It may overhang the rectangle around the data's grid positions by two steps
-        on each side. Of two points within the capture range of one node, the later one is
-        matched, and both count in the matrix: a smaller range keeps clutter beside a dot off.
+        It may overhang the rectangle around the data's grid positions by two steps on each side.
+        Of two points within the capture range of one node, the later one is matched, and both
+        count in the matrix: a smaller range keeps clutter beside a dot off.
 
         The interpreter is free for other threads meanwhile; Ctrl-C ends the search for a sparse
         pattern. Raises BadParams, InsufficientMemory, FitError, MathError, DeadlinePassed,

@@ -15,7 +15,7 @@ class Shared {
     explicit Shared(std::shared_ptr<const Trained> value) : value_(std::move(value)) {}
 
     /// What is trained now. Keep it as long as it is in use; it does not change.
-    const std::shared_ptr<const Trained>& now() const { return value_; }
+    std::shared_ptr<const Trained> now() const { return value_; }
     const Trained& operator*() const { return *value_; }
     const Trained* operator->() const { return value_.get(); }
 
