@@ -146,7 +146,11 @@ def test_what_was_trained_is_told() -> None:
 @pytest.mark.parametrize(
     ("positions", "error", "message"),
     [
-        ([(0.5, 0)], ValueError, "gridPoints: expected whole numbers of 32 bits, got 0.5 at index 0"),
+        (
+            [(0.5, 0)],
+            ValueError,
+            "gridPoints: expected whole numbers of 32 bits, got 0.5 at index 0",
+        ),
         (
             [(0, 0), (2**31, 0)],
             ValueError,

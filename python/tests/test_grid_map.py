@@ -142,9 +142,17 @@ def test_the_points_are_not_shared_and_cannot_be_written() -> None:
 @pytest.mark.parametrize(
     ("points", "error", "message"),
     [
-        (np.zeros((4, 3)), ValueError, "points: expected an array of shape (n, 2), got shape (4, 3)"),
+        (
+            np.zeros((4, 3)),
+            ValueError,
+            "points: expected an array of shape (n, 2), got shape (4, 3)",
+        ),
         (np.zeros(4), ValueError, "points: expected an array of shape (n, 2), got shape (4,)"),
-        ([(0, 0), (0, np.nan)], ValueError, "points: expected finite coordinates, got nan at [1, 1]"),
+        (
+            [(0, 0), (0, np.nan)],
+            ValueError,
+            "points: expected finite coordinates, got nan at [1, 1]",
+        ),
         ([(0, 1j)], TypeError, "points: expected real numbers, got an array of complex128"),
         ([("a", "b")], TypeError, "points: expected real numbers, got an array of <U1"),
         (
@@ -165,7 +173,10 @@ def test_points_that_are_none_are_refused(points: Any, error: Any, message: str)
     ("arguments", "message"),
     [
         ({"xv": None, "yv": None}, "xv, yv: expected at least one step that is not null, got none"),
-        ({"xv": (0, 0), "yv": None}, "xv, yv: expected at least one step that is not null, got none"),
+        (
+            {"xv": (0, 0), "yv": None},
+            "xv, yv: expected at least one step that is not null, got none",
+        ),
         (
             {"xv": None, "staggered": True},
             "xv, yv: expected both steps for a staggered grid, got one",

@@ -349,7 +349,8 @@ def test_everything_travels_copies_and_compares(dots: Any, tmp_path: pathlib.Pat
     with ProcessPoolExecutor(1) as pool:
         assert pool.submit(found_by, matcher, data).result() == here
     with ThreadPoolExecutor(4) as threads:
-        assert all(found == here for found in threads.map(lambda _: found_by(matcher, data), "abcd"))
+        side_by_side = list(threads.map(lambda _: found_by(matcher, data), range(4)))
+    assert side_by_side == [here] * 4
 
     matcher.save(tmp_path / "plate.ptm")
     for same in (
