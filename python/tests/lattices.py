@@ -3,6 +3,7 @@
 import csv
 import json
 import pathlib
+import sys
 import threading
 import time
 from typing import Any, Callable
@@ -52,8 +53,9 @@ def measured(folder: pathlib.Path) -> tuple[NDArray[np.float64], dict[str, Any]]
 def advances_during(call: Callable[[], object]) -> bool:
     """Whether another thread comes to run in the middle half of a call.
 
-    The arrays are read and written at the two ends. On a busy machine the thread may not come to
-    run although it could, so the call is repeated; one that keeps the interpreter lets it never.
+    Nothing makes this thread give the interpreter away meanwhile but the call itself. Arrays are
+    converted at its two ends, where NumPy may do so. On a busy machine the other thread may not
+    come to run although it could, so the call is repeated.
     """
     ticks: list[float] = []
     is_done = threading.Event()
@@ -63,7 +65,9 @@ def advances_during(call: Callable[[], object]) -> bool:
             ticks.append(time.perf_counter())
 
     thread = threading.Thread(target=tick)
+    interval = sys.getswitchinterval()
     thread.start()
+    sys.setswitchinterval(1000.0)
     try:
         for _ in range(20):
             begin = time.perf_counter()
@@ -72,6 +76,7 @@ def advances_during(call: Callable[[], object]) -> bool:
             if any(begin + quarter < t < begin + 3.0 * quarter for t in ticks):
                 return True
     finally:
+        sys.setswitchinterval(interval)
         is_done.set()
         thread.join()
     return False
