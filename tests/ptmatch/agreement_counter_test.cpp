@@ -11,14 +11,14 @@ namespace {
 
 using ptmatch::detail::AgreementCounter;
 using ptmatch::detail::BitBlock;
-using ptmatch::detail::kBlockRows;
+using ptmatch::detail::kBitBlockRows;
 
-using Counts = std::array<std::array<long, 64>, kBlockRows>;
+using Counts = std::array<std::array<long, 64>, kBitBlockRows>;
 
 /// Bits of which each is set with a chance of its own, from never to always.
 BitBlock randomBlock(std::mt19937_64& random) {
     BitBlock block;
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         const std::uint64_t a = random();
         const std::uint64_t b = random();
         block[r] = (r % 3 == 0 ? a & b : r % 3 == 1 ? a | b : a);
@@ -29,20 +29,20 @@ BitBlock randomBlock(std::mt19937_64& random) {
 }
 
 void addTo(Counts& counts, const BitBlock& block) {
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         for (std::size_t c = 0; c < 64; ++c) counts[r][c] += (block[r] >> c) & 1U;
     }
 }
 
 void expectCounts(const AgreementCounter& counter, const Counts& counts) {
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         for (std::size_t c = 0; c < 64; ++c) ASSERT_EQ(counter.count(r, c), counts[r][c]);
     }
 }
 
 void expectThreshold(const AgreementCounter& counter, const Counts& counts, long threshold) {
     const BitBlock atLeast = counter.atLeast(static_cast<std::uint64_t>(threshold));
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         for (std::size_t c = 0; c < 64; ++c) {
             ASSERT_EQ((atLeast[r] >> c) & 1U, counts[r][c] >= threshold ? 1U : 0U)
                 << counts[r][c] << " against " << threshold;
@@ -134,7 +134,7 @@ TEST(AgreementCounter, CountsUpToALargeMaximum) {
     for (std::size_t g = 0; g < kGroups; ++g) counter.add(group);
     counter.settle();
     EXPECT_EQ(counter.count(0, 0), 72000);
-    EXPECT_EQ(counter.count(kBlockRows - 1, 63), 72000);
+    EXPECT_EQ(counter.count(kBitBlockRows - 1, 63), 72000);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
 namespace {
 
 using ptmatch::detail::BitImage;
-using ptmatch::detail::kBlockRows;
+using ptmatch::detail::kBitBlockRows;
 using ptmatch::detail::SearchImage;
 using ptmatch::detail::TileCounts;
 
@@ -39,7 +39,7 @@ TEST(BitImage, HasZerosToTheRightAndBelow) {
             for (std::size_t x = 0; x < width; ++x) image.set(x, y);
         }
         const std::uint64_t* last = image.wordAt(width - 1, 0);
-        for (std::size_t y = 0; y < 3 + kBlockRows - 1; ++y) {
+        for (std::size_t y = 0; y < 3 + kBitBlockRows - 1; ++y) {
             EXPECT_EQ(last[image.stride() + y], 0U);
             EXPECT_EQ(last[y] != 0, y < 3);
         }
@@ -88,9 +88,9 @@ TEST(TileCounts, CountTheTilesThatARectangleTouches) {
         const std::size_t rows = 1 + random() % 80;
         const auto expected = std::count_if(set.begin(), set.end(), [&](const auto& place) {
             const std::size_t tileX = place.first / 64;
-            const std::size_t tileY = place.second / kBlockRows;
-            return tileX >= x / 64 && tileX <= (x + columns - 1) / 64 && tileY >= y / kBlockRows &&
-                   tileY <= (y + rows - 1) / kBlockRows;
+            const std::size_t tileY = place.second / kBitBlockRows;
+            return tileX >= x / 64 && tileX <= (x + columns - 1) / 64 &&
+                   tileY >= y / kBitBlockRows && tileY <= (y + rows - 1) / kBitBlockRows;
         });
         ASSERT_EQ(counts.around(x, y, columns, rows), static_cast<std::size_t>(expected));
     }

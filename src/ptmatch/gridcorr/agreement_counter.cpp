@@ -33,7 +33,7 @@ void AgreementCounter::add(const Group& blocks) {
     BitBlock twos = planes_[1];
     BitBlock fours = planes_[2];
     BitBlock carry;
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         const std::uint64_t twosA = addInto(ones[r], blocks[0][r], blocks[1][r]);
         const std::uint64_t twosB = addInto(ones[r], blocks[2][r], blocks[3][r]);
         const std::uint64_t foursA = addInto(twos[r], twosA, twosB);
@@ -48,7 +48,7 @@ void AgreementCounter::add(const Group& blocks) {
 
     std::size_t plane = kGroupPlanes;
     for (std::size_t bits = groups_++; plane < kWaitingPlanes && (bits & 1U) != 0; bits >>= 1U) {
-        for (std::size_t r = 0; r < kBlockRows; ++r) {
+        for (std::size_t r = 0; r < kBitBlockRows; ++r) {
             carry[r] = addInto(planes_[plane][r], waiting_[plane][r], carry[r]);
         }
         ++plane;
@@ -74,7 +74,7 @@ void AgreementCounter::settle() {
 
 void AgreementCounter::carryInto(std::size_t plane, BitBlock carry) {
     for (; plane < numPlanes_; ++plane) {
-        for (std::size_t r = 0; r < kBlockRows; ++r) {
+        for (std::size_t r = 0; r < kBitBlockRows; ++r) {
             const std::uint64_t next = planes_[plane][r] & carry[r];
             planes_[plane][r] ^= carry[r];
             carry[r] = next;
@@ -89,7 +89,7 @@ BitBlock AgreementCounter::atLeast(std::uint64_t threshold) const {
     if (result[0] == 0) return result;
     for (std::size_t p = 0; p < numPlanes_; ++p) {
         const bool isSet = ((threshold >> p) & 1U) != 0;
-        for (std::size_t r = 0; r < kBlockRows; ++r) {
+        for (std::size_t r = 0; r < kBitBlockRows; ++r) {
             result[r] = isSet ? planes_[p][r] & result[r] : planes_[p][r] | result[r];
         }
     }

@@ -8,15 +8,15 @@
 namespace ptmatch::detail {
 
 /// Rows of pixels that are worked on at a time.
-inline constexpr std::size_t kBlockRows = 8;
+inline constexpr std::size_t kBitBlockRows = 8;
 
-/// 64 columns by kBlockRows rows of pixels, a word for each row; bit i is column i.
-using BitBlock = std::array<std::uint64_t, kBlockRows>;
+/// 64 columns by kBitBlockRows rows of pixels, a word for each row; bit i is column i.
+using BitBlock = std::array<std::uint64_t, kBitBlockRows>;
 
 /// An image of one bit per pixel, made for reading BitBlocks that begin at any pixel.
 ///
 /// Words of the same 64 columns follow one another row by row; to the right of every word stands
-/// another one, and below every row kBlockRows - 1 further ones, of zeros at the edges.
+/// another one, and below every row kBitBlockRows - 1 further ones, of zeros at the edges.
 class BitImage {
   public:
     BitImage() = default;

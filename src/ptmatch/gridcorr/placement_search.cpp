@@ -12,13 +12,13 @@ bool anySet(const BitBlock& block) {
 
 BitBlock both(const BitBlock& a, const BitBlock& b) {
     BitBlock result;
-    for (std::size_t r = 0; r < kBlockRows; ++r) result[r] = a[r] & b[r];
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) result[r] = a[r] & b[r];
     return result;
 }
 
 BitBlock without(const BitBlock& a, const BitBlock& b) {
     BitBlock result;
-    for (std::size_t r = 0; r < kBlockRows; ++r) result[r] = a[r] & ~b[r];
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) result[r] = a[r] & ~b[r];
     return result;
 }
 
@@ -46,7 +46,7 @@ PlacementSearch::PlacementSearch(const SearchImage& image, std::span<const Probe
 }
 
 void PlacementSearch::findAll(PlacementStore& store) {
-    for (std::size_t y = 0; y < numRows_; y += kBlockRows) {
+    for (std::size_t y = 0; y < numRows_; y += kBitBlockRows) {
         for (std::size_t x = 0; x < numColumns_; x += 64) {
             collect(x, y);
             for (std::vector<Placement>& row : found_) store.thinOut(row);
@@ -58,13 +58,13 @@ void PlacementSearch::findAll(PlacementStore& store) {
     }
 }
 
-/// Where the probe agrees, for the 64 translations from a multiple of 64 on in kBlockRows rows.
+/// Where the probe agrees, for the 64 translations from a multiple of 64 on in kBitBlockRows rows.
 /// @param step  from the word of the translation (0, 0) to that of the first of them.
 BitBlock PlacementSearch::agreement(const Tap& tap, std::size_t step) const {
     const std::uint64_t* left = tap.word + step;
     const std::uint64_t* right = left + image_.ones().stride();
     BitBlock block;
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         // In two steps, as a shift by 64 is none.
         const std::uint64_t fromRight = (right[r] << 1U) << (63U - tap.shift);
         block[r] = ((left[r] >> tap.shift) | fromRight) ^ tap.inverted;
@@ -77,7 +77,7 @@ BitBlock PlacementSearch::translationsFrom(std::size_t x, std::size_t y) const {
     const std::size_t columns = numColumns_ - x;
     const std::size_t rows = numRows_ - y;
     BitBlock block{};
-    std::fill_n(block.begin(), std::min(rows, kBlockRows),
+    std::fill_n(block.begin(), std::min(rows, kBitBlockRows),
                 columns < 64 ? (std::uint64_t{1} << columns) - 1 : ~std::uint64_t{0});
     return block;
 }
@@ -85,7 +85,7 @@ BitBlock PlacementSearch::translationsFrom(std::size_t x, std::size_t y) const {
 /// Counts the probes that agree at the translations of the block.
 /// @return false, and no counts: too few for any of them.
 bool PlacementSearch::count(std::size_t x, std::size_t y) {
-    const std::size_t near = occupied_.around(x, y, width_ + 63, height_ + kBlockRows - 1);
+    const std::size_t near = occupied_.around(x, y, width_ + 63, height_ + kBitBlockRows - 1);
     const std::size_t numExpected = taps_.size() - numUnexpected_;
     if (std::min(near, numExpected) + numUnexpected_ < minScore_) return false;
     counter_.reset(near == 0 ? numUnexpected_ : 0);
@@ -133,14 +133,14 @@ BitBlock PlacementSearch::withEnough(std::size_t x, std::size_t y,
     const BitBlock justEnough = without(both(counter_.atLeast(minScore_), candidates), more);
     const BitBlock early = agreeingEarly(x, y, justEnough);
     BitBlock result;
-    for (std::size_t r = 0; r < kBlockRows; ++r) result[r] = more[r] | early[r];
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) result[r] = more[r] | early[r];
     return result;
 }
 
 void PlacementSearch::collect(std::size_t x, std::size_t y) {
     if (!count(x, y)) return;
     const BitBlock hits = withEnough(x, y, translationsFrom(x, y));
-    for (std::size_t r = 0; r < kBlockRows; ++r) {
+    for (std::size_t r = 0; r < kBitBlockRows; ++r) {
         for (std::uint64_t bits = hits[r]; bits != 0; bits &= bits - 1) {
             const auto column = static_cast<std::size_t>(std::countr_zero(bits));
             found_[r].push_back(

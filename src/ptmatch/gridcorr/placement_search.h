@@ -66,7 +66,7 @@ class PlacementSearch {
     std::size_t numColumns_;  // of translations
     std::size_t numRows_;
     AgreementCounter counter_;
-    std::array<std::vector<Placement>, kBlockRows> found_;
+    std::array<std::vector<Placement>, kBitBlockRows> found_;
 };
 
 }  // namespace ptmatch::detail

@@ -35,7 +35,8 @@ class SearchImage {
     BitImage occupied_;  // empty when it would equal ones_
 };
 
-/// How many pixels of an image are set in a rectangle, in tiles of 64 columns and kBlockRows rows.
+/// How many pixels of an image are set in a rectangle, in tiles of 64 columns and kBitBlockRows
+/// rows.
 class TileCounts {
   public:
     explicit TileCounts(const BitImage& image);
