@@ -3,7 +3,7 @@
 
 usage: lint_together.py BUILD_DIRECTORY CHECKS SOURCE...
 
-Sources that are compiled alike and whose names without linkage do not meet are included into one
+Sources that are compiled alike and whose names do not meet (source_groups.py) are included into one
 file, which is checked. Findings in it, or names that meet all the same, make its sources be checked
 one by one; what that says is the result. Findings of checks that follow paths through a program are
 not to be had this way: they are made in the main file alone.
@@ -11,12 +11,13 @@ not to be had this way: they are made in the main file alone.
 
 import json
 import os
-import re
 import shlex
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
+
+from source_groups import groups_of
 
 MOST_TOGETHER = 10
 
@@ -35,29 +36,13 @@ def flags_of(entry):
     return tuple(flags)
 
 
-def local_names(source):
-    """Names that a source declares at the left margin, between a pair of nameless braces or not."""
-    text = re.sub(r"//[^\n]*", "", source.read_text(encoding="utf-8"))
-    names = set(re.findall(r"^(?:struct|class|union|enum(?: class)?|using)\s+(\w+)", text, re.M))
-    names |= set(re.findall(r"^(?!namespace|using|struct|class|enum|#|\}|return)[\w:<][^\n(={;]*?"
-                            r"\b(\w+)\s*[(={;\[]", text, re.M))
-    return names
-
-
-def groups_of(sources, commands):
-    """Lists of sources of equal flags and different names."""
-    groups = []
+def alike(sources, commands):
+    """Lists of sources that can be read as one and are compiled with equal flags."""
+    by_flags = {}
     for source in sources:
-        flags, names = flags_of(commands[source]), local_names(source)
-        for group in groups:
-            fits = len(group["sources"]) < MOST_TOGETHER and group["flags"] == flags
-            if fits and not group["names"] & names:
-                group["sources"].append(source)
-                group["names"] |= names
-                break
-        else:
-            groups.append({"flags": flags, "names": names, "sources": [source]})
-    return groups
+        by_flags.setdefault(flags_of(commands[source]), []).append(source)
+    return [{"flags": flags, "sources": group}
+            for flags, those in by_flags.items() for group in groups_of(those, MOST_TOGETHER)]
 
 
 def tidy(build, checks, source):
@@ -76,15 +61,14 @@ def main():
 
     folder = build / "lint" / str(os.getpid())
     folder.mkdir(parents=True)
-    groups = groups_of(sources, commands)
+    groups = alike(sources, commands)
     together = []
     for number, group in enumerate(groups):
         group["file"] = folder / f"{number}.cpp"
         group["file"].write_text("".join(
             f'#include "{s}"  // NOLINT(bugprone-suspicious-include)\n' for s in group["sources"]))
         directory = commands[group["sources"][0]]["directory"]
-        # A local name may be that of another source's; the compilers look for real shadows.
-        command = ["c++", *group["flags"], "-Wno-shadow", "-c", str(group["file"])]
+        command = ["c++", *group["flags"], "-c", str(group["file"])]
         together.append({"directory": directory, "file": str(group["file"]),
                          "command": shlex.join(command)})
     (folder / "compile_commands.json").write_text(json.dumps(together))
