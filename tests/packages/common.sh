@@ -1,5 +1,5 @@
 # Read by the scripts of this folder. CTest gives SOURCE, BUILD, SCRATCH, CXX, VERSION, MAJOR, ARCHITECTURE,
-# SANITIZED, and PYTHON, which is empty where there is no Python package.
+# and PYTHON, which is empty where there is no Python package.
 #
 # The commands of docs/packages.md run in $SCRATCH/checkout, which holds links to everything in the
 # checkout but its builds; there build/release is the build that is tested.
