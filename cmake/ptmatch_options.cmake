@@ -29,3 +29,30 @@ function(ptmatch_private_flags target)
     $<BUILD_INTERFACE:ptmatch_sanitizers>)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF)
 endfunction()
+
+# ptmatch_compile_together(<target> <part>): if PTMATCH_COMPILE_TOGETHER names the part, the sources of the
+# target are compiled up to eight at a time, those whose names do not meet: headers are read, and what
+# they have inline is compiled, once for all of them. Sources with options of their own stay alone. To be
+# called when the target has all of its sources.
+function(ptmatch_compile_together target part)
+  if(NOT part IN_LIST PTMATCH_COMPILE_TOGETHER)
+    return()
+  endif()
+  find_program(PTMATCH_GROUPING_PYTHON NAMES python3 REQUIRED)
+  mark_as_advanced(PTMATCH_GROUPING_PYTHON)
+  get_target_property(folder ${target} SOURCE_DIR)
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  list(REMOVE_DUPLICATES sources)
+  execute_process(
+    COMMAND ${PTMATCH_GROUPING_PYTHON} -B ${PROJECT_SOURCE_DIR}/scripts/source_groups.py 8 ${sources}
+    WORKING_DIRECTORY ${folder} OUTPUT_VARIABLE groups COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "[^\n]+" groups "${groups}")
+  # Named after the target: a source of several targets goes with others in the last of them only.
+  foreach(line IN LISTS groups)
+    string(REGEX MATCH "^([0-9]+) (.*)$" line "${line}")
+    set_source_files_properties(${CMAKE_MATCH_2} TARGET_DIRECTORY ${target}
+      PROPERTIES UNITY_GROUP ${target}_${CMAKE_MATCH_1})
+  endforeach()
+  set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+endfunction()
