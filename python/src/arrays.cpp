@@ -59,7 +59,7 @@ Doubles doubles(const py::handle& object, std::string_view name) {
 
 /// Also takes what has no elements at all, such as [], for no points.
 Doubles pointArray(const py::handle& object, std::string_view name, py::ssize_t coordinates) {
-    const auto array = doubles(object, name);
+    auto array = doubles(object, name);
     const bool isEmptyList = array.ndim() == 1 && array.size() == 0;
     if (!isEmptyList && (array.ndim() != 2 || array.shape(1) != coordinates)) {
         refuse(name, "an array of shape (n, " + std::to_string(coordinates) + ")",
