@@ -297,7 +297,9 @@ def _points(value: ArrayLike, name: str) -> _Points:
         raise ValueError(
             f"{name}: expected an array of shape (n, 2) or (n, 3), got shape {array.shape}"
         )
-    points = np.array(array, dtype=np.float64, order="C")
+    # Long doubles beyond the range become infinite, and are refused.
+    with np.errstate(over="ignore"):
+        points = np.array(array, dtype=np.float64, order="C")
     if not np.all(np.isfinite(points)):
         row, column = np.argwhere(~np.isfinite(points))[0]
         raise ValueError(

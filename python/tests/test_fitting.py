@@ -267,6 +267,11 @@ TETRAHEDRON: Any = [(0, 0, 0), (1, 0, 0), (0, 1, 0), (0, 0, 1)]
             "a: expected finite coordinates, got nan at [1, 1]",
         ),
         (SQUARE, [(0, 0), (-np.inf, 1)], "b: expected finite coordinates, got -inf at [1, 0]"),
+        (
+            np.array([(0, 1), (2, np.longdouble("1e400"))]),
+            SQUARE,
+            "a: expected finite coordinates, got inf at [1, 1]",
+        ),
     ],
 )
 @pytest.mark.parametrize("model", FITS)
