@@ -10,7 +10,7 @@ from typing import Any
 
 import numpy as np
 import pytest
-from numpy.typing import NDArray
+from numpy.typing import ArrayLike, NDArray
 
 import ptmatch
 
@@ -209,7 +209,9 @@ def test_points_of_any_layout_are_taken() -> None:
     a, b = noisy_pairs("affine", 2, seed=4)
     wide = np.zeros((len(a), 4))
     wide[:, ::2] = a
-    for same in (np.asfortranarray(a), wide[:, ::2], a[::-1].copy()[::-1], [tuple(p) for p in a]):
+    tuples = [tuple(point) for point in a]
+    layouts: list[ArrayLike] = [np.asfortranarray(a), wide[:, ::2], a[::-1].copy()[::-1], tuples]
+    for same in layouts:
         assert ptmatch.fit_affine(same, b) == ptmatch.fit_affine(a, b)
 
 
@@ -289,7 +291,7 @@ def test_wrong_arrays_are_refused(model: str, a: Any, b: Any, message: str) -> N
         (np.ones((4, 2), dtype=bool), "a: expected real numbers, got an array of bool"),
         ([("a", "b")], "a: expected real numbers, got an array of <U1"),
         (
-            np.ma.masked_equal(SQUARE, 7),
+            np.ma.masked_equal(SQUARE, 7),  # type: ignore[no-untyped-call]
             "a: expected real numbers, got a masked array; choose the points with a mask of your "
             "own first",
         ),

@@ -45,14 +45,15 @@ def of_space() -> rx3PtMatchTm:
 def reference(tm: Any, points: Points) -> Points:
     """The images of points, as NumPy has them."""
     if isinstance(tm, rx2PtMatchTm):
-        return points @ tm.a2bXform().matrix().T + tm.a2bXform().trans()
+        xform = tm.a2bXform()
+        return np.asarray(points @ xform.matrix().T + xform.trans())
     if isinstance(tm, rx3PtMatchTm):
         matrix = tm.a2bParams().reshape(3, 4)
-        return points @ matrix[:, :3].T + matrix[:, 3]
+        return np.asarray(points @ matrix[:, :3].T + matrix[:, 3])
     images = np.column_stack([points, np.ones(len(points))]) @ np.append(
         tm.a2bParams(), 1.0
     ).reshape(3, 3).T
-    return images[:, :2] / images[:, 2:]
+    return np.asarray(images[:, :2] / images[:, 2:])
 
 
 MADE = [(of_plane, 2), (of_perspective, 2), (of_space, 3)]
