@@ -171,6 +171,8 @@ def attribute(name: str, value: property) -> list[str]:
     if match is None:
         raise RuntimeError(f"no type of {name}")
     kind = result_type(match[1])
+    if type(value).__name__ == "pybind11_static_property":
+        return [f"{name}: ClassVar[{kind}]"]
     if value.fset is not None:
         return [f"{name}: {kind}"]
     return ["@property", f"def {name}(self) -> {kind}: ..."]
@@ -200,7 +202,9 @@ def member(name: str, value: Any) -> list[str]:
 
 def is_left_out(name: str, value: Any) -> bool:
     inherited = name == "__init__" and not (value.__doc__ or "").startswith("__init__(")
-    return inherited or name in ("__doc__", "__module__", "__repr__") or "pybind11" in name
+    # copyreg leaves __slotnames__ when an object is copied.
+    dunder = ("__doc__", "__module__", "__repr__", "__slotnames__")
+    return inherited or name in dunder or "pybind11" in name
 
 
 def class_lines(kind: type) -> list[str]:
