@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Finds a printed card of 30 dots in a photograph of 286 dots that all look alike.
 
-    PYTHONPATH=build/python/python python/examples/find_part.py [--out FILE]
+    PYTHONPATH=build/release/python python/examples/find_part.py [--out FILE]
 
 Prints where the card lies and draws two pictures into one file: which dot is which, and what the
 search counted to find out.

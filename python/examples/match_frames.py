@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Matches 2,000 frames one after the other, with threads, with processes, and with dask.
 
-    PYTHONPATH=build/python/python python/examples/match_frames.py [--frames N] [--workers N]
+    PYTHONPATH=build/release/python python/examples/match_frames.py [--frames N] [--workers N]
         [--ways threads processes dask]
 
 The same function searches every frame in all four, and every way has to give the same results in
@@ -115,13 +115,19 @@ def with_dask(matcher: ptmatch.Matcher, frames: list[Frame], workers: int) -> Do
     from distributed import Client, LocalCluster
 
     start = time.perf_counter()
-    with tempfile.TemporaryDirectory() as folder, dask.config.set(temporary_directory=folder):
-        with LocalCluster(
+    with tempfile.TemporaryDirectory() as folder:
+        # Workers would be started with MALLOC_TRIM_THRESHOLD_=65536, which gives memory back to the
+        # system after every search, only to ask for it again: that doubles the time of a frame.
+        settings = {"distributed.nanny.pre-spawn-environ": {}, "temporary_directory": folder}
+        with dask.config.set(settings), LocalCluster(
             n_workers=workers,
             threads_per_worker=1,
             processes=True,
             host="127.0.0.1",
-            dashboard_address=None,
+            # Left out, these would listen on ports of all interfaces.
+            dashboard_address="127.0.0.1:0",
+            worker_dashboard_address="127.0.0.1:0",
+            scheduler_kwargs={"dashboard": False},
         ) as cluster, Client(cluster) as client:
             everywhere = client.scatter(matcher, broadcast=True)
             ready = time.perf_counter()

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Places the dots of a plate on their grid and fits the camera's view of it.
 
-    PYTHONPATH=build/python/python python/examples/place_dots.py [--out FILE]
+    PYTHONPATH=build/release/python python/examples/place_dots.py [--out FILE]
 
 A board with 7 x 7 dots is held by hand in a room; a detector of blobs saw the dots and 42 other
 things. Which dot is which is the first half of every calibration. The second half starts with the

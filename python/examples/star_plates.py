@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Finds the stars of a photographic plate of 1910 again on a plate of 1975.
 
-    PYTHONPATH=build/python/python python/examples/star_plates.py [--out FILE]
+    PYTHONPATH=build/release/python python/examples/star_plates.py [--out FILE]
 
 Both plates show the Beehive cluster, scanned at different sizes; each has stars and flaws that the
 other has not. Once it is known which star is which, fits of growing freedom tell how far one plate
