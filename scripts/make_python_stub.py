@@ -59,7 +59,7 @@ PROTOCOL = {"dtype": "DTypeLike", "copy": "Optional[bool]"}
 #: What comes back.
 RESULTS = {
     "numpy.ndarray": "NDArray[np.float64]",
-    "Callable[[float], None]": "Optional[Callable[[float], object]]",
+    "Optional[function]": "Optional[Callable[[float], object]]",
     "tuple": "tuple[Any, ...]",
 }
 
@@ -202,8 +202,8 @@ def member(name: str, value: Any) -> list[str]:
 
 def is_left_out(name: str, value: Any) -> bool:
     inherited = name == "__init__" and not (value.__doc__ or "").startswith("__init__(")
-    # copyreg leaves __slotnames__ when an object is copied.
-    dunder = ("__doc__", "__module__", "__repr__", "__slotnames__")
+    # copyreg leaves __slotnames__ when an object is copied; __reduce_ex__ is that of object.
+    dunder = ("__doc__", "__module__", "__reduce_ex__", "__repr__", "__slotnames__")
     return inherited or name in dunder or "pybind11" in name
 
 

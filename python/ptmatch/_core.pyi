@@ -396,6 +396,13 @@ class rxPointMatcher(_Object):
     def __deepcopy__(self, memo: dict[Any, Any]) -> rxPointMatcher: ...
     def __eq__(self, other: object) -> bool: ...
     __hash__: ClassVar[None]  # type: ignore[assignment]
+def _runAndPair(
+    matcher: rxPointMatcher,
+    data: ArrayLike,
+    params: rxPointMatcherRunParams,
+    resultSet: rxPointMatcherResultSet,
+    limits: Optional[rxRunLimits],
+) -> list[NDArray[np.float64]]: ...
 def rfRunWatched(
     matcher: rxPointMatcher,
     data: ArrayLike,

@@ -1,12 +1,14 @@
 """Plain pairs and numbers of Python as the parameter classes of the library."""
 
-from typing import Any, Optional, Sequence, Union
+from typing import Any, Optional, Sequence, TypeVar, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from ._core import rxAngleRange, rxDegree, rxPointMatcherRunParams, rxRange, rxXform
 
+#: What an array holds.
+Number = TypeVar("Number", bound=np.generic)
 #: A pair of numbers, from and to.
 Pair = Sequence[float]
 #: A pair of angles in degrees, or "full" for a whole turn.
@@ -15,9 +17,35 @@ Angles = Union[Pair, str]
 Pose = Union[rxXform, ArrayLike]
 
 
+def real_array(value: Any, name: str) -> NDArray[np.float64]:
+    """An array of real numbers. Raises TypeError for what holds others, or a mask."""
+    if isinstance(value, np.ma.MaskedArray):
+        raise TypeError(f"{name}: expected real numbers, got a masked array")
+    array = np.asarray(value)
+    if array.dtype.kind not in "fiu":
+        raise TypeError(f"{name}: expected real numbers, got an array of {array.dtype}")
+    return array.astype(np.float64, copy=False)
+
+
+def points_of(value: Any, name: str) -> NDArray[np.float64]:
+    """An array of shape (n, 2), or (2,) for one point."""
+    array = real_array(value, name)
+    if array.size == 0 and array.ndim == 1:
+        return array.reshape(0, 2)
+    if array.ndim not in (1, 2) or array.shape[-1] != 2:
+        raise ValueError(
+            f"{name}: expected an array of shape (n, 2), or (2,) for one point, "
+            f"got shape {array.shape}"
+        )
+    return array
+
+
 def pair_of(value: Any, name: str) -> tuple[float, float]:
     """The two numbers of a pair. Raises ValueError for anything else."""
-    numbers = np.asarray(value)
+    try:
+        numbers = np.asarray(value)
+    except ValueError:  # rows of unequal length
+        numbers = np.empty(0)
     if numbers.shape != (2,) or numbers.dtype.kind not in "fiu":
         raise ValueError(f"{name}: expected a pair of numbers, got {value!r}")
     return float(numbers[0]), float(numbers[1])
@@ -42,7 +70,7 @@ def xform_of(value: Pose, name: str) -> rxXform:
     """A pose as the library has it."""
     if isinstance(value, rxXform):
         return value
-    matrix = np.asarray(value, dtype=np.float64)
+    matrix = real_array(value, name)
     if matrix.shape == (3, 3) and np.array_equal(matrix[2], (0.0, 0.0, 1.0)):
         matrix = matrix[:2]
     if matrix.shape != (2, 3):
@@ -56,6 +84,12 @@ def xform_of(value: Pose, name: str) -> rxXform:
 def matrix_of(xform: rxXform) -> NDArray[np.float64]:
     """The 2x3 array of a pose."""
     return np.column_stack([xform.matrix(), xform.trans()])
+
+
+def read_only(array: NDArray[Number]) -> NDArray[Number]:
+    """A view of the array, which nobody can write from now on."""
+    array.setflags(write=False)
+    return array.view()
 
 
 def run_params(

@@ -54,7 +54,9 @@ class Found(Sequence[Item]):
 
     def __eq__(self, other: object) -> bool:
         """Equal matches in equal order; the time does not count."""
-        return isinstance(other, type(self)) and self._matches == other._matches
+        if not isinstance(other, Found):
+            return NotImplemented
+        return self._matches == other._matches
 
     __hash__ = None  # type: ignore[assignment]
 

@@ -1,14 +1,24 @@
 """Finding a known pattern of points among measured points."""
 
+import contextlib
 import math
 import os
-from typing import Any, Optional, Union
+from typing import Any, Iterator, Optional, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from . import _core
-from .arguments import Angles, Pair, Pose, matrix_of, run_params, xform_of
+from .arguments import (
+    Angles,
+    Pair,
+    Pose,
+    matrix_of,
+    points_of,
+    read_only,
+    run_params,
+    xform_of,
+)
 from .found import Found
 from .progress import Bar, Progress
 
@@ -24,15 +34,24 @@ class Match:
         self,
         result: _core.rxPointMatcherResult,
         model_points: NDArray[np.float64],
-        data: NDArray[np.float64],
+        data_points: NDArray[np.float64],
     ) -> None:
+        """data_points: the one of each model point, nan for none."""
         self._result = result
         self._model_points = model_points
         self._model_to_data = result.modelToDataMap()
-        self._data_points = np.full_like(model_points, np.nan)
-        self._data_points[self.matched] = data[self._model_to_data[self.matched]]
-        for array in (self._model_points, self._model_to_data, self._data_points):
-            array.setflags(write=False)
+        self._data_points = data_points
+        self._freeze()
+
+    def _freeze(self) -> None:
+        """Hands out views of arrays that nobody can write."""
+        self._model_points = read_only(self._model_points)
+        self._model_to_data = read_only(self._model_to_data)
+        self._data_points = read_only(self._data_points)
+
+    def __setstate__(self, state: dict[str, Any]) -> None:
+        self.__dict__.update(state)
+        self._freeze()
 
     @property
     def result(self) -> _core.rxPointMatcherResult:
@@ -108,7 +127,7 @@ class Match:
     def apply(self, points: ArrayLike) -> NDArray[np.float64]:
         """Takes points of shape (n, 2), or one of shape (2,), from the model to the data."""
         matrix = self.matrix
-        mapped: NDArray[np.float64] = np.asarray(points, dtype=np.float64) @ matrix[:, :2].T
+        mapped: NDArray[np.float64] = points_of(points, "points") @ matrix[:, :2].T
         return mapped + matrix[:, 2]
 
     def __eq__(self, other: object) -> bool:
@@ -151,8 +170,7 @@ class Matcher:
     def __init__(self, core: _core.rxPointMatcher) -> None:
         """Of the library's own matcher, trained on points. Use train."""
         self._core = core
-        self._points = core.modelPoints()
-        self._points.setflags(write=False)
+        self._points = read_only(core.modelPoints())
 
     @classmethod
     def train(
@@ -173,11 +191,7 @@ class Matcher:
         if weights is None:
             core.train(points, mode)
         else:
-            given, expected = np.size(weights), len(np.asarray(points))
-            if given != expected:
-                raise ValueError(
-                    f"weights: expected one for each of {expected} points, got {given}"
-                )
+            _require_one_each(points, weights)
             core.train(points, weights, mode)
         return cls(core)
 
@@ -250,10 +264,11 @@ class Matcher:
             grid_size=grid_size,
             capture_range=capture_range,
         )
-        found = run(self._core, data, params, time_limit, progress)
-        points = np.asarray(data)
-        results = found.results()
-        return Matches([Match(result, self._points, points) for result in results], found, params)
+        found = _core.rxPointMatcherResultSet()
+        with limits_of(time_limit, progress) as limits:
+            matched = _core._runAndPair(self._core, data, params, found, limits)
+        results = zip(found.results(), matched)
+        return Matches([Match(one, self._points, points) for one, points in results], found, params)
 
     def distinct(
         self, found: Matches, *, max_shared_share: float = 0.2, min_pose_distance: float = 0.0
@@ -349,7 +364,9 @@ class Matcher:
             return cls.from_bytes(file.read(), exhaustive=exhaustive)
 
     def __eq__(self, other: object) -> bool:
-        return isinstance(other, Matcher) and self._core == other._core
+        if not isinstance(other, Matcher):
+            return NotImplemented
+        return self._core == other._core
 
     __hash__ = None  # type: ignore[assignment]
 
@@ -360,10 +377,42 @@ class Matcher:
         return self
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return Matcher, (self._core,)
+        return type(self), (self._core,)
 
     def __repr__(self) -> str:
         return f"<Matcher of {len(self)} points{', exhaustive' if self.exhaustive else ''}>"
+
+
+def _require_one_each(points: ArrayLike, weights: ArrayLike) -> None:
+    """Raises ValueError for another number of weights than of points. What is neither a list of
+    points nor one of weights is left to the library."""
+    if np.ndim(points) != 2 or np.ndim(weights) != 1:
+        return
+    given, expected = np.size(weights), len(np.asarray(points))
+    if given != expected:
+        raise ValueError(f"weights: expected one for each of {expected} points, got {given}")
+
+
+@contextlib.contextmanager
+def limits_of(
+    time_limit: Optional[float], progress: Progress
+) -> Iterator[Optional[_core.rxRunLimits]]:
+    """The limits of a run; None if there is neither a limit nor somebody to tell."""
+    if time_limit is None and (progress is None or progress is False):
+        yield None
+        return
+    limits = _core.rxRunLimits()
+    limits.timeLimit = math.inf if time_limit is None else time_limit
+    if progress is True:
+        with Bar() as bar:
+            limits.onProgress = bar
+            yield limits
+        return
+    if callable(progress):
+        limits.onProgress = progress
+    elif progress is not None and progress is not False:
+        raise TypeError(f"progress: expected None, True or a function, got {progress!r}")
+    yield limits
 
 
 def run(
@@ -375,17 +424,9 @@ def run(
 ) -> _core.rxPointMatcherResultSet:
     """A run of the library's matcher, watched if there is a limit or somebody to tell."""
     found = _core.rxPointMatcherResultSet()
-    if time_limit is None and (progress is None or progress is False):
-        core.run(data, params, found)
-        return found
-    limits = _core.rxRunLimits()
-    limits.timeLimit = math.inf if time_limit is None else time_limit
-    if progress is not True:
-        if progress:
-            limits.onProgress = progress
-        _core.rfRunWatched(core, data, params, found, limits)
-        return found
-    with Bar() as bar:
-        limits.onProgress = bar
-        _core.rfRunWatched(core, data, params, found, limits)
+    with limits_of(time_limit, progress) as limits:
+        if limits is None:
+            core.run(data, params, found)
+        else:
+            _core.rfRunWatched(core, data, params, found, limits)
     return found

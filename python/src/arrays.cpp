@@ -33,9 +33,23 @@ std::string textOf(double value) {
     throw py::value_error(std::string(name) + ": expected " + expected + ", got " + came);
 }
 
-/// What NumPy makes of the object. A masked array would lose its mask without a word.
+/// A masked array, or rows of one, would lose their mask without a word.
+bool isMasked(const py::handle& object) {
+    const auto isMaskedArray = [](const py::handle& value) {
+        return py::hasattr(value, "mask") && py::hasattr(value, "filled");
+    };
+    if (!py::isinstance<py::list>(object) && !py::isinstance<py::tuple>(object)) {
+        return isMaskedArray(object);
+    }
+    const auto rows = py::reinterpret_borrow<py::sequence>(object);
+    return std::any_of(rows.begin(), rows.end(), [&](const py::handle& row) {
+        return py::isinstance<py::array>(row) && isMaskedArray(row);
+    });
+}
+
+/// What NumPy makes of the object.
 py::array realArray(const py::handle& object, std::string_view name) {
-    if (py::hasattr(object, "mask") && py::hasattr(object, "filled")) {
+    if (isMasked(object)) {
         throw py::type_error(std::string(name) +
                              ": expected real numbers, got a masked array; choose the points with "
                              "a mask of your own first");
@@ -180,9 +194,10 @@ rxPelBuffer<unsigned char> image(const py::handle& object, std::string_view name
                                  std::optional<unsigned char> setTo) {
     // Truth values are the natural way to say where a dot is.
     py::object values = py::reinterpret_borrow<py::object>(object);
-    if (py::isinstance<py::array>(object) &&
-        py::reinterpret_borrow<py::array>(object).dtype().kind() == 'b') {
-        values = object.attr("astype")("uint8");
+    if (!isMasked(object)) {
+        const auto given = py::module_::import("numpy").attr("asarray")(object);
+        const bool isTruth = py::cast<py::array>(given).dtype().kind() == 'b';
+        values = isTruth ? given.attr("astype")("uint8") : given;
     }
     const auto array = matrix(values, name);
     rxPelBuffer<unsigned char> pixels(array.shape(1), array.shape(0), 1);
@@ -251,9 +266,10 @@ py::array_t<std::int64_t> arrayOf(const std::vector<rxPair<long>>& positions) {
 py::array_t<unsigned char> arrayOf(const rxPelBuffer_const<unsigned char>& image) {
     const rxPair<long> size = image.size();
     py::array_t<unsigned char> array({size.y(), size.x()});
+    unsigned char* to = array.mutable_data();
     for (long y = 0; y < size.y(); ++y) {
         const unsigned char* row = image.pointToRow(y);
-        std::copy(row, row + size.x(), array.mutable_data(y, 0));
+        to = std::copy(row, row + size.x(), to);
     }
     return array;
 }

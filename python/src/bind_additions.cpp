@@ -35,7 +35,9 @@ void bindMatchedPairs(py::module_& m) {
         "rfMatchedPairs",
         [](const SharedMatcher& matcher, const py::object& data,
            const rxPointMatcherResult& result) {
-            return rfMatchedPairs(*matcher, points2(data, "data"), result);
+            const auto points = points2(data, "data");
+            const auto trained = matcher.now();
+            return rfMatchedPairs(*trained, points, result);
         },
         py::arg("matcher"), py::arg("data"), py::arg("result"),
         "Which point went where: the pairs of a result, in any mode. Raises NotTrained, and "
@@ -58,7 +60,14 @@ void bindDistinctInstances(py::module_& m) {
         "rfDistinctInstances",
         [](const SharedMatcher& matcher, const rxPointMatcherResultSet& found,
            const rxDistinctness& distinctness) {
-            return arrayOf(rfDistinctInstances(*matcher, found, distinctness));
+            const auto trained = matcher.now();
+            const rxPointMatcherResultSet own = found;
+            const rxDistinctness fixed = distinctness;
+            const auto places = [&] {
+                const LongCall call;
+                return rfDistinctInstances(*trained, own, fixed);
+            }();
+            return arrayOf(places);
         },
         py::arg("matcher"), py::arg("found"), py::arg("distinctness") = rxDistinctness(),
         "The copies of the pattern among the results of a run, each once: places in "
@@ -76,9 +85,10 @@ void bindRefit(py::module_& m) {
     py::class_<rxRefit>(m, "rxRefit",
                         "The transform of a result's matched points under another model.")
         .def_readonly("model", &rxRefit::model, "The one that was asked for.")
-        .def_readonly("dataFromModel", &rxRefit::dataFromModel,
+        .def_readonly("dataFromModel", &rxRefit::dataFromModel, py::return_value_policy::copy,
                       "From model coordinates to data, an rx2PTm whatever the model.")
-        .def_readonly("residual", &rxRefit::residual, "Of the matched points, data units.")
+        .def_readonly("residual", &rxRefit::residual, py::return_value_policy::copy,
+                      "Of the matched points, data units.")
         .def_readonly("numPairs", &rxRefit::numPairs, "The matched points that were fitted.")
         .def("dataFromModelXform", &rxRefit::dataFromModelXform,
              "The same as an rxXform. Raises BadParams for a perspective.");
@@ -86,7 +96,9 @@ void bindRefit(py::module_& m) {
         "rfRefit",
         [](const SharedMatcher& matcher, const py::object& data, const rxPointMatcherResult& result,
            rxRefitDefs::Model model) {
-            return rfRefit(*matcher, points2(data, "data"), result, model);
+            const auto points = points2(data, "data");
+            const auto trained = matcher.now();
+            return rfRefit(*trained, points, result, model);
         },
         py::arg("matcher"), py::arg("data"), py::arg("result"), py::arg("model"),
         "Fits the matched points of a result with a model of your choice; runs fit similarities. "
@@ -113,7 +125,9 @@ void bindRunCost(py::module_& m) {
         "rfRunCost",
         [](const SharedMatcher& matcher, const py::object& data,
            const rxPointMatcherRunParams& params) {
-            return rfRunCost(*matcher, points2(data, "data"), params);
+            const auto points = points2(data, "data");
+            const auto trained = matcher.now();
+            return rfRunCost(*trained, points, params);
         },
         py::arg("matcher"), py::arg("data"), py::arg("params"),
         "The size of a run, without running it. Raises what the run raises for its arguments.");
@@ -137,7 +151,8 @@ void bindWhyNot(py::module_& m) {
         .export_values();
 
     py::class_<rxNearestMiss>(m, "rxNearestMiss", "A candidate that a run does not return.")
-        .def_readonly("modelToDataXform", &rxNearestMiss::modelToDataXform, "Its pose.")
+        .def_readonly("modelToDataXform", &rxNearestMiss::modelToDataXform,
+                      py::return_value_policy::copy, "Its pose.")
         .def_readonly("coverage", &rxNearestMiss::coverage, "Its coverage.")
         .def_readonly("fitError", &rxNearestMiss::fitError, "Its fit error.")
         .def_readonly("isBelowCoverage", &rxNearestMiss::isBelowCoverage,
@@ -153,7 +168,7 @@ void bindWhyNot(py::module_& m) {
 
     py::class_<rxWhyNot>(m, "rxWhyNot", "Why a run finds nothing, or not what it should.")
         .def_readonly("reason", &rxWhyNot::reason, "In short.")
-        .def_readonly("cost", &rxWhyNot::cost, "Sizes in effect.")
+        .def_readonly("cost", &rxWhyNot::cost, py::return_value_policy::copy, "Sizes in effect.")
         .def_readonly("isWidened", &rxWhyNot::isWidened,
                       "Whether the candidates are those of a wider search than the run's.")
         .def_readonly("numReturned", &rxWhyNot::numReturned, "Results of the run.")
@@ -168,7 +183,7 @@ void bindWhyNot(py::module_& m) {
         .def_readonly("numBeyondCount", &rxWhyNot::numBeyondCount,
                       "Allowed, but more than the wanted number of results.")
         .def_readonly("bestCoverage", &rxWhyNot::bestCoverage, "Of all candidates.")
-        .def_readonly("nearestMiss", &rxWhyNot::nearestMiss,
+        .def_readonly("nearestMiss", &rxWhyNot::nearestMiss, py::return_value_policy::copy,
                       "The candidate of the highest coverage that is not returned, or None.");
 
     m.def(

@@ -53,7 +53,7 @@ void bindPoseCovariance(py::module_& m) {
             return rfPoseCovariance(dataFromModel, points2(model, "model"), points2(data, "data"),
                                     dof, sigma);
         },
-        py::arg("dataFromModel"), py::arg("model"), py::arg("data"), py::arg("dof"),
+        py::arg("dataFromModel"), py::arg("model"), py::arg("data"), py::arg("dof").noconvert(),
         py::arg("sigma") = 0.0,
         "The covariance of a pose fitted by least squares to the pairs (model[i], data[i]); dof 3 "
         "rigid, 4 similarity, 6 affine; sigma 0 is estimated from the residuals. Raises BadParams, "
@@ -108,14 +108,15 @@ void bindCertainty(py::module_& m) {
                       "The coverage of the result less that of this one.")
         .def_readonly("poseDistance", &rxNextPose::poseDistance, "Data units.");
     py::class_<rxCertainty>(m, "rxCertainty", "How sure a result is.")
-        .def_readonly("pairs", &rxCertainty::pairs, "Which model point has which data point.")
+        .def_readonly("pairs", &rxCertainty::pairs, py::return_value_policy::copy,
+                      "Which model point has which data point.")
         .def_property_readonly(
             "residuals", [](const rxCertainty& sure) { return arrayOf(sure.residuals); },
             "Of each pair the distance, data units; shape (k,).")
-        .def_readonly("covariance", &rxCertainty::covariance,
+        .def_readonly("covariance", &rxCertainty::covariance, py::return_value_policy::copy,
                       "None when the pairs do not determine the pose.")
         .def_readonly(
-            "nextPose", &rxCertainty::nextPose,
+            "nextPose", &rxCertainty::nextPose, py::return_value_policy::copy,
             "None when the run returned no other pose. A margin of 0 or below: ambiguous.")
         .def_readonly("log10FalseAlarms", &rxCertainty::log10FalseAlarms,
                       "Decimal logarithm of the number of poses that clutter of this density is "
@@ -131,10 +132,12 @@ void bindCertainty(py::module_& m) {
         [](const SharedMatcher& matcher, const py::object& data,
            const rxPointMatcherRunParams& params, const rxPointMatcherResultSet& found,
            std::size_t index, const rxCertaintySettings& settings) {
-            return rfCertainty(*matcher, points2(data, "data"), params, found, index, settings);
+            const auto points = points2(data, "data");
+            const auto trained = matcher.now();
+            return rfCertainty(*trained, points, params, found, index, settings);
         },
-        py::arg("matcher"), py::arg("data"), py::arg("params"), py::arg("found"), py::arg("index"),
-        py::arg("settings") = rxCertaintySettings(),
+        py::arg("matcher"), py::arg("data"), py::arg("params"), py::arg("found"),
+        py::arg("index").noconvert(), py::arg("settings") = rxCertaintySettings(),
         "How sure a result is: residuals, covariance, margin to the next pose, chance of an "
         "accident. found is all that the run returned. Raises IndexError, NotTrained, BadParams.");
 }

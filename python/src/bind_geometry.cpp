@@ -28,8 +28,9 @@ py::class_<Angle> bindAngle(py::module_& m, const char* name, const char* doc, c
     angle.def(py::init<double>(), py::arg(unit), "An angle in that unit, kept as given.");
     angle.def("toDouble", &Angle::toDouble, "The angle as a number, in the unit of the class.");
     angle.def(
-        "__eq__", [](Angle a, Angle b) { return a == b; }, py::is_operator(), py::arg("other"),
-        "Equal numbers, exactly: angles a full turn apart differ.");
+        "__eq__", [](Angle a, Angle b) { return a == b; }, py::is_operator(),
+        py::arg("other").noconvert(),
+        "Equal numbers of one unit, exactly: angles a full turn apart differ.");
     angle.def("__hash__", [](Angle a) { return py::hash(py::float_(a.toDouble())); });
     angle.def("__repr__",
               [name](Angle a) { return std::string(name) + "(" + textOf(a.toDouble()) + ")"; });

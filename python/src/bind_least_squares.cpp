@@ -3,6 +3,7 @@
 
 #include "bindings.h"
 #include "equations.h"
+#include "long_call.h"
 #include "persistence.h"
 #include "ptmatch/least_squares.h"
 #include "ptmatch/pinv.h"
@@ -115,7 +116,7 @@ void bindSolvers(py::module_& m) {
         [](const py::object& a, const py::object& b, double relativeTolerance) {
             const rxMatrixExt left = matrixOf(a, "a");
             const auto right = exactly(left.rows(), numbers(b, "b"), "b");
-            const py::gil_scoped_release released;
+            const LongCall call;
             return rfSolveLeastSquares(left, right, relativeTolerance);
         },
         py::arg("a"), py::arg("b"), py::arg("relativeTolerance") = -1.0,
@@ -128,7 +129,7 @@ void bindSolvers(py::module_& m) {
             const rxMatrixExt own = matrixOf(a, "a");
             std::vector<double> values;
             {
-                const py::gil_scoped_release released;
+                const LongCall call;
                 values = rfSingularValues(own);
             }
             return arrayOf(values);

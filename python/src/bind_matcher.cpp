@@ -1,6 +1,8 @@
-#include <pybind11/functional.h>
 #include <pybind11/stl.h>
 
+#include <cstdint>
+#include <limits>
+#include <optional>
 #include <sstream>
 #include <string>
 
@@ -8,6 +10,7 @@
 #include "bindings.h"
 #include "long_call.h"
 #include "persistence.h"
+#include "progress_function.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/run_watch.h"
 #include "ptmatch/summaries.h"
@@ -39,6 +42,14 @@ void bindDefs(py::module_& m) {
         .export_values();
 }
 
+/// A number of results that a record can hold: others would be found out by a pickle only.
+long recordable(long maxNumResults) {
+    if (maxNumResults > std::numeric_limits<std::int32_t>::max()) {
+        throw rxPointMatcherDefs::BadParams("maxNumResults must be at most 2147483647\n");
+    }
+    return maxNumResults;
+}
+
 void bindRunParams(py::module_& m) {
     using Params = rxPointMatcherRunParams;
     py::class_<Params> params(
@@ -47,8 +58,14 @@ void bindRunParams(py::module_& m) {
         "object then keeps its old one. Lengths are in the units of the points.");
     params.def(py::init<>(), "The defaults: coverage 0.5, -15 to +15 degrees, no change of scale.");
     const Params plain;
-    params.def(py::init<double, const rxXform<2>&, const rxRange&, const rxRange&,
-                        const rxAngleRange&, const rxRange&, bool, double, bool, double, long>(),
+    params.def(py::init([](double minCoverage, const rxXform<2>& startPose, const rxRange& x,
+                           const rxRange& y, const rxAngleRange& rotation, const rxRange& scale,
+                           bool autoGridSize, double gridSize, bool autoCaptureRange,
+                           double captureRange, long maxNumResults) {
+                   return Params(minCoverage, startPose, x, y, rotation, scale, autoGridSize,
+                                 gridSize, autoCaptureRange, captureRange,
+                                 recordable(maxNumResults));
+               }),
                py::arg("minCoverage"), py::arg("startPose") = plain.startPose(),
                py::arg("xTranslationUncertainty") = plain.xTranslationUncertainty(),
                py::arg("yTranslationUncertainty") = plain.yTranslationUncertainty(),
@@ -56,7 +73,7 @@ void bindRunParams(py::module_& m) {
                py::arg("scaleUncertainty") = plain.scaleUncertainty(),
                py::arg("autoGridSize") = true, py::arg("gridSize") = 0.0,
                py::arg("autoCaptureRange") = true, py::arg("captureRange") = 0.0,
-               py::arg("maxNumResults") = 1, "Each value passes through its setter.");
+               py::arg("maxNumResults").noconvert() = 1, "Each value passes through its setter.");
 
     const auto property = [&params](const char* name, auto getter, auto setter, const char* doc) {
         params.def(name, getter, doc);
@@ -94,8 +111,11 @@ void bindRunParams(py::module_& m) {
     property("captureRange", py::overload_cast<>(&Params::captureRange, py::const_),
              py::overload_cast<double>(&Params::captureRange),
              "Largest distance of a match, data units; used when autoCaptureRange() is False.");
-    property("maxNumResults", py::overload_cast<>(&Params::maxNumResults, py::const_),
-             py::overload_cast<long>(&Params::maxNumResults), "Largest number of results.");
+    params.def("maxNumResults", py::overload_cast<>(&Params::maxNumResults, py::const_),
+               "Largest number of results.");
+    params.def(
+        "maxNumResults", [](Params& self, long value) { self.maxNumResults(recordable(value)); },
+        py::arg("value").noconvert());
     params.def("__repr__", &summary<Params>);
     addPersistence(params);
 }
@@ -141,13 +161,25 @@ void bindResults(py::module_& m) {
     addPersistence(set);
 }
 
+std::optional<py::function> progressOf(const rxRunLimits& limits) {
+    const auto* told = limits.onProgress.target<ProgressFunction>();
+    if (told == nullptr) return std::nullopt;
+    return py::reinterpret_borrow<py::function>(told->function());
+}
+
+void setProgress(rxRunLimits& limits, const std::optional<py::object>& function) {
+    limits.onProgress = nullptr;
+    if (function) limits.onProgress = ProgressFunction(*function);
+}
+
 void bindLimits(py::module_& m) {
     py::class_<rxRunLimits>(m, "rxRunLimits",
                             "How long a watched run may take, and whom to tell how far it is.")
         .def(py::init<>(), "No limit, nobody is told.")
         .def_readwrite("timeLimit", &rxRunLimits::timeLimit, "Seconds; infinite at first.")
-        .def_readwrite("onProgress", &rxRunLimits::onProgress,
-                       "Called with the share that is done, 0 to 1; what it raises ends the run.")
+        .def_property("onProgress", &progressOf, &setProgress,
+                      "Called with the share that is done, 0 to 1; what it raises ends the run. "
+                      "None: nobody is told.")
         .def_readwrite("progressInterval", &rxRunLimits::progressInterval,
                        "Seconds between two calls, at least; 0.1 at first.");
 }
@@ -169,23 +201,57 @@ void trainNew(SharedMatcher& self, const Train& train) {
     self.replace(fresh);
 }
 
-void runMatcher(const SharedMatcher& self, const py::object& data,
-                const rxPointMatcherRunParams& params, rxPointMatcherResultSet& resultSet) {
-    const Points points = points2(data, "data");
+/// Runs while other Python threads run.
+/// @param limits  null: none.
+void run(const SharedMatcher& self, const Points& points, const rxPointMatcherRunParams& params,
+         rxPointMatcherResultSet& resultSet, const rxRunLimits* limits) {
     const auto matcher = self.now();
     const rxPointMatcherRunParams fixed = params;
-    runInto(resultSet, [&](auto& found) { matcher->run(points, fixed, found); });
+    if (limits == nullptr) {
+        runInto(resultSet, [&](auto& found) { matcher->run(points, fixed, found); });
+        return;
+    }
+    // A copy, as Python may set another function meanwhile.
+    const rxRunLimits own = *limits;
+    runInto(resultSet, [&](auto& found) { rfRunWatched(*matcher, points, fixed, found, own); });
+}
+
+void runMatcher(const SharedMatcher& self, const py::object& data,
+                const rxPointMatcherRunParams& params, rxPointMatcherResultSet& resultSet) {
+    run(self, points2(data, "data"), params, resultSet, nullptr);
 }
 
 void runWatched(const SharedMatcher& self, const py::object& data,
                 const rxPointMatcherRunParams& params, rxPointMatcherResultSet& resultSet,
                 const rxRunLimits& limits) {
+    run(self, points2(data, "data"), params, resultSet, &limits);
+}
+
+/// The data point of each model point, not-a-number for none.
+Points matchedPoints(const rxPointMatcherResult& result, const Points& data) {
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    Points matched;
+    matched.reserve(result.modelToDataMap().size());
+    for (const long place : result.modelToDataMap()) {
+        matched.push_back(place < 0 ? rxVector<2>(kNone, kNone)
+                                    : data[static_cast<std::size_t>(place)]);
+    }
+    return matched;
+}
+
+/// A run on points that are read once: what is told of the matches fits them, also when others
+/// change the array meanwhile.
+std::vector<py::array_t<double>> runAndPair(const SharedMatcher& self, const py::object& data,
+                                            const rxPointMatcherRunParams& params,
+                                            rxPointMatcherResultSet& resultSet,
+                                            const std::optional<rxRunLimits>& limits) {
     const Points points = points2(data, "data");
-    const auto matcher = self.now();
-    const rxPointMatcherRunParams fixed = params;
-    // A copy, as Python may set another function meanwhile.
-    const rxRunLimits own = limits;
-    runInto(resultSet, [&](auto& found) { rfRunWatched(*matcher, points, fixed, found, own); });
+    run(self, points, params, resultSet, limits ? &*limits : nullptr);
+    std::vector<py::array_t<double>> matched;
+    for (const auto& result : resultSet.results()) {
+        matched.push_back(arrayOf(matchedPoints(result, points)));
+    }
+    return matched;
 }
 
 /// The mode, which records do not hold, goes beside the record.
@@ -301,6 +367,7 @@ void bindMatcher(py::module_& m) {
                     "The matcher of such a record; exhaustive sets the mode that it does not hold. "
                     "Raises ArchiveError.");
     type.def(py::pickle(&stateOf, [](const py::tuple& state) {
+        if (state.size() != 2) throw py::value_error("the state of another class");
         return fromRecord(py::cast<py::bytes>(state[0]), py::cast<bool>(state[1]));
     }));
     // A trained matcher never changes: copies may share it.
@@ -319,6 +386,10 @@ void bindMatcher(py::module_& m) {
         return "<rxPointMatcher, trained, " + mode + ">";
     });
 
+    m.def("_runAndPair", &runAndPair, py::arg("matcher"), py::arg("data"), py::arg("params"),
+          py::arg("resultSet"), py::arg("limits"),
+          "rfRunWatched, or run with limits None, of a matcher trained on points. Gives for each "
+          "result the data points of the model points, shape (n, 2), nan for none.");
     m.def("rfRunWatched", &runWatched, py::arg("matcher"), py::arg("data"), py::arg("params"),
           py::arg("resultSet"), py::arg("limits"),
           "matcher.run under a limit of time, telling how far it is. Raises DeadlinePassed.");

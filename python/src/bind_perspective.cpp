@@ -2,6 +2,7 @@
 
 #include "bindings.h"
 #include "foundation/rectangle.h"
+#include "long_call.h"
 #include "mapping.h"
 #include "persistence.h"
 #include "ptmatch/affine_approximation.h"
@@ -82,7 +83,7 @@ void bindFits(py::module_& m) {
         [](const py::object& a, const py::object& b) {
             const auto first = points2(a, "a");
             const auto second = points2(b, "b");
-            const py::gil_scoped_release released;
+            const LongCall call;
             return rfFitPerspectiveNormalized(first, second);
         },
         py::arg("a"), py::arg("b"),
@@ -94,7 +95,7 @@ void bindFits(py::module_& m) {
         [](const py::object& a, const py::object& b) {
             const auto first = points2(a, "a");
             const auto second = points2(b, "b");
-            const py::gil_scoped_release released;
+            const LongCall call;
             return rfPerspectiveConditioning(first, second);
         },
         py::arg("a"), py::arg("b"),

@@ -1,6 +1,7 @@
 #include <string>
 
 #include "bindings.h"
+#include "long_call.h"
 #include "mapping.h"
 #include "persistence.h"
 #include "ptmatch/space_fit.h"
@@ -72,7 +73,7 @@ void bindFit(py::module_& m, const char* name, const char* doc) {
         [](const py::object& a, const py::object& b) {
             const Points first = points3(a, "a");
             const Points second = points3(b, "b");
-            const py::gil_scoped_release released;
+            const LongCall call;
             return Fit(first, second);
         },
         py::arg("a"), py::arg("b"), doc);

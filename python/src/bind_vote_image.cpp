@@ -43,7 +43,8 @@ void bindTypes(py::module_& m) {
     py::class_<rxVoteImage>(m, "rxVoteImage",
                             "What a search counts at one scale and rotation: a vote for each "
                             "translation that it tries.")
-        .def_readonly("place", &rxVoteImage::place, "Where the votes were counted.")
+        .def_readonly("place", &rxVoteImage::place, py::return_value_policy::copy,
+                      "Where the votes were counted.")
         .def_readonly("width", &rxVoteImage::width, "Translations in x; 0 without a search.")
         .def_readonly("height", &rxVoteImage::height, "Translations in y.")
         .def_property_readonly("votes", &votesOf, "int32 of shape (height, width).")
@@ -54,7 +55,8 @@ void bindTypes(py::module_& m) {
         .def_readonly("highestPossible", &rxVoteImage::highestPossible,
                       "The vote of a place where all points meet marks.")
         .def_readonly("isWeighted", &rxVoteImage::isWeighted, "Whether weights vote, not points.")
-        .def_readonly("startPose", &rxVoteImage::startPose, "That of the run parameters.")
+        .def_readonly("startPose", &rxVoteImage::startPose, py::return_value_policy::copy,
+                      "That of the run parameters.")
         .def_readonly("modelCenter", &rxVoteImage::modelCenter,
                       "Of the model's bounding box, (x, y), model units.")
         .def("translation", &rxVoteImage::translation, py::arg("column"), py::arg("row"),

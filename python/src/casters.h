@@ -24,7 +24,8 @@ bool numbersOf(handle source, bool convert, std::array<Number, N>& numbers) {
     for (std::size_t i = 0; i < N; ++i) {
         make_caster<Number> caster;
         const object value = values[i];
-        if (!caster.load(value, convert)) return false;
+        // Converting would cut fractions off.
+        if (!caster.load(value, convert && !std::is_integral_v<Number>)) return false;
         numbers[i] = cast_op<Number>(caster);
     }
     return true;
@@ -81,8 +82,11 @@ struct type_caster<rxMatrix<2>> {
     PYBIND11_TYPE_CASTER(rxMatrix<2>, const_name("numpy.ndarray"));
 
     bool load(handle source, bool) {
-        const auto array = array_t<double, array::c_style | array::forcecast>::ensure(source);
-        if (!array) PyErr_Clear();
+        const auto given = pybind11::array::ensure(source);
+        if (!given) PyErr_Clear();
+        const char kind = given ? given.dtype().kind() : ' ';
+        if ((kind != 'f' && kind != 'i' && kind != 'u') || hasattr(source, "mask")) return false;
+        const auto array = array_t<double, array::c_style | array::forcecast>::ensure(given);
         if (!array || array.ndim() != 2 || array.shape(0) != 2 || array.shape(1) != 2) return false;
         const double* e = array.data();
         value = rxMatrix<2>(e[0], e[1], e[2], e[3]);

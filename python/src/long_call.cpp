@@ -1,6 +1,13 @@
 #include "long_call.h"
 
+#include <cxxabi.h>
+#include <unistd.h>
+
 #include <atomic>
+#include <chrono>
+#include <exception>
+
+#include "foundation/attention.h"
 
 namespace py = pybind11;
 
@@ -21,26 +28,55 @@ bool lookForSignals() {
     if (openCalls == 0) return false;
     const Clock::time_point now = Clock::now();
     if (now - lastLook < kInterval) return false;
-    const py::gil_scoped_acquire held;
-    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+    LongCall::withInterpreter([] { return PyErr_CheckSignals() == 0; });
     // Waiting for the interpreter does not count.
     lastLook = Clock::now();
     return false;
 }
 
+[[noreturn]] void waitForever() {
+    for (;;) pause();
+}
+
+/// Takes the interpreter, or whatever else the action does that waits for it.
+///
+/// When a program ends, Python ends every thread that asks for the interpreter by unwinding its
+/// stack, and the destructors of C++ on it would end the process at once. Such a thread waits here
+/// for the end of the process instead; between the action and here nothing is to be destroyed.
+template <class Action>
+void outlivingPython(const Action& action) {
+    if (Py_IsInitialized() == 0 || _Py_IsFinalizing() != 0) waitForever();
+    try {
+        action();
+    } catch (abi::__forced_unwind&) {
+        waitForever();
+    }
+}
+
 }  // namespace
 
-LongCall::Marked::Marked() {
+LongCall::LongCall() : state_(PyEval_SaveThread()) {
     ++openCalls;
     lastLook = Clock::now();
 }
 
-LongCall::Marked::~Marked() {
+LongCall::~LongCall() {
     --openCalls;
+    outlivingPython([this] { PyEval_RestoreThread(state_); });
 }
 
 void LongCall::installHandler() {
     replaced = rxAttention::setHandler(&lookForSignals);
+}
+
+void LongCall::withInterpreter(const std::function<bool()>& action) {
+    std::exception_ptr thrown;
+    outlivingPython([&] {
+        const PyGILState_STATE state = PyGILState_Ensure();
+        if (!action()) thrown = std::make_exception_ptr(py::error_already_set());
+        PyGILState_Release(state);
+    });
+    if (thrown) std::rethrow_exception(thrown);
 }
 
 }  // namespace ptmatch::python

@@ -2,9 +2,7 @@
 
 #include <pybind11/pybind11.h>
 
-#include <chrono>
-
-#include "foundation/attention.h"
+#include <functional>
 
 namespace ptmatch::python {
 
@@ -20,25 +18,22 @@ namespace ptmatch::python {
 class LongCall {
   public:
     /// Gives the interpreter away; needs to hold it.
-    LongCall() = default;
+    LongCall();
+    /// Takes it again.
+    ~LongCall();
     LongCall(const LongCall&) = delete;
     LongCall& operator=(const LongCall&) = delete;
 
     /// Makes the searches of this process ask as above. What handler there was is asked, too.
     static void installHandler();
 
-  private:
-    /// Marks this thread as being in a call.
-    class Marked {
-      public:
-        Marked();
-        ~Marked();
-        Marked(const Marked&) = delete;
-        Marked& operator=(const Marked&) = delete;
-    };
+    /// Calls Python in the middle of such a call.
+    /// @param action  holds the interpreter; gives false after an error of Python, which is thrown
+    ///     then. Plain C: it may be left without destructors, as the end of a program does.
+    static void withInterpreter(const std::function<bool()>& action);
 
-    Marked marked_;
-    pybind11::gil_scoped_release released_;
+  private:
+    PyThreadState* state_;
 };
 
 }  // namespace ptmatch::python

@@ -1,5 +1,6 @@
 #include "bindings.h"
 #include "errors.h"
+#include "finished_classes.h"
 #include "long_call.h"
 
 namespace py = pybind11;
@@ -27,4 +28,5 @@ PYBIND11_MODULE(_core, m) {
     bindAdditions(m);
     bindCertainty(m);
     bindVoteImage(m);
+    finishClasses(m);
 }

@@ -27,14 +27,20 @@ def test_any_real_type_is_taken(kind):
     [
         np.asfortranarray(MODEL),
         np.repeat(np.repeat(MODEL, 2, axis=0), 3, axis=1)[::2, ::3],
-        MODEL[::-1][::-1],
+        MODEL[::-1, ::-1].copy()[::-1, ::-1],
         MODEL.T.copy().T,
-        np.broadcast_to(MODEL, (2, 4, 2))[1],
+        MODEL.view(np.matrix),
     ],
-    ids=["fortran", "strided", "reversed twice", "transposed", "broadcast"],
+    ids=["fortran", "strided", "backwards", "transposed", "matrix"],
 )
 def test_any_layout_is_taken(laid_out):
     assert np.array_equal(trained_points(laid_out), MODEL)
+
+
+def test_a_point_that_is_repeated_by_a_stride_of_zero_is_taken():
+    repeated = np.broadcast_to([3.0, 4.0], (5, 2))
+    assert repeated.strides[0] == 0
+    assert np.array_equal(trained_points(repeated), [[3.0, 4.0]] * 5)
 
 
 def test_lists_tuples_and_objects_with_an_array_are_taken():

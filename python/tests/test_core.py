@@ -237,11 +237,11 @@ def test_different_values_are_not_equal():
             assert (a == b) == (i == j)
 
 
-def test_deep_copies_of_images_have_pixels_of_their_own():
+def test_copies_of_images_have_an_offset_of_their_own():
     image = ptmatch.rxPelBuffer([[1, 2]])
-    own = copy.deepcopy(image)
-    own.offset((1, 0))
-    assert image.offset() == (0, 0) and own != image
+    for own in (copy.copy(image), copy.deepcopy(image)):
+        own.offset((1, 0))
+        assert image.offset() == (0, 0) and own != image
 
 
 def test_whatever_is_public_has_a_docstring():
