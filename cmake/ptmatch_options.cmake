@@ -55,4 +55,7 @@ function(ptmatch_compile_together target part)
       PROPERTIES UNITY_GROUP ${target}_${CMAKE_MATCH_1})
   endforeach()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
+  # GCC takes a source that another one includes for a header, in which a test, whose class is made by a
+  # macro, ought not to have a fixture of an unnamed namespace.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endfunction()
