@@ -57,5 +57,9 @@ function(ptmatch_compile_together target part)
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
   # GCC takes a source that another one includes for a header, in which a test, whose class is made by a
   # macro, ought not to have a fixture of an unnamed namespace.
-  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  if(part STREQUAL "tests")
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
+  endif()
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/scripts/source_groups.py)
 endfunction()

@@ -54,8 +54,13 @@ def own_names(code):
 
     Members of classes that are declared elsewhere, and names of other namespaces, are not a source's own.
     """
+    code = re.sub(r"^\[\[[^\]]*\]\]\s*", "", code, flags=re.M)  # attributes
     names = set(re.findall(r"^(?:struct|class|union|enum(?: class)?)\s+(\w+)", code, re.M))
     names |= set(re.findall(r"^using\s+(\w+)\s*=", code, re.M))
+    names |= set(re.findall(r"^using\s+[\w:]+::(\w+);", code, re.M))
+    names |= set(re.findall(r"^#define\s+(\w+)", code, re.M))
+    for enumerators in re.findall(r"^enum\s+(?!class)[^{;]*\{([^}]*)\}", code, re.M):
+        names |= set(re.findall(r"(\w+)\s*(?:=[^,]*)?(?:,|\s*$)", enumerators))
     names |= set(re.findall(r"^(?!namespace|using|struct|class|enum|#|\}|return|TEST)[\w:<][^\n(={;]*?"
                             r"(?<!::)\b(\w+)\s*[(={;\[]", code, re.M))
     return names - {"operator"}
