@@ -17,9 +17,16 @@ Angles = Union[Pair, str]
 Pose = Union[rxXform, ArrayLike]
 
 
+def is_masked(value: Any) -> bool:
+    """Whether it is a masked array, or holds rows of one, whose mask would be lost."""
+    if isinstance(value, (list, tuple)):
+        return any(isinstance(row, np.ma.MaskedArray) for row in value)
+    return isinstance(value, np.ma.MaskedArray)
+
+
 def real_array(value: Any, name: str) -> NDArray[np.float64]:
     """An array of real numbers. Raises TypeError for what holds others, or a mask."""
-    if isinstance(value, np.ma.MaskedArray):
+    if is_masked(value):
         raise TypeError(f"{name}: expected real numbers, got a masked array")
     array = np.asarray(value)
     if array.dtype.kind not in "fiu":
@@ -46,23 +53,33 @@ def pair_of(value: Any, name: str) -> tuple[float, float]:
         numbers = np.asarray(value)
     except ValueError:  # rows of unequal length
         numbers = np.empty(0)
-    if numbers.shape != (2,) or numbers.dtype.kind not in "fiu":
+    if numbers.shape != (2,) or numbers.dtype.kind not in "fiu" or is_masked(value):
         raise ValueError(f"{name}: expected a pair of numbers, got {value!r}")
     return float(numbers[0]), float(numbers[1])
 
 
+def interval_of(value: Any, name: str) -> tuple[float, float]:
+    """A pair from a smaller number to a larger one, or to the same."""
+    start, end = pair_of(value, name)
+    if start > end:
+        raise ValueError(f"{name}: expected a pair (from, to) with from <= to, got {value!r}")
+    return start, end
+
+
 def range_of(value: Optional[Pair], name: str) -> rxRange:
     """A range of numbers; None holds everything."""
-    return rxRange.FullRange() if value is None else rxRange(*pair_of(value, name))
+    return rxRange.FullRange() if value is None else rxRange(*interval_of(value, name))
 
 
 def angles_of(value: Angles, name: str) -> rxAngleRange:
-    """A range of angles in degrees."""
+    """A range of angles in degrees; one of more than a turn holds all."""
     if isinstance(value, str):
         if value != "full":
             raise ValueError(f'{name}: expected a pair of degrees or "full", got {value!r}')
         return rxAngleRange.FullRange()
-    start, end = pair_of(value, name)
+    start, end = interval_of(value, name)
+    if end - start > 360.0:
+        return rxAngleRange.FullRange()
     return rxAngleRange(rxDegree(start), rxDegree(end))
 
 
@@ -86,6 +103,17 @@ def matrix_of(xform: rxXform) -> NDArray[np.float64]:
     return np.column_stack([xform.matrix(), xform.trans()])
 
 
+def _start_of(pose: Pose) -> rxXform:
+    """A start pose. Of a mirror image a search would find nothing, and not say why."""
+    xform = xform_of(pose, "start_pose")
+    if np.linalg.det(xform.matrix()) < 0.0:
+        raise ValueError(
+            "start_pose: expected a rotation, one scale and a translation, got a mirror image; "
+            "train the mirrored pattern instead"
+        )
+    return xform
+
+
 def read_only(array: NDArray[Number]) -> NDArray[Number]:
     """A view of the array, which nobody can write from now on."""
     array.setflags(write=False)
@@ -107,11 +135,11 @@ def run_params(
     """The parameters of a run. Raises BadParams, as their setters do, and ValueError."""
     params = rxPointMatcherRunParams()
     params.rotationUncertainty(angles_of(rotation, "rotation"))
-    params.scaleUncertainty(rxRange(*pair_of(scale, "scale")))
+    params.scaleUncertainty(rxRange(*interval_of(scale, "scale")))
     params.xTranslationUncertainty(range_of(translation_x, "translation_x"))
     params.yTranslationUncertainty(range_of(translation_y, "translation_y"))
     if start_pose is not None:
-        params.startPose(xform_of(start_pose, "start_pose"))
+        params.startPose(_start_of(start_pose))
     params.minCoverage(min_coverage)
     params.maxNumResults(max_results)
     if grid_size is not None:

@@ -1,6 +1,7 @@
 """Finding a known pattern of points among measured points."""
 
 import contextlib
+import copy
 import math
 import os
 from typing import Any, Iterator, Optional, Union
@@ -169,7 +170,9 @@ class Matcher:
 
     def __init__(self, core: _core.rxPointMatcher) -> None:
         """Of the library's own matcher, trained on points. Use train."""
-        self._core = core
+        if not isinstance(core, _core.rxPointMatcher):
+            raise TypeError("expected a trained rxPointMatcher; for points use Matcher.train(points)")
+        self._core = copy.copy(core)  # which the caller may train anew
         self._points = read_only(core.modelPoints())
 
     @classmethod
@@ -239,11 +242,16 @@ class Matcher:
 
         data: shape (m, 2), any real type; float64 in C order is read where it is.
         rotation: from and to, degrees against the start pose, or "full".
-        scale: relative change, from and to: (-0.1, 0.2) is 10 % smaller to 20 % larger.
-        translation_x, translation_y: from and to; None: anywhere.
-        start_pose: the expected pose, shape (2, 3); None: the identity.
+        scale: relative change, from and to: (-0.1, 0.2) is 10 % smaller to 20 % larger, so 0.9 to
+            1.1 times is (-0.1, 0.1). These are the scales that are tried: the one of a match is
+            fitted and may lie outside.
+        translation_x, translation_y: from and to; None: anywhere. By how much the centre of the
+            pattern's bounding box moves before the start pose is applied, model units; not the
+            translation of a match, which is where the pattern's origin comes to lie.
+        start_pose: the expected pose, shape (2, 3), a rotation, scale and translation; None: the
+            identity.
         min_coverage: smallest matched share of the pattern, 0 to 1.
-        max_results: largest number of matches.
+        max_results: largest number of matches. Several may show one place; see distinct.
         grid_size: cell size of the search, model units; None: as training derived it.
         capture_range: largest distance of a matched point, data units; None: the grid size.
         time_limit: seconds; None: no limit. Exhaustive searches do not look at it.
@@ -303,10 +311,24 @@ class Matcher:
         min_pose_distance: poses further apart are different, data units; 0: from the model.
         data_area: area over which the data are scattered; 0: of their bounding box.
         """
+        if not 0 <= index < len(found):
+            raise IndexError(f"index: expected the place of one of {len(found)} matches, got {index}")
+        self._require_data_of(found[index], data)
         settings = _core.rxCertaintySettings(point_sigma, min_pose_distance, data_area)
         return _core.rfCertainty(
             self._core, data, found.params, found.result_set, index, settings
         )
+
+    @staticmethod
+    def _require_data_of(match: Match, data: ArrayLike) -> None:
+        """Raises ValueError when the match was not found in these data."""
+        points = points_of(data, "data")
+        places = match.model_to_data[match.matched]
+        if len(places) and (
+            places.max() >= len(points)
+            or not np.array_equal(points[places], match.data_points[match.matched])
+        ):
+            raise ValueError("data: expected those that the match was found in")
 
     def why_not(self, data: ArrayLike, **search: Any) -> _core.rxWhyNot:
         """Why a search finds nothing, or not the expected.

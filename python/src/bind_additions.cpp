@@ -1,5 +1,8 @@
 #include <pybind11/stl.h>
 
+#include <sstream>
+#include <string>
+
 #include "arrays.h"
 #include "bindings.h"
 #include "long_call.h"
@@ -14,6 +17,54 @@ namespace py = pybind11;
 
 namespace ptmatch::python {
 namespace {
+
+/// What the enumerator means, as its documentation says.
+std::string meaning(rxWhyNotDefs::Reason reason) {
+    switch (reason) {
+        case rxWhyNotDefs::eFound:
+            return "there are results";
+        case rxWhyNotDefs::eTooFewData:
+            return "too few data for the minimum coverage";
+        case rxWhyNotDefs::eNothingToSearch:
+            return "nothing to search: no data within reach";
+        case rxWhyNotDefs::eNoCandidate:
+            return "no pose brings two model points to data";
+        case rxWhyNotDefs::eCoverage:
+            return "the best has less than the minimum coverage";
+        case rxWhyNotDefs::ePose:
+            return "the pose of the best is not allowed";
+        case rxWhyNotDefs::eMissed:
+            return "only a wider search comes upon it";
+    }
+    return "unknown";
+}
+
+std::string shownReason(const rxWhyNot& why) {
+    std::ostringstream text;
+    text << "<rxWhyNot: " << meaning(why.reason) << "; best coverage " << why.bestCoverage << ", "
+         << why.numReturned << " returned of " << why.numCandidates << " candidates>";
+    return text.str();
+}
+
+std::string shownMiss(const rxNearestMiss& miss) {
+    std::ostringstream text;
+    text << "<rxNearestMiss: coverage " << miss.coverage << ", fit error " << miss.fitError;
+    if (miss.isBelowCoverage) text << ", below the minimum coverage";
+    if (miss.isOutsideTranslation) text << ", outside the translations";
+    if (miss.isOutsideRotation) text << ", outside the rotations";
+    if (miss.isOutsideScale) text << ", outside the scales";
+    if (miss.isSingular) text << ", singular";
+    if (miss.isBeyondCount) text << ", beyond the number of results";
+    return text.str() + ">";
+}
+
+std::string shownCost(const rxRunCost& cost) {
+    std::ostringstream text;
+    text << "<rxRunCost: work " << cost.work << ", " << cost.numLatticePoints
+         << " scales and rotations, grid size " << cost.gridSize << ", capture range "
+         << cost.captureRange << ">";
+    return text.str();
+}
 
 void bindMatchedPairs(py::module_& m) {
     py::class_<rxMatchedPairs>(m, "rxMatchedPairs",
@@ -107,6 +158,7 @@ void bindRefit(py::module_& m) {
 
 void bindRunCost(py::module_& m) {
     py::class_<rxRunCost>(m, "rxRunCost", "What a run would look through.")
+        .def("__repr__", &shownCost)
         .def_readonly("mode", &rxRunCost::mode, "The method.")
         .def_readonly("isInterruptible", &rxRunCost::isInterruptible,
                       "Whether Ctrl-C, a time limit and progress reach the run.")
@@ -151,6 +203,7 @@ void bindWhyNot(py::module_& m) {
         .export_values();
 
     py::class_<rxNearestMiss>(m, "rxNearestMiss", "A candidate that a run does not return.")
+        .def("__repr__", &shownMiss)
         .def_readonly("modelToDataXform", &rxNearestMiss::modelToDataXform,
                       py::return_value_policy::copy, "Its pose.")
         .def_readonly("coverage", &rxNearestMiss::coverage, "Its coverage.")
@@ -167,6 +220,7 @@ void bindWhyNot(py::module_& m) {
                       "Allowed, but the number of results is limited.");
 
     py::class_<rxWhyNot>(m, "rxWhyNot", "Why a run finds nothing, or not what it should.")
+        .def("__repr__", &shownReason)
         .def_readonly("reason", &rxWhyNot::reason, "In short.")
         .def_readonly("cost", &rxWhyNot::cost, py::return_value_policy::copy, "Sizes in effect.")
         .def_readonly("isWidened", &rxWhyNot::isWidened,

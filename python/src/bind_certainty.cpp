@@ -1,5 +1,8 @@
 #include <pybind11/stl.h>
 
+#include <sstream>
+#include <string>
+
 #include "arrays.h"
 #include "bindings.h"
 #include "ptmatch/certainty.h"
@@ -75,6 +78,20 @@ void bindSettings(py::module_& m) {
                        "The area of the data, data units squared; 0: their bounding box.");
 }
 
+std::string shownCertainty(const rxCertainty& sure) {
+    std::ostringstream text;
+    text << "<rxCertainty: " << sure.residuals.size() << " matched";
+    if (const auto chance = sure.closeClutterProbability()) {
+        text << ", chance of an accident " << *chance << " at most";
+    }
+    if (sure.nextPose) text << ", margin to the next pose " << sure.nextPose->coverageMargin;
+    if (sure.covariance) {
+        text << ", rotation +- " << rxDegree(rxRadian(sure.covariance->rotationSigma)).toDouble()
+             << " deg";
+    }
+    return text.str() + ">";
+}
+
 void bindClutterChance(py::module_& m) {
     py::class_<rxClutterScene>(m, "rxClutterScene",
                                "Clutter, the pattern, and the poses that are looked through.")
@@ -108,6 +125,7 @@ void bindCertainty(py::module_& m) {
                       "The coverage of the result less that of this one.")
         .def_readonly("poseDistance", &rxNextPose::poseDistance, "Data units.");
     py::class_<rxCertainty>(m, "rxCertainty", "How sure a result is.")
+        .def("__repr__", &shownCertainty)
         .def_readonly("pairs", &rxCertainty::pairs, py::return_value_policy::copy,
                       "Which model point has which data point.")
         .def_property_readonly(

@@ -3,6 +3,11 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
 #include "foundation/vector.h"
 #include "foundation/xform.h"
 

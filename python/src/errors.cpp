@@ -42,11 +42,13 @@ void raiseWithMessage(const rxExceptionWithString& error) {
         return raise("InsufficientModelPoints", message);
     }
     if (is(static_cast<const Matcher::Errors*>(nullptr))) return raise("MatcherError", message);
+    // The library gives these no message.
+    const auto orElse = [&message](const char* text) { return message.empty() ? text : message; };
     if (is(static_cast<const Corresponder::InsufficientModelPoints*>(nullptr))) {
-        return raise("InsufficientPatternPoints", message);
+        return raise("InsufficientPatternPoints", orElse("the pattern has too few positions"));
     }
     if (is(static_cast<const Corresponder::InsufficientMemory*>(nullptr))) {
-        return raise("InsufficientMemory", message);
+        return raise("InsufficientMemory", orElse("the positions lie too far apart"));
     }
     if (is(static_cast<const Corresponder::Errors*>(nullptr))) {
         return raise("GridCorresponderError", message);

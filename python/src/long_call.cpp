@@ -19,6 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kInterval = std::chrono::milliseconds(50);
 
 thread_local int openCalls = 0;
+thread_local int callsThatKeep = 0;  // the interpreter, see below
 thread_local Clock::time_point lastLook;
 std::atomic<rxAttention::Handler> replaced{nullptr};
 
@@ -55,13 +56,20 @@ void outlivingPython(const Action& action) {
 
 }  // namespace
 
-LongCall::LongCall() : state_(PyEval_SaveThread()) {
+// Who holds the interpreter while Python ends is the thread that ends it, in the destructor of some
+// object: it keeps the interpreter, which it would not get again.
+LongCall::LongCall() : state_(_Py_IsFinalizing() != 0 ? nullptr : PyEval_SaveThread()) {
+    if (state_ == nullptr) ++callsThatKeep;
     ++openCalls;
     lastLook = Clock::now();
 }
 
 LongCall::~LongCall() {
     --openCalls;
+    if (state_ == nullptr) {
+        --callsThatKeep;
+        return;
+    }
     outlivingPython([this] { PyEval_RestoreThread(state_); });
 }
 
@@ -70,6 +78,10 @@ void LongCall::installHandler() {
 }
 
 void LongCall::withInterpreter(const std::function<bool()>& action) {
+    if (callsThatKeep > 0) {
+        if (!action()) throw py::error_already_set();
+        return;
+    }
     std::exception_ptr thrown;
     outlivingPython([&] {
         const PyGILState_STATE state = PyGILState_Ensure();

@@ -33,7 +33,7 @@ class LongCall {
     static void withInterpreter(const std::function<bool()>& action);
 
   private:
-    PyThreadState* state_;
+    PyThreadState* state_;  // null: the interpreter was kept
 };
 
 }  // namespace ptmatch::python

@@ -113,8 +113,9 @@ def test_a_record_of_another_version_is_told_so():
 def test_standard_exceptions_of_the_library_arrive_as_pythons():
     matcher = ptmatch.Matcher.train(SQUARE)
     found = matcher.match(SQUARE)
+    params, settings = found.params, ptmatch.rxCertaintySettings()
     with pytest.raises(IndexError):
-        matcher.certainty(found, SQUARE, index=1)
+        ptmatch.rfCertainty(matcher.core, SQUARE, params, found.result_set, 1, settings)
 
 
 def test_a_failed_setter_keeps_the_old_value():

@@ -286,3 +286,98 @@ def test_who_is_told_of_progress_is_what_was_set():
         limits.onProgress = 5
     assert limits.onProgress is None
     limits.onProgress = None
+
+
+def test_objects_that_die_with_the_program_may_compute():
+    code = (
+        "import ptmatch\n"
+        "M = ptmatch.rxMatrixExt([[1.0, 2.0], [3.0, 4.0]])\n"
+        "class Last:\n"
+        "    def __del__(self, values=ptmatch.rfSingularValues, M=M):\n"
+        "        print(len(values(M)))\n"
+        "last = Last()\n"
+        "last.itself = last\n"
+    )
+    done = subprocess.run(
+        [sys.executable, "-c", code], capture_output=True, text=True, timeout=60, check=False
+    )
+    assert (done.returncode, done.stdout, done.stderr) == (0, "2\n", "")
+
+
+def test_objects_that_die_with_the_program_do_not_hang_in_a_search():
+    code = (
+        "import ptmatch\n"
+        f"S = {SQUARE}\n"
+        "class Last:\n"
+        "    def __del__(self, search=ptmatch.Matcher.train(S).match, S=S): search(S)\n"
+        "last = Last()\n"
+        "last.itself = last\n"
+    )
+    # NumPy cannot be imported any more then, which Python tells and ignores.
+    assert ended(code)[0] == 0
+
+
+@pytest.mark.parametrize(
+    "keywords",
+    [
+        {"rotation": (15, -15)},
+        {"scale": (0.1, -0.1)},
+        {"translation_x": (10, 0)},
+        {"translation_y": (1, 0)},
+    ],
+)
+def test_a_range_that_ends_before_it_begins_is_refused(keywords):
+    name = next(iter(keywords))
+    with pytest.raises(ValueError, match=rf"^{name}: expected a pair \(from, to\) with from <= to"):
+        MATCHER.match(SQUARE, **keywords)
+
+
+def test_more_than_a_turn_is_all_of_it():
+    turned = MATCHER.match(np.array(SQUARE) * -1.0, rotation=(-400, 400))
+    assert turned.best.coverage == 1.0
+    assert turned.params.rotationUncertainty() == ptmatch.rxAngleRange.FullRange()
+
+
+def test_a_mirrored_start_pose_is_refused():
+    with pytest.raises(ValueError, match="^start_pose: expected .* got a mirror image"):
+        MATCHER.match(SQUARE, start_pose=[[1, 0, 0], [0, -1, 0]])
+
+
+def test_points_in_place_of_a_matcher_are_told_where_to_go():
+    with pytest.raises(TypeError, match=r"for points use Matcher.train\(points\)"):
+        ptmatch.Matcher(SQUARE)
+
+
+def test_the_matcher_of_the_library_may_be_trained_anew():
+    core = ptmatch.rxPointMatcher()
+    core.train(SQUARE, ptmatch.rxPointMatcherDefs.eAutoDetect)
+    matcher = ptmatch.Matcher(core)
+    core.untrain()
+    assert matcher.match(SQUARE).best.distances.max() == 0.0
+
+
+def test_certainty_is_of_the_data_that_were_searched():
+    found = MATCHER.match(SQUARE)
+    with pytest.raises(ValueError, match="^data: expected those that the match was found in"):
+        MATCHER.certainty(found, SQUARE[::-1])
+    for index in (1, -1):
+        with pytest.raises(IndexError, match="^index: expected the place of one of 1 matches"):
+            MATCHER.certainty(found, SQUARE, index)
+
+
+def test_what_is_told_of_a_run_can_be_read():
+    found = MATCHER.match(SQUARE)
+    assert repr(MATCHER.why_not(SQUARE)).startswith("<rxWhyNot: there are results; best coverage 1")
+    why = MATCHER.why_not(SQUARE[:3], min_coverage=0.9)
+    assert "too few data for the minimum coverage" in repr(why)
+    miss = MATCHER.why_not(np.add(SQUARE, [[0, 0], [0, 0], [0, 0], [99, 99]]), min_coverage=0.9)
+    assert repr(miss.nearestMiss).endswith("below the minimum coverage>")
+    assert repr(MATCHER.cost(SQUARE)).startswith("<rxRunCost: work ")
+    assert repr(MATCHER.certainty(found, SQUARE)).startswith("<rxCertainty: 4 matched, chance of")
+
+
+def test_positions_too_far_apart_are_told_so():
+    tool = ptmatch.rx_PointToGridCorresponder()
+    params = ptmatch.rx_PointToGridCorresponderTrainParams()
+    with pytest.raises(ptmatch.InsufficientMemory, match="the positions lie too far apart"):
+        tool.train([(0, 0), (2**31 - 1, 0), (0, 2**31 - 1)], params, ptmatch.rxXform())
