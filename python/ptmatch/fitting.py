@@ -5,14 +5,15 @@ answer, and `worst` tells which pair to look at first.
 """
 
 import copy
+import math
 from typing import Any, Callable, Optional, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from . import _core
-from .arguments import matrix_of
-from .errors import FitError
+from .arguments import is_masked, matrix_of, read_only
+from .errors import FitError, MathError
 
 __all__ = ["Transform", "fit_affine", "fit_perspective", "fit_rigid", "fit_similarity"]
 
@@ -40,11 +41,10 @@ class Transform:
         """Of the library's own transform from a to b, and the pairs. Use the functions that fit."""
         self._core = core
         self._model = model
-        self._a = a
-        self._b = b
+        # Copies: the caller's own arrays stay writable.
+        self._a = read_only(np.array(a, dtype=np.float64))
+        self._b = read_only(np.array(b, dtype=np.float64))
         self._is_inverse = is_inverse
-        for array in (a, b):
-            array.setflags(write=False)
 
     @property
     def model(self) -> str:
@@ -74,6 +74,32 @@ class Transform:
         Perspective: of shape (3, 3), its last element 1: (w x', w y', w) = matrix @ (x, y, 1).
         """
         return _matrix(self._core, self._is_inverse)
+
+    @property
+    def rotation_deg(self) -> float:
+        """Rotation of the x axis, degrees in [-180, 180]; positive from x to y.
+
+        Raises ValueError for a perspective transform, and in space.
+        """
+        matrix = self._affine_matrix("rotation_deg")
+        if matrix.shape != (2, 3):
+            raise ValueError("rotation_deg: a rotation in space is not one angle; see matrix")
+        return float(np.degrees(np.arctan2(matrix[1, 0], matrix[0, 0])))
+
+    @property
+    def scale(self) -> float:
+        """Units of b per unit of a, along the x axis. Raises ValueError for a perspective one."""
+        return math.hypot(*self._affine_matrix("scale")[:, 0])
+
+    @property
+    def translation(self) -> NDArray[np.float64]:
+        """The image of the origin, shape (2,) or (3,). Raises ValueError for a perspective one."""
+        return self._affine_matrix("translation")[:, -1].copy()
+
+    def _affine_matrix(self, name: str) -> NDArray[np.float64]:
+        if self._model == "perspective":
+            raise ValueError(f"{name}: a perspective transform has none; see matrix")
+        return self.matrix
 
     @property
     def inverse_matrix(self) -> NDArray[np.float64]:
@@ -152,7 +178,7 @@ class Transform:
         It is this one backwards, not the fit of a to b: its residuals, in units of a, are not the
         least ones.
         """
-        return Transform(self._core, self._model, self._a, self._b, not self._is_inverse)
+        return type(self)(self._core, self._model, self._a, self._b, not self._is_inverse)
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Transform):
@@ -175,7 +201,7 @@ class Transform:
         return self
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return Transform, (self._core, self._model, self._a, self._b, self._is_inverse)
+        return type(self), (self._core, self._model, self._a, self._b, self._is_inverse)
 
     def __repr__(self) -> str:
         where = "plane" if self._a.shape[1] == 2 else "space"
@@ -265,12 +291,34 @@ def _fit(
         # The fitter maps its second points onto its first.
         reason = str(error).replace("the second points", "the points a")
         raise FitError(reason) from None
+    if model == "affine" and _is_singular(fitted.matrix(), second):
+        raise MathError("the points b lie on one line")
     return Transform(_core.rx2PtMatchTm(fitted), model, first, second)
+
+
+def _is_singular(matrix: _Points, b: _Points) -> bool:
+    """Whether the matrix, or the points b on one line, differ from it by rounding alone."""
+    eps = float(np.finfo(np.float64).eps)
+    largest = float(np.max(np.abs(b)))
+    if largest == 0.0:
+        return True
+    unit = b / largest
+    across = np.linalg.svd(unit - unit.mean(axis=0), compute_uv=False)[1]
+    if across <= 4.0 * eps * np.sqrt(len(b)):
+        return True
+    # Rows of unit size: products of small or large numbers would leave the range of double.
+    sizes = np.max(np.abs(matrix), axis=1, keepdims=True)
+    if not np.all(sizes > 0.0):
+        return True
+    rows = matrix / sizes
+    products = rows[0, 0] * rows[1, 1], rows[0, 1] * rows[1, 0]
+    return bool(abs(products[0] - products[1]) <= 8.0 * eps * (abs(products[0]) + abs(products[1])))
 
 
 def _require_pairs(model: str, points: _Points, fewest: int) -> None:
     if len(points) < fewest:
-        raise FitError(f"a {model} transform needs at least {fewest} pairs, got {len(points)}")
+        article = "an" if model == "affine" else "a"
+        raise FitError(f"{article} {model} transform needs at least {fewest} pairs, got {len(points)}")
 
 
 def _pairs(a: ArrayLike, b: ArrayLike) -> tuple[_Points, _Points]:
@@ -285,7 +333,7 @@ def _pairs(a: ArrayLike, b: ArrayLike) -> tuple[_Points, _Points]:
 
 def _points(value: ArrayLike, name: str) -> _Points:
     """A copy of the points, for the transform to keep."""
-    if isinstance(value, np.ma.MaskedArray):
+    if is_masked(value):
         raise TypeError(
             f"{name}: expected real numbers, got a masked array; choose the points with a mask of "
             "your own first"

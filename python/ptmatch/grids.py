@@ -1,5 +1,6 @@
 """Points that lie on a regular grid: which is which, and where a pattern of them lies."""
 
+import numbers
 import os
 from typing import Any, Optional, Sequence, Union
 
@@ -7,7 +8,18 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from . import _core
-from .arguments import Angles, Pair, angles_of, matrix_of, pair_of, run_params
+from .arguments import (
+    Angles,
+    Number,
+    Pair,
+    angles_of,
+    is_masked,
+    matrix_of,
+    pair_of,
+    points_of,
+    read_only,
+    run_params,
+)
 from .errors import InsufficientModelPoints, NotTrained
 from .found import Found
 from .matcher import run
@@ -24,8 +36,11 @@ _SIDES = ((1, 0), (-1, 0), (0, 1), (0, -1))
 _DIAGONALS = ((1, 1), (1, -1), (-1, 1), (-1, -1))
 
 
-def _own_points(points: ArrayLike) -> Any:
+def _own_points(points: ArrayLike, name: str) -> Any:
     """A copy that nobody else changes. A masked array stays one, for the library to refuse."""
+    # NumPy drops the masks of rows.
+    if isinstance(points, (list, tuple)) and is_masked(points):
+        raise TypeError(f"{name}: expected real numbers, got masked rows; fill them first")
     return np.array(points, subok=True)
 
 
@@ -40,6 +55,30 @@ def _applied(matrix: NDArray[np.float64], points: ArrayLike) -> NDArray[np.float
         np.asarray(points, dtype=np.float64) @ matrix[:, :2].T + matrix[:, 2]
     )
     return mapped
+
+
+def _applied_to_positions(matrix: NDArray[np.float64], positions: ArrayLike) -> NDArray[np.float64]:
+    """The images of one or of several positions; nan of those that are UNASSIGNED."""
+    checked = points_of(positions, "positions")
+    mapped = _applied(matrix, checked)
+    mapped[np.all(checked == UNASSIGNED, axis=-1)] = np.nan
+    return mapped
+
+
+def _frozen(array: NDArray[Number]) -> NDArray[Number]:
+    """A copy that nobody can make writable again."""
+    return read_only(np.array(array))
+
+
+def _require_above_zero(value: Optional[float], name: str) -> None:
+    """Raises for what is neither None nor a number above 0."""
+    if value is None:
+        return
+    if not isinstance(value, numbers.Real):
+        raise TypeError(f"{name}: expected a number above 0, or None, got {value!r}")
+    # What is not finite is left to the library.
+    if value <= 0.0:
+        raise ValueError(f"{name}: expected a number above 0, or None, got {value!r}")
 
 
 def _lengths(vectors: NDArray[np.float64]) -> NDArray[np.float64]:
@@ -75,14 +114,13 @@ class GridMap:
         result: _core.rxPtToGridMapResult,
         params: _core.rxPtToGridMapRunParams,
     ) -> None:
-        self._points = points
         self._result = result
         self._params = params
         self._positions = result.map()
         if len(self._positions) != len(points):  # nothing was found to begin with
             self._positions = np.full((len(points), 2), UNASSIGNED, dtype=np.int64)
-        self._points.setflags(write=False)
-        self._positions.setflags(write=False)
+        self._points = _frozen(points)
+        self._positions = _frozen(self._positions)
 
     @property
     def result(self) -> _core.rxPtToGridMapResult:
@@ -112,6 +150,12 @@ class GridMap:
         """Whether a point has a position, shape (n,)."""
         assigned: NDArray[np.bool_] = self._positions[:, 0] != UNASSIGNED
         return assigned
+
+    @property
+    def pairs(self) -> tuple[NDArray[np.int64], NDArray[np.float64]]:
+        """The positions and the points of the assigned ones, both of shape (num_assigned, 2)."""
+        assigned = self.assigned
+        return self._positions[assigned], self._points[assigned]
 
     @property
     def num_assigned(self) -> int:
@@ -156,18 +200,21 @@ class GridMap:
         return self._result.time()
 
     def apply(self, positions: ArrayLike) -> NDArray[np.float64]:
-        """Takes positions of shape (n, 2), or one of shape (2,), to points. They may lie between
-        nodes."""
-        return _applied(self.matrix, positions)
+        """Takes positions of shape (n, 2), or one of shape (2,), to points; UNASSIGNED ones to nan.
+
+        They may lie between nodes.
+        """
+        return _applied_to_positions(self.matrix, positions)
 
     def __bool__(self) -> bool:
         return self.valid
 
     def __eq__(self, other: object) -> bool:
         """Equal points at equal positions; the time does not count."""
+        if not isinstance(other, GridMap):
+            return NotImplemented
         return (
-            isinstance(other, GridMap)
-            and self._params == other._params
+            self._params == other._params
             and np.array_equal(self._points, other._points)
             and np.array_equal(self._positions, other._positions)
             and np.array_equal(self.matrix, other.matrix, equal_nan=True)
@@ -176,7 +223,7 @@ class GridMap:
     __hash__ = None  # type: ignore[assignment]
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return GridMap, (self._points, self._result, self._params)
+        return type(self), (self._points, self._result, self._params)
 
     def __repr__(self) -> str:
         if not self.valid:
@@ -206,16 +253,17 @@ def grid_map(
     snap_size: largest distance between a point and its node; None: 0.2 times the shorter step
         (of a staggered grid, the shorter diagonal step).
     size_tol: allowed ratio, from and to, of the distance of neighbours to the step, or "full";
-        None: 0.8 to 1.2. Wider ranges suit uneven distances; steps that are wrong by half find
-        little or nothing with any.
+        None: 0.8 to 1.2. Wider ranges suit uneven distances; steps that are wrong by more than
+        20 % need a larger snap_size as well.
     angle_tol: allowed rotation of the grid against the steps, degrees from and to, or "full";
-        None: -20 to +20. A rotation at the very ends of the range is not found; in a range in
-        which the grid looks alike twice (a square one after 90 degrees) one of both is taken.
+        None: -20 to +20. Leave room at the ends: each neighbour's direction is held against the
+        range, and noise may take some of them out of it. In a range in which the grid looks alike
+        twice (a square one after 90 degrees) one of both is taken.
 
     Which node becomes (0, 0) is up to the points: positions are known up to a shift, of a
     staggered grid one with an even sum. One affine map has to place every node to within the snap
-    size: of a plate seen very obliquely, or through a strong lens, only a part is placed. When
-    both steps point to smaller coordinates, as given or as the grid lies turned, nothing may be
+    size: of a plate seen very obliquely, or through a strong lens, only a part is placed, and
+    some may be placed wrongly; look at rms. When both steps point to smaller coordinates, as given or as the grid lies turned, nothing may be
     found: turn them round and negate the positions.
 
     Other threads run meanwhile. Raises BadParams, FitError, MathError; ValueError for points of a
@@ -244,15 +292,19 @@ def grid_map(
         raise ValueError("xv, yv: expected both steps for a staggered grid, got one")
     if all(is_known):
         _require_spanning(*steps)
-    if snap_size is not None and snap_size <= 0.0:
-        raise ValueError(f"snap_size: expected a number above 0, or None, got {snap_size!r}")
+    _require_above_zero(snap_size, "snap_size")
     sizes = _core.rxRange()
     if isinstance(size_tol, str):
         if size_tol != "full":
             raise ValueError(f'size_tol: expected a pair of numbers or "full", got {size_tol!r}')
         sizes = _core.rxRange.FullRange()
     elif size_tol is not None:
-        sizes = _core.rxRange(*pair_of(size_tol, "size_tol"))
+        start, end = pair_of(size_tol, "size_tol")
+        if start <= 0.0:
+            raise ValueError(
+                f"size_tol: expected a ratio, such as (0.8, 1.2), got {(start, end)}"
+            )
+        sizes = _core.rxRange(start, end)
     angles = _core.rxAngleRange() if angle_tol is None else angles_of(angle_tol, "angle_tol")
     params = _core.rxPtToGridMapRunParams(
         steps[0],
@@ -262,7 +314,7 @@ def grid_map(
         sizes,
         angles,
     )
-    own = _own_points(points)
+    own = _own_points(points, "points")
     result = _core.rxPtToGridMapResult()
     _core.rfPtToGridMap(own, params, result)
     return GridMap(_as_float64(own), result, params)
@@ -285,8 +337,8 @@ class _Pattern:
         self.sparse = bool(
             np.count_nonzero(self.dots) < _FEWEST_DENSE_DOTS or neighbours.max() < 2
         )
-        for array in (self.dots, self.positions):
-            array.setflags(write=False)
+        self.dots = _frozen(self.dots)
+        self.positions = _frozen(self.positions)
 
     def _neighbours(self, sides: Sequence[tuple[int, int]]) -> NDArray[np.int64]:
         """For each dot the number of dots at these places beside it; 0 where there is no dot."""
@@ -298,7 +350,7 @@ class _Pattern:
         return np.where(self.dots, counts, 0)
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return _Pattern, (self.image,)
+        return type(self), (self.image,)
 
 
 class GridMatch:
@@ -324,8 +376,8 @@ class GridMatch:
         self._freeze()
 
     def _freeze(self) -> None:
-        self._grid_to_data.setflags(write=False)
-        self._data_points.setflags(write=False)
+        self._grid_to_data = _frozen(self._grid_to_data)
+        self._data_points = _frozen(self._data_points)
 
     @property
     def result(self) -> _core.rxPointMatcherResult:
@@ -415,7 +467,7 @@ class GridMatch:
     @property
     def residuals(self) -> NDArray[np.float64]:
         """Data point less mapped position, nan where unmatched; shape (rows, columns, 2)."""
-        return self._data_points - self.apply(self._pattern.positions)
+        return self._data_points - _applied(self.matrix, self._pattern.positions)
 
     @property
     def distances(self) -> NDArray[np.float64]:
@@ -428,13 +480,17 @@ class GridMatch:
         return _root_mean_square(self.distances)
 
     def apply(self, positions: ArrayLike) -> NDArray[np.float64]:
-        """Takes positions of shape (n, 2), or one of shape (2,), from the pattern to the data."""
-        return _applied(self.matrix, positions)
+        """Takes positions of shape (n, 2), or one of shape (2,), from the pattern to the data.
+
+        UNASSIGNED ones become nan.
+        """
+        return _applied_to_positions(self.matrix, positions)
 
     def __eq__(self, other: object) -> bool:
+        if not isinstance(other, GridMatch):
+            return NotImplemented
         return (
-            isinstance(other, GridMatch)
-            and self._result == other._result
+            self._result == other._result
             and self._pattern.image == other._pattern.image
             and np.array_equal(self._data_points, other._data_points, equal_nan=True)
         )
@@ -464,7 +520,7 @@ class GridMatches(Found[GridMatch]):
 
 def _dots_of(pattern: ArrayLike) -> NDArray[np.bool_]:
     """Where a pattern is not 0."""
-    if isinstance(pattern, np.ma.MaskedArray):
+    if is_masked(pattern):
         raise TypeError("pattern: expected real numbers, got a masked array; fill it first")
     values = np.asarray(pattern)
     if values.dtype.kind not in "fiub":
@@ -508,12 +564,20 @@ class GridMatcher:
     """
 
     def __init__(self, core: _core.rxPointMatcher) -> None:
-        """Of the library's own matcher, trained on an image. Use train."""
+        """Of the library's own matcher, trained on an image. Use train.
+
+        Of a sparse pattern, core becomes another matcher, trained without an empty rim.
+        """
         is_grid = core.isTrained() and core.trainMode() == _core.rxPointMatcherDefs.ePointToGrid
         if not is_grid:
             raise NotTrained("the matcher is not trained on a grid pattern")
         self._core = core
         self._pattern = _Pattern(core.pattern())
+        if self._pattern.sparse:
+            # One trained with an empty rim would be found shifted by it; pattern() has none.
+            self._core = _core.rxPointMatcher()
+            self._core.train(core.pattern())
+            self._pattern = _Pattern(self._core.pattern())
 
     @classmethod
     def train(
@@ -621,7 +685,8 @@ class GridMatcher:
         rotation: from and to, degrees against the steps of training, or "full".
         scale: of a dense pattern, how much the distance of neighbours may differ from the step,
             as a share of it, from and to; (0, 0) accepts distances that are exact to the last
-            bit and nothing else. Of a sparse one, the relative change of scale.
+            bit and nothing else. Steps that are wrong by more than 20 % need a larger
+            capture_range as well. Of a sparse one, the relative change of scale.
         min_coverage: smallest share of the dots with a data point, 0 to 1. Of a dense pattern it
             is rounded down to whole dots: 22 of 24 reach 0.95, and what comes to less than one
             finds nothing.
@@ -649,6 +714,7 @@ class GridMatcher:
         pattern. Raises BadParams, InsufficientMemory, FitError, MathError, DeadlinePassed,
         Interrupted, and ValueError for data of a wrong shape or with numbers that are not finite.
         """
+        _require_above_zero(capture_range, "capture_range")
         params = run_params(
             rotation=rotation,
             scale=scale,
@@ -667,7 +733,7 @@ class GridMatcher:
                     _core.rxRadian(angles.end().toDouble() - back),
                 )
             )
-        own = _own_points(data)
+        own = _own_points(data, "data")
         found = run(self._core, own, params, time_limit, progress)
         points = _as_float64(own)
         matches = [GridMatch(result, self._pattern, points) for result in found.results()]
@@ -700,7 +766,9 @@ class GridMatcher:
             return cls.from_bytes(file.read())
 
     def __eq__(self, other: object) -> bool:
-        return isinstance(other, GridMatcher) and self._core == other._core
+        if not isinstance(other, GridMatcher):
+            return NotImplemented
+        return self._core == other._core
 
     __hash__ = None  # type: ignore[assignment]
 
@@ -711,7 +779,7 @@ class GridMatcher:
         return self
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return GridMatcher, (self._core,)
+        return type(self), (self._core,)
 
     def __repr__(self) -> str:
         rows, columns = self.pattern.shape

@@ -29,6 +29,8 @@ import numpy as np
 from matplotlib import patheffects
 from matplotlib.collections import LineCollection
 
+from .arguments import is_masked
+
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
     from numpy.typing import ArrayLike, NDArray
@@ -174,15 +176,14 @@ def grid(
     _dots(ax, nodes, _BLUE, f"point with a position ({len(nodes)})", size)
     if not grid_map.valid:
         return _finish(ax, "no grid found", legend, y_down)
+    # Two points may share a node; lines go through the one that is nearer to it.
+    kept = _one_per_node(positions, np.asarray(grid_map.distances)[assigned])
+    title = _grid_title(positions, len(points))
+    nodes, positions = nodes[kept], positions[kept]
     ax.add_collection(
         LineCollection(
             nodes[_neighbours(positions)], colors=_LATTICE_LINE, linewidths=0.9, zorder=1.5
         )
-    )
-    low, high = positions.min(axis=0), positions.max(axis=0)
-    title = (
-        f"{len(nodes)} of {len(points)} points on the grid\n"
-        f"columns i {low[0]} to {high[0]}, rows j {low[1]} to {high[1]}"
     )
     _finish(ax, title, legend, y_down)
     _draw_axis(ax, nodes, positions, along=0, style=("i", _ORANGE), label_every=label_every)
@@ -461,6 +462,23 @@ def _neighbours(positions: NDArray[np.int64]) -> NDArray[np.int64]:
     return np.array(pairs, dtype=np.int64).reshape(-1, 2)
 
 
+def _one_per_node(
+    positions: NDArray[np.int64], distances: NDArray[np.float64]
+) -> NDArray[np.int64]:
+    """Indices, ascending, of the nearest point of each node; of equally near ones the first."""
+    order = np.argsort(distances, kind="stable")
+    _, first = np.unique(positions[order], axis=0, return_index=True)
+    return np.sort(order[first])
+
+
+def _grid_title(positions: NDArray[np.int64], count: int) -> str:
+    low, high = positions.min(axis=0), positions.max(axis=0)
+    return (
+        f"{len(positions)} of {count} points on the grid\n"
+        f"columns i {low[0]} to {high[0]}, rows j {low[1]} to {high[1]}"
+    )
+
+
 def _draw_axis(
     ax: Axes,
     nodes: Points,
@@ -591,6 +609,8 @@ def _array(values: ArrayLike) -> Points:
 
 
 def _points(values: ArrayLike, name: str) -> Points:
+    if is_masked(values):
+        raise TypeError(f"{name}: expected real numbers, got a masked array")
     array = np.asarray(values)
     if array.dtype.kind not in "iufb":
         raise TypeError(f"{name}: expected real numbers, got an array of {array.dtype}")

@@ -325,8 +325,9 @@ def test_too_few_pairs_are_counted(model: str, dimensions: int, fewest: int) -> 
     points = (SQUARE if dimensions == 2 else TETRAHEDRON)[: fewest - 1]
     with pytest.raises(ptmatch.FitError) as error:
         FITS[model](points, points)
+    article = "an" if model == "affine" else "a"
     assert str(error.value) == (
-        f"a {model} transform needs at least {fewest} pairs, got {fewest - 1}"
+        f"{article} {model} transform needs at least {fewest} pairs, got {fewest - 1}"
     )
     with pytest.raises(ValueError):
         FITS[model](points, points)
@@ -366,7 +367,7 @@ SAME = [(3, 4)] * 5
             CORNERS,
             SAME,
             ptmatch.MathError,
-            "a singular transform has no inverse",
+            "the points b lie on one line",
         ),
         (
             "perspective",
@@ -477,3 +478,50 @@ def test_boards_measured_by_others(shared_data: pathlib.Path) -> None:
             np.testing.assert_allclose(
                 fitted(nodes), mapped(reference(model, nodes, pixels), nodes), rtol=0, atol=1e-8
             )
+
+
+@pytest.mark.parametrize("offset", [0.0, 1000.3])
+def test_points_b_on_one_line_to_within_rounding_are_refused(offset: float) -> None:
+    a = np.random.default_rng(3).uniform(0, 100, (12, 2))
+    along = a @ (0.3, 0.7) + 0.1
+    b = np.column_stack([along, along / 3.0 + offset])
+    with pytest.raises(ptmatch.MathError, match="the points b lie on one line"):
+        ptmatch.fit_affine(a, b)
+    b[:, 1] += 1e-6 * a[:, 0]  # narrow, but a plane
+    assert ptmatch.fit_affine(a, b).largest < 1e-9
+
+
+def test_rotation_scale_and_translation_are_those_of_the_matrix() -> None:
+    a = np.array([(0.0, 0.0), (10.0, 0.0), (0.0, 10.0), (10.0, 12.0)])
+    fitted = ptmatch.fit_similarity(a, 2.0 * a @ np.array([(0.0, 1.0), (-1.0, 0.0)]) + (3.0, 4.0))
+    assert fitted.rotation_deg == pytest.approx(90.0)
+    assert fitted.scale == pytest.approx(2.0)
+    assert fitted.translation == pytest.approx(np.array([3.0, 4.0]))
+    assert fitted.inverse().rotation_deg == pytest.approx(-90.0)
+    assert fitted.inverse().scale == pytest.approx(0.5)
+    flat = ptmatch.fit_perspective(a, a)
+    for name in ("rotation_deg", "scale", "translation"):
+        with pytest.raises(ValueError, match=name):
+            getattr(flat, name)
+    in_space = ptmatch.fit_rigid(np.eye(3), np.eye(3) + (1.0, 2.0, 3.0))
+    assert in_space.translation == pytest.approx(np.array([1.0, 2.0, 3.0]))
+    with pytest.raises(ValueError, match="rotation_deg"):
+        in_space.rotation_deg
+
+
+def test_a_transform_keeps_copies_that_cannot_be_made_writable() -> None:
+    a = np.array([(0.0, 0.0), (1.0, 0.0), (0.0, 1.0)])
+    fitted = ptmatch.fit_rigid(a, a)
+    own = ptmatch.Transform(fitted.core, "rigid", a, a)
+    assert a.flags.writeable
+    for array in (fitted.source, fitted.target, own.source, own.target):
+        with pytest.raises(ValueError, match="WRITEABLE"):
+            array.setflags(write=True)
+
+
+def test_masked_rows_are_refused() -> None:
+    a = np.array([(0.0, 0.0), (1.0, 0.0), (0.0, 1.0), (1.0, 1.0)])
+    rows = [np.ma.array(point, mask=(True, False)) for point in a]
+    for fit in FITS.values():
+        with pytest.raises(TypeError, match="b: .*masked"):
+            fit(a, rows)

@@ -320,3 +320,54 @@ def test_more_photographed_dots(shared_data: pathlib.Path, name: str, least: int
     places = found.positions[truth["is_dot"]]
     assert np.count_nonzero(assigned) >= least
     assert same_up_to_a_shift(places[assigned], truth["places"][assigned])
+
+
+def test_unassigned_positions_are_mapped_to_nan_and_pairs_leave_them_out() -> None:
+    true = lattice(5, 4)
+    points = np.concatenate([points_at(true), [(312.0, 212.0)]])
+    found = grid_map(points, XV, YV)
+    assert np.isnan(found.apply(found.positions)[20]).all()
+    assert np.isnan(found.apply((UNASSIGNED, UNASSIGNED))).all()
+    positions, dots = found.pairs
+    assert np.array_equal(positions, found.positions[:20])
+    assert np.array_equal(dots, points[:20])
+    np.testing.assert_allclose(found.apply(positions), dots, rtol=0, atol=1e-9)
+    with pytest.raises(ValueError, match=r"positions: expected an array of shape \(n, 2\)"):
+        found.apply([(1, 2, 3)])
+
+
+def test_arrays_cannot_be_made_writable() -> None:
+    points = points_at(lattice(4, 4))
+    found = grid_map(points, XV, YV)
+    for array in (found.points, found.positions):
+        with pytest.raises(ValueError, match="WRITEABLE"):
+            array.setflags(write=True)
+    assert points.flags.writeable
+
+
+def test_masked_rows_are_refused() -> None:
+    rows = [np.ma.array(point, mask=(True, False)) for point in points_at(lattice(4, 4))]
+    for masked in (rows, tuple(rows)):
+        with pytest.raises(TypeError, match="points: .*masked"):
+            grid_map(masked, XV, YV)
+
+
+def test_a_tolerance_and_a_snap_size_that_are_none_are_named() -> None:
+    points = points_at(lattice(4, 4))
+    for size_tol in ((-0.2, 0.2), (0.0, 1.2)):
+        with pytest.raises(ValueError, match=r"size_tol: expected a ratio, such as \(0.8, 1.2\)"):
+            grid_map(points, XV, YV, size_tol=size_tol)
+    with pytest.raises(ValueError, match="snap_size: expected a number above 0"):
+        grid_map(points, XV, YV, snap_size=-1.0)
+    with pytest.raises(TypeError, match="snap_size: expected a number above 0"):
+        grid_map(points, XV, YV, snap_size="5")  # type: ignore[arg-type]
+
+
+def test_equality_leaves_other_types_to_themselves_and_subclasses_stay_what_they_are() -> None:
+    class Named(GridMap):
+        pass
+
+    found = grid_map(points_at(lattice(4, 4)), XV, YV)
+    assert found.__eq__(1) is NotImplemented
+    named = Named(found.points, found.result, found.params)
+    assert type(copy.copy(named)) is Named

@@ -478,3 +478,45 @@ def test_more_measured_plates(shared_data: pathlib.Path, name: str, least: int) 
     matcher = GridMatcher.train(dots_of(truth), truth["xv_centre"], truth["yv_centre"])
     match = best_of(matcher.match(points))
     check_against(truth, match, least)
+
+
+def test_an_empty_rim_of_a_core_does_not_shift_a_sparse_pattern(tmp_path: pathlib.Path) -> None:
+    dots = few_dots()
+    data, truth = scene(dots)
+    core = ptmatch.rxPointMatcher()
+    steps = ptmatch.rxXform(np.column_stack([XV, YV]), (0.0, 0.0))
+    core.train(ptmatch.rxPelBuffer(dots != 0, ORIGIN, steps))
+    file = tmp_path / "rim"
+    file.write_bytes(core.to_bytes())
+    made = GridMatcher(core)
+    trained = GridMatcher.train(dots, XV, YV, origin=ORIGIN)
+    expected = best_of(trained.match(data)).apply(positions_of(dots))
+    np.testing.assert_allclose(expected, data[truth], rtol=0, atol=1e-6)
+    for matcher in (
+        made,
+        GridMatcher.from_bytes(core.to_bytes()),
+        GridMatcher.load(file),
+        pickle.loads(pickle.dumps(made)),
+    ):
+        assert matcher.origin == trained.origin
+        found = best_of(matcher.match(data))
+        assert np.array_equal(found.grid_to_data[found.pattern], truth)
+        np.testing.assert_allclose(found.apply(positions_of(dots)), expected, rtol=0, atol=1e-6)
+
+
+def test_hostile_arguments_of_a_search_are_refused() -> None:
+    data, _ = scene(plate())
+    matcher = GridMatcher.train(plate(), XV, YV)
+    with pytest.raises(ValueError, match="capture_range: expected a number above 0"):
+        matcher.match(data, capture_range=0)
+    with pytest.raises(TypeError, match="data: .*masked"):
+        matcher.match([np.ma.array(point, mask=(True, False)) for point in data])
+    match = best_of(matcher.match(data))
+    for array in (match.grid_to_data, match.data_points, match.positions, match.pattern):
+        with pytest.raises(ValueError, match="WRITEABLE"):
+            array.setflags(write=True)
+    assert np.isnan(match.apply([(ptmatch.UNASSIGNED, ptmatch.UNASSIGNED), (0, 0)])).tolist() == [
+        [True, True],
+        [False, False],
+    ]
+    assert match.__eq__(1) is NotImplemented and matcher.__eq__(1) is NotImplemented

@@ -547,3 +547,22 @@ def test_an_image_without_votes_is_refused() -> None:
         plot.votes(image_of(np.zeros((0, 0))))
     with pytest.raises(ValueError, match="the run returns without a search"):
         plot.votes(None)  # what Matcher.vote_image gives then
+
+
+def test_two_points_on_one_node_do_not_disturb_the_lines() -> None:
+    points = [(25.0 * i, 25.0 * j) for j in range(4) for i in range(5)]
+    points += [(101.0, 0.5), (1.0, 1.0), (0.5, 75.5)]  # at the ends of the lowest lines
+    found = ptmatch.grid_map(points, (25, 0), (0, 25))
+    assert found.num_assigned == 23
+    ax = plot.grid(found)
+    assert ax.get_title(loc="left").startswith("23 of 23 points on the grid")
+    for line in ax.lines:
+        assert np.isfinite(line.get_xydata()).all()
+    paths = [line.get_xydata() for line in ax.lines if line.get_linestyle() == "-"]
+    assert [len(path) for path in paths] == [5, 4]
+    assert (100.0, 0.0) in [tuple(point) for point in paths[0]]
+
+
+def test_masked_rows_are_refused() -> None:
+    with pytest.raises(TypeError, match="data: .*masked"):
+        plot.match(None, [np.ma.array((1.0, 2.0), mask=(True, False))] * 3)
