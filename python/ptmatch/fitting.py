@@ -297,7 +297,7 @@ def _fit(
 
 
 def _is_singular(matrix: _Points, b: _Points) -> bool:
-    """Whether the matrix, or the points b on one line, differ from it by rounding alone."""
+    """Whether the matrix is singular, or the points b lie on one line, to within rounding."""
     eps = float(np.finfo(np.float64).eps)
     largest = float(np.max(np.abs(b)))
     if largest == 0.0:
@@ -318,7 +318,9 @@ def _is_singular(matrix: _Points, b: _Points) -> bool:
 def _require_pairs(model: str, points: _Points, fewest: int) -> None:
     if len(points) < fewest:
         article = "an" if model == "affine" else "a"
-        raise FitError(f"{article} {model} transform needs at least {fewest} pairs, got {len(points)}")
+        raise FitError(
+            f"{article} {model} transform needs at least {fewest} pairs, got {len(points)}"
+        )
 
 
 def _pairs(a: ArrayLike, b: ArrayLike) -> tuple[_Points, _Points]:

@@ -256,15 +256,15 @@ def grid_map(
         None: 0.8 to 1.2. Wider ranges suit uneven distances; steps that are wrong by more than
         20 % need a larger snap_size as well.
     angle_tol: allowed rotation of the grid against the steps, degrees from and to, or "full";
-        None: -20 to +20. Leave room at the ends: each neighbour's direction is held against the
-        range, and noise may take some of them out of it. In a range in which the grid looks alike
-        twice (a square one after 90 degrees) one of both is taken.
+        None: -20 to +20. The ends are no sharp limit: a rotation a few degrees beyond them may be
+        found as well. In a range in which the grid looks alike twice (a square one after 90
+        degrees) one of both is taken.
 
     Which node becomes (0, 0) is up to the points: positions are known up to a shift, of a
     staggered grid one with an even sum. One affine map has to place every node to within the snap
     size: of a plate seen very obliquely, or through a strong lens, only a part is placed, and
-    some may be placed wrongly; look at rms. When both steps point to smaller coordinates, as given or as the grid lies turned, nothing may be
-    found: turn them round and negate the positions.
+    some may be placed wrongly; look at rms. When both steps point to smaller coordinates, as given
+    or as the grid lies turned, nothing may be found: turn them round and negate the positions.
 
     Other threads run meanwhile. Raises BadParams, FitError, MathError; ValueError for points of a
     wrong shape or with numbers that are not finite, and for steps that do not make a grid.

@@ -371,3 +371,11 @@ def test_equality_leaves_other_types_to_themselves_and_subclasses_stay_what_they
     assert found.__eq__(1) is NotImplemented
     named = Named(found.points, found.result, found.params)
     assert type(copy.copy(named)) is Named
+
+
+@pytest.mark.parametrize("degrees", [-20.0, 20.0, 20.1])
+def test_a_rotation_at_the_ends_of_the_range_is_found(degrees: float) -> None:
+    true = lattice(8, 7)
+    found = grid_map(points_at(true, degrees), XV, YV, angle_tol=(-20.0, 20.0))
+    assert found.num_assigned == len(true)
+    assert same_up_to_a_shift(found.positions, true)
