@@ -24,14 +24,24 @@ def is_masked(value: Any) -> bool:
     return isinstance(value, np.ma.MaskedArray)
 
 
+def require_unmasked(value: Any, name: str) -> None:
+    """Raises TypeError for what is_masked tells."""
+    if is_masked(value):
+        raise TypeError(
+            f"{name}: expected real numbers, got a masked array; choose the points with a mask of "
+            "your own first"
+        )
+
+
 def real_array(value: Any, name: str) -> NDArray[np.float64]:
     """An array of real numbers. Raises TypeError for what holds others, or a mask."""
-    if is_masked(value):
-        raise TypeError(f"{name}: expected real numbers, got a masked array")
+    require_unmasked(value, name)
     array = np.asarray(value)
     if array.dtype.kind not in "fiu":
         raise TypeError(f"{name}: expected real numbers, got an array of {array.dtype}")
-    return array.astype(np.float64, copy=False)
+    # Long doubles beyond the range become infinite.
+    with np.errstate(over="ignore"):
+        return array.astype(np.float64, copy=False)
 
 
 def points_of(value: Any, name: str) -> NDArray[np.float64]:
@@ -115,7 +125,9 @@ def _start_of(pose: Pose) -> rxXform:
 
 
 def read_only(array: NDArray[Number]) -> NDArray[Number]:
-    """A view of the array, which nobody can write from now on."""
+    """A view of the array, or of a copy if the array is itself a view, which nobody can write."""
+    if array.flags.writeable and not array.flags.owndata:
+        array = array.copy()
     array.setflags(write=False)
     return array.view()
 

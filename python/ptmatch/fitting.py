@@ -12,7 +12,7 @@ import numpy as np
 from numpy.typing import ArrayLike, NDArray
 
 from . import _core
-from .arguments import is_masked, matrix_of, read_only
+from .arguments import matrix_of, read_only, real_array
 from .errors import FitError, MathError
 
 __all__ = ["Transform", "fit_affine", "fit_perspective", "fit_rigid", "fit_similarity"]
@@ -335,21 +335,12 @@ def _pairs(a: ArrayLike, b: ArrayLike) -> tuple[_Points, _Points]:
 
 def _points(value: ArrayLike, name: str) -> _Points:
     """A copy of the points, for the transform to keep."""
-    if is_masked(value):
-        raise TypeError(
-            f"{name}: expected real numbers, got a masked array; choose the points with a mask of "
-            "your own first"
-        )
-    array = np.asarray(value)
-    if array.dtype.kind not in "fiu":
-        raise TypeError(f"{name}: expected real numbers, got an array of {array.dtype}")
+    array = real_array(value, name)
     if array.ndim != 2 or array.shape[1] not in (2, 3):
         raise ValueError(
             f"{name}: expected an array of shape (n, 2) or (n, 3), got shape {array.shape}"
         )
-    # Long doubles beyond the range become infinite, and are refused.
-    with np.errstate(over="ignore"):
-        points = np.array(array, dtype=np.float64, order="C")
+    points = np.array(array, order="C")
     if not np.all(np.isfinite(points)):
         row, column = np.argwhere(~np.isfinite(points))[0]
         raise ValueError(

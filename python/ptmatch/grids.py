@@ -1,7 +1,7 @@
 """Points that lie on a regular grid: which is which, and where a pattern of them lies."""
 
+import copy
 import numbers
-import os
 from typing import Any, Optional, Sequence, Union
 
 import numpy as np
@@ -10,20 +10,20 @@ from numpy.typing import ArrayLike, NDArray
 from . import _core
 from .arguments import (
     Angles,
-    Number,
     Pair,
     angles_of,
-    is_masked,
     matrix_of,
     pair_of,
     points_of,
     read_only,
+    require_unmasked,
     run_params,
 )
 from .errors import InsufficientModelPoints, NotTrained
 from .found import Found
 from .matcher import run
 from .progress import Progress
+from .trained import Path, Trained, record_in
 
 #: Both numbers of the position of a point that has none.
 UNASSIGNED: int = _core.rxPtToGridMapResult.kUnassigned
@@ -36,17 +36,15 @@ _SIDES = ((1, 0), (-1, 0), (0, 1), (0, -1))
 _DIAGONALS = ((1, 1), (1, -1), (-1, 1), (-1, -1))
 
 
-def _own_points(points: ArrayLike, name: str) -> Any:
-    """A copy that nobody else changes. A masked array stays one, for the library to refuse."""
-    # NumPy drops the masks of rows.
-    if isinstance(points, (list, tuple)) and is_masked(points):
-        raise TypeError(f"{name}: expected real numbers, got masked rows; fill them first")
-    return np.array(points, subok=True)
+def _own_points(points: ArrayLike, name: str) -> NDArray[Any]:
+    """A copy that nobody else changes, of any type; the library checks the rest."""
+    require_unmasked(points, name)
+    return np.array(points)
 
 
-def _as_float64(points: Any) -> NDArray[np.float64]:
+def _as_float64(points: NDArray[Any]) -> NDArray[np.float64]:
     """The points, after the library has checked them."""
-    return np.array(points, dtype=np.float64).reshape(-1, 2)
+    return points.astype(np.float64, copy=False).reshape(-1, 2)
 
 
 def _applied(matrix: NDArray[np.float64], points: ArrayLike) -> NDArray[np.float64]:
@@ -63,11 +61,6 @@ def _applied_to_positions(matrix: NDArray[np.float64], positions: ArrayLike) -> 
     mapped = _applied(matrix, checked)
     mapped[np.all(checked == UNASSIGNED, axis=-1)] = np.nan
     return mapped
-
-
-def _frozen(array: NDArray[Number]) -> NDArray[Number]:
-    """A copy that nobody can make writable again."""
-    return read_only(np.array(array))
 
 
 def _require_above_zero(value: Optional[float], name: str) -> None:
@@ -119,8 +112,8 @@ class GridMap:
         self._positions = result.map()
         if len(self._positions) != len(points):  # nothing was found to begin with
             self._positions = np.full((len(points), 2), UNASSIGNED, dtype=np.int64)
-        self._points = _frozen(points)
-        self._positions = _frozen(self._positions)
+        self._points = read_only(points)
+        self._positions = read_only(self._positions)
 
     @property
     def result(self) -> _core.rxPtToGridMapResult:
@@ -337,8 +330,8 @@ class _Pattern:
         self.sparse = bool(
             np.count_nonzero(self.dots) < _FEWEST_DENSE_DOTS or neighbours.max() < 2
         )
-        self.dots = _frozen(self.dots)
-        self.positions = _frozen(self.positions)
+        self.dots = read_only(self.dots)
+        self.positions = read_only(self.positions)
 
     def _neighbours(self, sides: Sequence[tuple[int, int]]) -> NDArray[np.int64]:
         """For each dot the number of dots at these places beside it; 0 where there is no dot."""
@@ -376,8 +369,8 @@ class GridMatch:
         self._freeze()
 
     def _freeze(self) -> None:
-        self._grid_to_data = _frozen(self._grid_to_data)
-        self._data_points = _frozen(self._data_points)
+        self._grid_to_data = read_only(self._grid_to_data)
+        self._data_points = read_only(self._data_points)
 
     @property
     def result(self) -> _core.rxPointMatcherResult:
@@ -520,8 +513,7 @@ class GridMatches(Found[GridMatch]):
 
 def _dots_of(pattern: ArrayLike) -> NDArray[np.bool_]:
     """Where a pattern is not 0."""
-    if is_masked(pattern):
-        raise TypeError("pattern: expected real numbers, got a masked array; fill it first")
+    require_unmasked(pattern, "pattern")
     values = np.asarray(pattern)
     if values.dtype.kind not in "fiub":
         raise TypeError(f"pattern: expected real numbers, got an array of {values.dtype}")
@@ -536,7 +528,7 @@ def _dots_of(pattern: ArrayLike) -> NDArray[np.bool_]:
     return dots
 
 
-class GridMatcher:
+class GridMatcher(Trained):
     """A trained pattern of dots on a regular grid. Any number of threads may search with it.
 
     A pattern is dense or sparse. Of the data a dense one is searched for in, the points are first
@@ -568,16 +560,20 @@ class GridMatcher:
 
         Of a sparse pattern, core becomes another matcher, trained without an empty rim.
         """
+        if not isinstance(core, _core.rxPointMatcher):
+            raise TypeError(
+                "expected a trained rxPointMatcher; for a pattern use GridMatcher.train(pattern)"
+            )
         is_grid = core.isTrained() and core.trainMode() == _core.rxPointMatcherDefs.ePointToGrid
         if not is_grid:
             raise NotTrained("the matcher is not trained on a grid pattern")
-        self._core = core
         self._pattern = _Pattern(core.pattern())
         if self._pattern.sparse:
             # One trained with an empty rim would be found shifted by it; pattern() has none.
-            self._core = _core.rxPointMatcher()
-            self._core.train(core.pattern())
-            self._pattern = _Pattern(self._core.pattern())
+            super().__init__(_core.rxPointMatcher())
+            self._core.train(self._pattern.image)
+        else:
+            super().__init__(copy.copy(core))  # which the caller may train anew
 
     @classmethod
     def train(
@@ -593,7 +589,7 @@ class GridMatcher:
         origin: the position (i, j) of pattern[0, 0]; that of pattern[row, column] is
             (i + column, j + row).
 
-        Rows and columns without a dot at the rim are cut off; the origin moves accordingly.
+        Rows and columns without a dot at the rim are left out; the origin moves accordingly.
 
         Raises InsufficientModelPoints, BadParams, InsufficientMemory; ValueError for a
         pattern of another shape, or steps that are parallel.
@@ -606,26 +602,17 @@ class GridMatcher:
             raise ValueError(
                 f"origin: expected a pair of whole numbers of 32 bits, got {origin!r}"
             )
-        rows, columns = np.nonzero(dots)
-        if len(rows) < _FEWEST_DOTS:
+        count = np.count_nonzero(dots)
+        if count < _FEWEST_DOTS:
             raise InsufficientModelPoints(
-                f"pattern: expected at least {_FEWEST_DOTS} dots, got {len(rows)}"
+                f"pattern: expected at least {_FEWEST_DOTS} dots, got {count}"
             )
-        # A sparse pattern with an empty rim would be found shifted by it.
-        top, left = rows.min(), columns.min()
         image = _core.rxPelBuffer(
-            dots[top : rows.max() + 1, left : columns.max() + 1],
-            (int(i + left), int(j + top)),
-            _core.rxXform(np.column_stack(steps), (0.0, 0.0)),
+            dots, (int(i), int(j)), _core.rxXform(np.column_stack(steps), (0.0, 0.0))
         )
         core = _core.rxPointMatcher()
         core.train(image)
         return cls(core)
-
-    @property
-    def core(self) -> _core.rxPointMatcher:
-        """The library's own matcher, for its functions. Do not train it."""
-        return self._core
 
     @property
     def pattern(self) -> NDArray[np.bool_]:
@@ -739,47 +726,20 @@ class GridMatcher:
         matches = [GridMatch(result, self._pattern, points) for result in found.results()]
         return GridMatches(matches, found, params)
 
-    def to_bytes(self) -> bytes:
-        """The record, as the library's archives and the command-line tool have it."""
-        return self._core.to_bytes()
-
     @classmethod
     def from_bytes(cls, record: bytes) -> "GridMatcher":
         """The matcher of a record. Raises ArchiveError, or NotTrained if it holds no pattern."""
         return cls(_core.rxPointMatcher.from_bytes(record))
 
-    def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
-        """Writes the record into a file, which the tool's `ptmatch grid-match` takes as well."""
-        record = self.to_bytes()
-        with open(path, "wb") as file:
-            file.write(record)
-
     @classmethod
-    def load(cls, path: Union[str, "os.PathLike[str]"]) -> "GridMatcher":
+    def load(cls, path: Path) -> "GridMatcher":
         """The matcher of a file that save or `ptmatch train --pattern` wrote. As from_bytes.
 
         Give the tool the steps (--xv, --yv): a matcher that it trained without them has the steps
         (1, 0) and (0, 1), which `ptmatch grid-match` replaces by what the data show, and match
         does not.
         """
-        with open(path, "rb") as file:
-            return cls.from_bytes(file.read())
-
-    def __eq__(self, other: object) -> bool:
-        if not isinstance(other, GridMatcher):
-            return NotImplemented
-        return self._core == other._core
-
-    __hash__ = None  # type: ignore[assignment]
-
-    def __copy__(self) -> "GridMatcher":
-        return self
-
-    def __deepcopy__(self, memo: dict[int, Any]) -> "GridMatcher":
-        return self
-
-    def __reduce__(self) -> tuple[Any, ...]:
-        return type(self), (self._core,)
+        return cls.from_bytes(record_in(path))
 
     def __repr__(self) -> str:
         rows, columns = self.pattern.shape

@@ -3,7 +3,6 @@
 import contextlib
 import copy
 import math
-import os
 from typing import Any, Iterator, Optional, Union
 
 import numpy as np
@@ -22,6 +21,7 @@ from .arguments import (
 )
 from .found import Found
 from .progress import Bar, Progress
+from .trained import Path, Trained, record_in
 
 
 class Match:
@@ -155,7 +155,7 @@ class Matches(Found[Match]):
     """What one run found, best first: highest coverage, then smallest fit error."""
 
 
-class Matcher:
+class Matcher(Trained):
     """A trained pattern. It does not change: any number of threads may search with it at once.
 
     >>> model = [(0, 0), (40, 0), (40, 25), (10, 30)]
@@ -172,7 +172,7 @@ class Matcher:
         """Of the library's own matcher, trained on points. Use train."""
         if not isinstance(core, _core.rxPointMatcher):
             raise TypeError("expected a trained rxPointMatcher; for points use Matcher.train(points)")
-        self._core = copy.copy(core)  # which the caller may train anew
+        super().__init__(copy.copy(core))  # which the caller may train anew
         self._points = read_only(core.modelPoints())
 
     @classmethod
@@ -197,11 +197,6 @@ class Matcher:
             _require_one_each(points, weights)
             core.train(points, weights, mode)
         return cls(core)
-
-    @property
-    def core(self) -> _core.rxPointMatcher:
-        """The library's own matcher, for its functions. Do not train it."""
-        return self._core
 
     @property
     def points(self) -> NDArray[np.float64]:
@@ -359,47 +354,15 @@ class Matcher:
             place = _core.rfNearestVotePlace(self._core, data, params, xform_of(pose, "pose"))
         return None if place is None else _core.rfVoteImage(self._core, data, params, place)
 
-    def to_bytes(self) -> bytes:
-        """The record of the pattern, as the library's archives and the command-line tool have it.
-
-        It does not hold whether the matcher is exhaustive; pickle does.
-        """
-        return self._core.to_bytes()
-
     @classmethod
     def from_bytes(cls, record: bytes, *, exhaustive: bool = False) -> "Matcher":
         """The matcher of a record. Raises ArchiveError, or NotTrained if it holds no points."""
         return cls(_core.rxPointMatcher.from_bytes(record, exhaustive))
 
-    def save(self, path: Union[str, "os.PathLike[str]"]) -> None:
-        """Writes the record into a file."""
-        record = self.to_bytes()
-        with open(path, "wb") as file:
-            file.write(record)
-
     @classmethod
-    def load(
-        cls, path: Union[str, "os.PathLike[str]"], *, exhaustive: bool = False
-    ) -> "Matcher":
+    def load(cls, path: Path, *, exhaustive: bool = False) -> "Matcher":
         """The matcher of a file that save or the tool's `ptmatch train` wrote. As from_bytes."""
-        with open(path, "rb") as file:
-            return cls.from_bytes(file.read(), exhaustive=exhaustive)
-
-    def __eq__(self, other: object) -> bool:
-        if not isinstance(other, Matcher):
-            return NotImplemented
-        return self._core == other._core
-
-    __hash__ = None  # type: ignore[assignment]
-
-    def __copy__(self) -> "Matcher":
-        return self
-
-    def __deepcopy__(self, memo: dict[int, Any]) -> "Matcher":
-        return self
-
-    def __reduce__(self) -> tuple[Any, ...]:
-        return type(self), (self._core,)
+        return cls.from_bytes(record_in(path), exhaustive=exhaustive)
 
     def __repr__(self) -> str:
         return f"<Matcher of {len(self)} points{', exhaustive' if self.exhaustive else ''}>"

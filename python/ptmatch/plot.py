@@ -29,7 +29,7 @@ import numpy as np
 from matplotlib import patheffects
 from matplotlib.collections import LineCollection
 
-from .arguments import is_masked
+from .arguments import real_array
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
@@ -609,16 +609,12 @@ def _array(values: ArrayLike) -> Points:
 
 
 def _points(values: ArrayLike, name: str) -> Points:
-    if is_masked(values):
-        raise TypeError(f"{name}: expected real numbers, got a masked array")
-    array = np.asarray(values)
-    if array.dtype.kind not in "iufb":
-        raise TypeError(f"{name}: expected real numbers, got an array of {array.dtype}")
+    array = real_array(values, name)
     if array.ndim != 2 or array.shape[1] != 2:
         raise ValueError(f"{name}: expected an array of shape (n, 2), got {array.shape}")
     if not np.all(np.isfinite(array)):
         raise ValueError(f"{name}: expected finite numbers, got NaN or infinity")
-    return array.astype(np.float64)
+    return array
 
 
 def _check_scale(scale: float | None) -> None:

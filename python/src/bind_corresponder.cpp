@@ -28,14 +28,6 @@ using Corresponder = rx_PointToGridCorresponder;
 using ProbePt = Corresponder::ProbePt;
 using SharedCorresponder = Shared<Corresponder>;
 using Image = rxPelBuffer<unsigned char>;
-
-/// With pixels of its own: those of the other are shared with Python.
-Image ownCopy(const Image& image) {
-    Image own;
-    loadRecord(own, recordOf(image));
-    return own;
-}
-
 void bindDefs(py::module_& m) {
     py::class_<Defs> defs(m, "rx_PointToGridCorresponderDefs",
                           "Scope of the corresponder's enumeration and errors.");
@@ -140,26 +132,17 @@ void bindProbe(py::class_<SharedCorresponder>& scope) {
         });
 }
 
-/// Changes a copy while other Python threads run, and puts it in the place of the old value, also
-/// after a failure: it then is what the library left.
+/// Trains a copy, which keeps what a training leaves as it was.
 template <class Train>
 void trainCopy(SharedCorresponder& self, const Train& train) {
-    const auto fresh = std::make_shared<Corresponder>(*self);
-    try {
-        const LongCall call;
-        train(*fresh);
-    } catch (...) {
-        self.replace(fresh);
-        throw;
-    }
-    self.replace(fresh);
+    trainInstead(self, std::make_shared<Corresponder>(*self), train);
 }
 
 void bindTraining(py::class_<SharedCorresponder>& type) {
     type.def(
         "train",
         [](SharedCorresponder& self, const Image& image, const TrainParams& params) {
-            const Image own = ownCopy(image);
+            const Image own = remade(image);
             const TrainParams fixed = params;
             trainCopy(self, [&](Corresponder& tool) { tool.train(own, fixed); });
         },
@@ -202,7 +185,7 @@ void bindRuns(py::class_<SharedCorresponder>& type) {
     type.def(
         "run",
         [](const SharedCorresponder& self, const Image& image, const RunParams& params,
-           ResultSet& results) { return runOn(self, ownCopy(image), params, results); },
+           ResultSet& results) { return runOn(self, remade(image), params, results); },
         py::arg("image"), py::arg("params"), py::arg("results"),
         "The same in an rxPelBuffer that holds 1 at each position of the data and 0 elsewhere.");
     type.def(
@@ -229,12 +212,7 @@ void addPersistenceOf(py::class_<SharedCorresponder>& type) {
     type.def_static("from_bytes", &fromRecord, py::arg("record"),
                     "The tool of such a record. Raises ArchiveError for any other bytes.");
     type.def(py::pickle(recordOfNow, &fromRecord));
-    // What is trained never changes: copies may share it.
-    type.def("__copy__", [](const SharedCorresponder& self) { return SharedCorresponder(self); });
-    type.def(
-        "__deepcopy__",
-        [](const SharedCorresponder& self, const py::dict&) { return SharedCorresponder(self); },
-        py::arg("memo"));
+    addCopies(type);
     type.def(
         "__eq__",
         [](const SharedCorresponder& a, const SharedCorresponder& b) {
@@ -260,7 +238,7 @@ void bindTool(py::module_& m) {
         "trainParams", [](const SharedCorresponder& self) { return self->trainParams(); },
         "A copy of the parameters of the last training, also of one that failed.");
     type.def(
-        "pattern", [](const SharedCorresponder& self) { return ownCopy(self->pattern()); },
+        "pattern", [](const SharedCorresponder& self) { return remade(self->pattern()); },
         "A copy of the pattern, an rxPelBuffer: 1 at each position, 0 elsewhere; its offset is "
         "the smallest i and j.");
     type.def(

@@ -47,15 +47,10 @@ void bindImages(py::module_& m) {
                std::to_string(image.height()) + " pixels>";
     });
     addPersistence(type);
-    // In place of the one above: a record holds the pixels of the view, and loading it makes pixels
-    // of the object's own.
-    type.attr("__deepcopy__") = py::cpp_function(
-        [](const Image& image, const py::dict&) {
-            Image copy;
-            loadRecord(copy, recordOf(image));
-            return copy;
-        },
-        py::is_method(type), py::name("__deepcopy__"), py::arg("memo"));
+    // In place of the one above, which would share the pixels.
+    type.attr("__deepcopy__") =
+        py::cpp_function([](const Image& image, const py::dict&) { return remade(image); },
+                         py::is_method(type), py::name("__deepcopy__"), py::arg("memo"));
 }
 
 }  // namespace ptmatch::python

@@ -8,7 +8,6 @@
 
 #include "arrays.h"
 #include "bindings.h"
-#include "long_call.h"
 #include "persistence.h"
 #include "progress_function.h"
 #include "ptmatch/ppmatch.h"
@@ -186,19 +185,10 @@ void bindLimits(py::module_& m) {
 
 using Points = std::vector<rxVector<2>>;
 
-/// Trains a new matcher while other Python threads run, and puts it in the place of the old one,
-/// also after a failure: it is untrained then.
+/// Trains a new matcher: after a failure it is untrained.
 template <class Train>
 void trainNew(SharedMatcher& self, const Train& train) {
-    const auto fresh = std::make_shared<rxPointMatcher>();
-    try {
-        const LongCall call;
-        train(*fresh);
-    } catch (...) {
-        self.replace(fresh);
-        throw;
-    }
-    self.replace(fresh);
+    trainInstead(self, std::make_shared<rxPointMatcher>(), train);
 }
 
 /// Runs while other Python threads run.
@@ -263,21 +253,11 @@ py::tuple stateOf(const SharedMatcher& self) {
 
 SharedMatcher fromRecord(const py::bytes& record, bool isExhaustive) {
     const auto matcher = std::make_shared<rxPointMatcher>();
-    // Loading keeps the mode; a record without a model leaves a matcher that was never trained.
-    const auto view = static_cast<std::string_view>(record);
-    const auto load = [&view](rxPointMatcher& into) {
-        rxMemoryLoadArchive loading(
-            std::span(reinterpret_cast<const unsigned char*>(view.data()), view.size()));
-        loading || into;
-        if (*loading.bytesLeft() != 0) {
-            throw rxArchive::Errors(std::to_string(*loading.bytesLeft()) +
-                                    " bytes follow the record of the matcher");
-        }
-    };
-    load(*matcher);
+    loadRecord(*matcher, record);
     if (isExhaustive && matcher->isTrained()) {
+        // A load keeps the mode that the matcher has.
         matcher->train(Points(matcher->modelPoints()), rxPointMatcherDefs::eExhaustiveMode);
-        load(*matcher);
+        loadRecord(*matcher, record);
     }
     return SharedMatcher(matcher);
 }
@@ -306,8 +286,7 @@ void bindTraining(py::class_<SharedMatcher>& type) {
         "train",
         [](SharedMatcher& self, const rxPelBuffer<unsigned char>& image) {
             // The pixels are shared with Python: a copy is trained on.
-            rxPelBuffer<unsigned char> own;
-            loadRecord(own, recordOf(image));
+            const rxPelBuffer<unsigned char> own = remade(image);
             trainNew(self, [&](rxPointMatcher& matcher) {
                 matcher.train(rxPelBuffer_const<unsigned char>(own));
             });
@@ -348,12 +327,7 @@ void bindMatcher(py::module_& m) {
         "weights", [](const SharedMatcher& self) { return arrayOf(self->weights()); },
         "The weights trained on. Raises NotTrained unless trained with eAutoDetect.");
     type.def(
-        "pattern",
-        [](const SharedMatcher& self) {
-            rxPelBuffer<unsigned char> own;
-            loadRecord(own, recordOf(self->pattern()));
-            return own;
-        },
+        "pattern", [](const SharedMatcher& self) { return remade(self->pattern()); },
         "A copy of the trained grid pattern, cropped to its points. Raises NotTrained.");
     type.def("run", &runMatcher, py::arg("data"), py::arg("params"), py::arg("resultSet"),
              "Finds the pattern among the data, shape (n, 2); the result set receives the results. "
@@ -370,12 +344,7 @@ void bindMatcher(py::module_& m) {
         if (state.size() != 2) throw py::value_error("the state of another class");
         return fromRecord(py::cast<py::bytes>(state[0]), py::cast<bool>(state[1]));
     }));
-    // A trained matcher never changes: copies may share it.
-    type.def("__copy__", [](const SharedMatcher& self) { return SharedMatcher(self); });
-    type.def(
-        "__deepcopy__",
-        [](const SharedMatcher& self, const py::dict&) { return SharedMatcher(self); },
-        py::arg("memo"));
+    addCopies(type);
     type.def(
         "__eq__",
         [](const SharedMatcher& a, const SharedMatcher& b) { return stateOf(a).equal(stateOf(b)); },

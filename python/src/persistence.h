@@ -25,19 +25,26 @@ pybind11::bytes recordOf(const T& value) {
 }
 
 /// Loads the record over the value.
-/// @throws rxArchive::Errors: it cannot be read, or something follows it.
+/// @throws rxArchive::Errors: it cannot be read, or something follows it; the value is to be
+/// dropped.
 template <class T>
 void loadRecord(T& value, const pybind11::bytes& record) {
     const auto view = static_cast<std::string_view>(record);
     rxMemoryLoadArchive loading(
         std::span(reinterpret_cast<const unsigned char*>(view.data()), view.size()));
-    T loaded(value);
-    loading || loaded;
+    loading || value;
     if (*loading.bytesLeft() != 0) {
         throw rxArchive::Errors(std::to_string(*loading.bytesLeft()) +
                                 " bytes follow the record of this class");
     }
-    value = loaded;
+}
+
+/// What the record of a value makes anew. Unlike a copy, an image then has pixels of its own.
+template <class T>
+T remade(const T& value) {
+    T made;
+    loadRecord(made, recordOf(value));
+    return made;
 }
 
 /// Gives the class what everything persistent has: to_bytes, from_bytes, pickle, copy and ==.

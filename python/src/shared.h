@@ -1,7 +1,11 @@
 #pragma once
 
+#include <pybind11/pybind11.h>
+
 #include <memory>
 #include <utility>
+
+#include "long_call.h"
 
 namespace ptmatch::python {
 
@@ -24,5 +28,30 @@ class Shared {
   private:
     std::shared_ptr<const Trained> value_;  // never null
 };
+
+/// Trains a fresh value while other Python threads run, and puts it in the place of the old one,
+/// also after a failure: it then is what the library left.
+template <class Trained, class Train>
+void trainInstead(Shared<Trained>& self, std::shared_ptr<Trained> fresh, const Train& train) {
+    try {
+        const LongCall call;
+        train(*fresh);
+    } catch (...) {
+        self.replace(std::move(fresh));
+        throw;
+    }
+    self.replace(std::move(fresh));
+}
+
+/// Gives the class copies. What is trained never changes: they may share it.
+template <class Trained>
+void addCopies(pybind11::class_<Shared<Trained>>& type) {
+    namespace py = pybind11;
+    type.def("__copy__", [](const Shared<Trained>& self) { return Shared<Trained>(self); });
+    type.def(
+        "__deepcopy__",
+        [](const Shared<Trained>& self, const py::dict&) { return Shared<Trained>(self); },
+        py::arg("memo"));
+}
 
 }  // namespace ptmatch::python

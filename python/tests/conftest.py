@@ -2,10 +2,13 @@
 
 import os
 import pathlib
+import sys
 
 import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+# Examples and scripts are imported by their names.
+sys.path[:0] = [str(ROOT / "python" / "examples"), str(ROOT / "scripts")]
 _DATA = pathlib.Path(os.environ.get("PTMATCH_DATA_DIR", ROOT / "data"))
 _SHARED = pathlib.Path(os.environ.get("PTMATCH_SHARED_DATA_DIR", ROOT.parent / "shared" / "data"))
 

@@ -2,12 +2,11 @@
 
 from __future__ import annotations
 
-import importlib.util
+import importlib
 import pathlib
 import struct
 import subprocess
 import sys
-from types import ModuleType
 
 import pytest
 
@@ -39,14 +38,6 @@ def size_of_png(path: pathlib.Path) -> tuple[int, int]:
 def value(printed: str, name: str) -> str:
     """What stands behind a name at the beginning of a line."""
     return next(line[len(name) :] for line in printed.splitlines() if line.startswith(name)).strip()
-
-
-def load(name: str) -> ModuleType:
-    spec = importlib.util.spec_from_file_location(name, EXAMPLES / f"{name}.py")
-    assert spec is not None and spec.loader is not None
-    module = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(module)
-    return module
 
 
 def test_find_part_finds_all_dots_of_the_card(tmp_path: pathlib.Path) -> None:
@@ -104,7 +95,7 @@ def test_match_frames_gives_the_same_with_a_cluster_of_dask() -> None:
 def test_match_frames_says_that_dask_is_missing(
     monkeypatch: pytest.MonkeyPatch, capsys: pytest.CaptureFixture[str]
 ) -> None:
-    frames = load("match_frames")
+    frames = importlib.import_module("match_frames")
     monkeypatch.setitem(sys.modules, "dask", None)
     monkeypatch.setattr(sys, "argv", ["match_frames.py", "--frames", "2", "--ways", "dask"])
     assert frames.main() == 0
@@ -115,7 +106,7 @@ def test_match_frames_says_that_dask_is_missing(
 def test_match_frames_fails_when_results_differ(
     monkeypatch: pytest.MonkeyPatch, capsys: pytest.CaptureFixture[str], spoil: object
 ) -> None:
-    frames = load("match_frames")
+    frames = importlib.import_module("match_frames")
     right = frames.with_threads
 
     def wrong(*arguments: object) -> object:

@@ -2,12 +2,11 @@
 
 from __future__ import annotations
 
-import importlib.util
+import importlib
 import os
 import pathlib
 import subprocess
 import sys
-from types import ModuleType
 
 import numpy as np
 import pytest
@@ -40,15 +39,6 @@ def table(printed: str) -> dict[str, dict[str, tuple[float, str]]]:
         values = {name: (float(rate), ms) for name, (rate, ms) in zip(names, cells, strict=True)}
         rows[line[:13].strip()] = values
     return rows
-
-
-def load() -> ModuleType:
-    spec = importlib.util.spec_from_file_location(SCRIPT.stem, SCRIPT)
-    assert spec is not None and spec.loader is not None
-    module = importlib.util.module_from_spec(spec)
-    sys.modules[SCRIPT.stem] = module  # its data classes look for their module there
-    spec.loader.exec_module(module)
-    return module
 
 
 def stub(path: pathlib.Path, body: str) -> pathlib.Path:
@@ -116,7 +106,7 @@ def test_alignments_of_pcl_answer() -> None:
 def test_missing_peers_are_named(
     tmp_path: pathlib.Path, monkeypatch: pytest.MonkeyPatch, body: str, reason: str
 ) -> None:
-    script = load()
+    script = importlib.import_module("compare_with_peers")
     monkeypatch.setitem(sys.modules, "astroalign", None)  # type: ignore[misc]
     contenders, versions, missing = script.make_contenders(str(stub(tmp_path / "program", body)))
     assert [contender.name for contender in contenders] == ["ptmatch", "ptmatch told"]
@@ -128,7 +118,7 @@ def test_missing_peers_are_named(
 
 
 def test_poses_are_judged_by_where_they_take_the_whole_model() -> None:
-    script = load()
+    script = importlib.import_module("compare_with_peers")
     row = script.ROWS[0]
     scene = script.draw_scene(row, 0)
     planted = scene.data_from_model
@@ -142,7 +132,7 @@ def test_poses_are_judged_by_where_they_take_the_whole_model() -> None:
 
 
 def test_who_is_stopped_in_every_scene_is_spared_the_rest() -> None:
-    script = load()
+    script = importlib.import_module("compare_with_peers")
     scenes = [script.draw_scene(script.ROWS[0], index) for index in range(6)]
     stopped = script.Outcome(None, 5.0, has_ended=False)
     nothing = script.Outcome(None, 0.1)
@@ -154,7 +144,7 @@ def test_who_is_stopped_in_every_scene_is_spared_the_rest() -> None:
 
 
 def test_scenes_hold_what_their_rows_say() -> None:
-    script = load()
+    script = importlib.import_module("compare_with_peers")
     for row in script.ROWS:
         scene = script.draw_scene(row, 0)
         assert scene.model.shape == (row.num_model, 2)

@@ -258,7 +258,8 @@ def test_what_was_trained_is_told() -> None:
         (
             {"pattern": np.ma.masked_equal(plate(), 0)},
             TypeError,
-            "pattern: expected real numbers, got a masked array; fill it first",
+            "pattern: expected real numbers, got a masked array; choose the points with a mask of "
+            "your own first",
         ),
         (
             {"pattern": np.eye(2)},
@@ -520,3 +521,16 @@ def test_hostile_arguments_of_a_search_are_refused() -> None:
         [False, False],
     ]
     assert match.__eq__(1) is NotImplemented and matcher.__eq__(1) is NotImplemented
+
+
+def test_the_matcher_of_the_library_may_be_trained_anew() -> None:
+    core = copy.copy(GridMatcher.train(plate(), (25, 0), (0, 25)).core)
+    matcher = GridMatcher(core)
+    before = matcher.to_bytes()
+    core.untrain()
+    assert matcher.to_bytes() == before
+
+
+def test_a_pattern_in_place_of_a_matcher_is_told_where_to_go() -> None:
+    with pytest.raises(TypeError, match=r"for a pattern use GridMatcher.train\(pattern\)"):
+        GridMatcher(plate())  # type: ignore[arg-type]

@@ -41,13 +41,24 @@ PROGRAM
 # The tree was moved after it was installed.
 PYTHONPATH=$prefix/lib/python3/dist-packages readme_runs_with "$PYTHON"
 
-# Of the source archive comes the same wheel, and CMake finds all that it asks for.
+# The source archive has all that the module was compiled from, as far as the build took notes of it; CMake
+# finds all that it asks for; and the metadata are the same, so that of this build comes the same wheel.
 archive=$SCRATCH/source_archive
 rm -rf "$archive"
 mkdir "$archive"
 PYTHONPATH=$SOURCE/python/packaging "$PYTHON" -B -c \
     "import ptmatch_build; ptmatch_build.build_sdist('$archive')"
 tar -xzf "$archive/ptmatch-$VERSION.tar.gz" -C "$archive"
+if [ -e "$BUILD/.ninja_deps" ]; then
+    ninja -C "$BUILD" -t deps |
+        awk '/^[^ ]/ { is_ours = /^(src|python)\// } is_ours && /^ / { print $1 }' |
+        (cd "$BUILD" && xargs realpath --relative-to="$SOURCE") |
+        grep -E '^(include|src|python)/' | sort -u >"$SCRATCH/compiled.txt"
+    grep -qx include/ptmatch/ppmatch.h "$SCRATCH/compiled.txt" || fail 'the build has no notes of headers'
+    (cd "$archive/ptmatch-$VERSION" && find . -type f) | sed 's|^\./||' | sort |
+        comm -23 "$SCRATCH/compiled.txt" - >"$SCRATCH/lacking.txt"
+    [ ! -s "$SCRATCH/lacking.txt" ] || fail "the source archive lacks $(cat "$SCRATCH/lacking.txt")"
+fi
 (cd "$archive/ptmatch-$VERSION" && PTMATCH_BUILD_DIR=$BUILD "$PYTHON" -m pip wheel . \
     --no-build-isolation --no-deps --wheel-dir "$archive") >"$SCRATCH/source_archive.txt" 2>&1 ||
     fail "$(cat "$SCRATCH/source_archive.txt")"
