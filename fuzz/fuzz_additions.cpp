@@ -1,0 +1,136 @@
+// Promise: what is told beside a run (pairs, copies, certainty, refit, cost, reasons, votes) takes
+// any result and any settings: it is refused with a documented exception, or finite where it says
+// so.
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include "foundation/fitter.h"
+#include "fuzz_input.h"
+#include "promise.h"
+#include "ptmatch/certainty.h"
+#include "ptmatch/clutter_chance.h"
+#include "ptmatch/distinct_instances.h"
+#include "ptmatch/matched_pairs.h"
+#include "ptmatch/ppmatch.h"
+#include "ptmatch/refit.h"
+#include "ptmatch/run_cost.h"
+#include "ptmatch/run_watch.h"
+#include "ptmatch/summaries.h"
+#include "ptmatch/vote_image.h"
+#include "ptmatch/why_not.h"
+
+namespace {
+
+using ptmatch::fuzz::FuzzInput;
+using ptmatch::fuzz::promise;
+using Points = std::vector<rxVector<2>>;
+
+constexpr double kSpread = 200.0;
+
+template <class Call>
+void tolerate(const Call& call) {
+    try {
+        call();
+    } catch (const rxException&) {
+    } catch (const std::out_of_range&) {
+    }
+}
+
+rxPointMatcherRunParams runParams(FuzzInput& input) {
+    rxPointMatcherRunParams params(static_cast<double>(input.byte()) / 255.0);
+    const double turn = static_cast<double>(input.integer(0, 180));
+    params.rotationUncertainty({rxDegree(-turn), rxDegree(turn)});
+    if (input.flag()) params.scaleUncertainty({-0.05, 0.05});
+    params.autoGridSize(false);
+    params.gridSize(static_cast<double>(input.integer(4, 40)));
+    if (input.flag()) {
+        params.autoCaptureRange(false);
+        params.captureRange(std::abs(input.moderate(40.0)));
+    }
+    params.maxNumResults(input.integer(1, 10));
+    return params;
+}
+
+void tellOf(const rxPointMatcher& matcher, const Points& data,
+            const rxPointMatcherRunParams& params, const rxPointMatcherResultSet& found,
+            FuzzInput& input) {
+    std::ostringstream text;
+    text << params << found;
+    promise(!text.str().empty(), "a summary");
+    const rxDistinctness distinctness{static_cast<double>(input.byte()) / 200.0,
+                                      input.moderate(100.0)};
+    tolerate([&] {
+        const auto copies = rfDistinctInstances(matcher, found, distinctness);
+        for (std::size_t i = 1; i < copies.size(); ++i) {
+            promise(copies[i] > copies[i - 1], "copies in their order");
+        }
+    });
+    const rxCertaintySettings settings{input.number(), input.number(), input.number()};
+    for (std::size_t i = 0; i <= found.results().size(); ++i) {
+        tolerate([&] {
+            const rxCertainty sure = rfCertainty(matcher, data, params, found, i, settings);
+            if (const auto chance = sure.clutterProbability()) {
+                promise(*chance >= 0.0 && *chance <= 1.0, "a probability");
+            }
+        });
+    }
+    for (const rxPointMatcherResult& result : found.results()) {
+        tolerate([&] { (void)rfMatchedPairs(matcher, data, result); });
+        const auto model = static_cast<rxRefitDefs::Model>(input.integer(2, 9));
+        tolerate([&] { (void)rfRefit(matcher, data, result, model); });
+    }
+}
+
+rxClutterScene clutterScene(FuzzInput& input) {
+    rxClutterScene scene;
+    for (double* value :
+         {&scene.numDataPoints, &scene.area, &scene.captureRange, &scene.numModelPoints,
+          &scene.modelRadius, &scene.translationWidth, &scene.translationHeight,
+          &scene.rotationLength, &scene.lowScale, &scene.highScale}) {
+        *value = input.flag() ? std::abs(input.moderate(1000.0)) : input.number();
+    }
+    scene.numModelPoints = std::min(scene.numModelPoints, 10'000.0);
+    return scene;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    FuzzInput input({bytes, size});
+    const rxPointMatcherRunParams params = runParams(input);
+    const bool isExhaustive = input.byte() < 48;
+    const Points model = input.moderatePoints(3, isExhaustive ? 4 : 10, kSpread);
+    Points data = input.moderatePoints(0, isExhaustive ? 5 : 20, kSpread);
+    if (!isExhaustive && input.flag()) data.insert(data.end(), model.begin(), model.end());
+    rxPointMatcher matcher;
+    matcher.train(model, isExhaustive ? rxPointMatcherDefs::eExhaustiveMode
+                                      : rxPointMatcherDefs::eAutoDetect);
+    rxPointMatcherResultSet found;
+    tolerate([&] {
+        const rxRunCost cost = rfRunCost(matcher, data, params);
+        if (cost.work > 300'000) return;
+        rxRunLimits limits;
+        double last = 0.0;
+        limits.progressInterval = 0.0;
+        limits.onProgress = [&](double share) {
+            promise(share >= last && share <= 1.0, "progress that grows");
+            last = share;
+        };
+        rfRunWatched(matcher, data, params, found, limits);
+        (void)rfWhyNot(matcher, data, params);
+        if (const auto place = rfBestVotePlace(matcher, data, params)) {
+            const rxVoteImage image = rfVoteImage(matcher, data, params, *place);
+            promise(std::ssize(image.votes) == image.width * image.height, "a vote for each");
+        }
+    });
+    tellOf(matcher, data, params, found, input);
+    tolerate([&] {
+        const double log10 = rfLog10FalseAlarms(clutterScene(input), input.number());
+        promise(!std::isnan(log10), "a number of false alarms");
+    });
+    return 0;
+}

@@ -1,0 +1,210 @@
+// Promise: transforms fitted to any pairs and moved in any way are refused with a documented
+// exception, or are finite, and take points there and back as the plain reference does, to the last
+// bit.
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "foundation/fitter.h"
+#include "fuzz_input.h"
+#include "promise.h"
+#include "ptmatch/affine_approximation.h"
+#include "ptmatch/fit_residual.h"
+#include "ptmatch/perspective_fit.h"
+#include "ptmatch/space_fit.h"
+#include "ptmatch/tm.h"
+#include "reference/reference_perspective.h"
+#include "reference/reference_planar.h"
+#include "reference/reference_space.h"
+
+namespace {
+
+using ptmatch::fuzz::FuzzInput;
+using ptmatch::fuzz::isSame;
+using ptmatch::fuzz::promise;
+
+constexpr rxVector<2> kProbe{3.0, 4.0};
+
+/// Whether the call ends without an exception of its kind.
+template <class Call>
+bool succeeds(const Call& call) {
+    try {
+        call();
+        return true;
+    } catch (const rxException&) {
+    } catch (const rxMatrixExt::SingularMatrix&) {
+    } catch (const ptmatch::reference::SingularMatrix&) {
+    } catch (const rx2PtMatchTm::BadArgs&) {
+    } catch (const rx2PTm::BadArgs&) {
+    } catch (const rx3PtMatchTm::BadArgs&) {
+    } catch (const ptmatch::reference::UnequalLists&) {
+    }
+    return false;
+}
+
+bool isSamePoint(const rxVector<2>& a, const rxVector<2>& b) {
+    return isSame(a.x(), b.x()) && isSame(a.y(), b.y());
+}
+
+bool isSamePoint(const rxVector<3>& a, const rxVector<3>& b) {
+    return isSame(a.x(), b.x()) && isSame(a.y(), b.y()) && isSame(a.z(), b.z());
+}
+
+/// The same call on both, which have to end alike and to map alike afterwards.
+template <class Tm, class Reference, class Probe, class Call>
+void both(Tm& tm, Reference& reference, const Probe& probe, const Call& call) {
+    const bool isDone = succeeds([&] { call(tm); });
+    promise(isDone == succeeds([&] { call(reference); }), "ends as the reference");
+    promise(isSamePoint(tm.a2b(probe), reference.a2b(probe)), "maps as the reference");
+    promise(isSamePoint(tm.b2a(probe), reference.b2a(probe)), "maps back as the reference");
+}
+
+void planar(FuzzInput& input) {
+    rx2PtMatchTm tm;
+    ptmatch::reference::PlanarTransform reference;
+    for (long n = input.integer(1, 12); n > 0; --n) {
+        const std::uint8_t what = input.byte() % 8;
+        const rxVector<2> a = input.point();
+        const rxVector<2> b = input.point();
+        const int dof = static_cast<int>(input.integer(-1, 7));
+        both(tm, reference, kProbe, [&](auto& t) {
+            switch (what) {
+                case 0:
+                    t.fit(dof);
+                    break;
+                case 1:
+                    t.translate(a);
+                    break;
+                case 2:
+                    t.rotate(rxRadian(a.x()));
+                    break;
+                case 3:
+                    t.scale(a);
+                    break;
+                case 4:
+                    t.reset();
+                    break;
+                default:
+                    t.update(a, b);
+                    break;
+            }
+        });
+    }
+}
+
+void perspective(FuzzInput& input) {
+    rx2PTm tm;
+    ptmatch::reference::Perspective reference;
+    for (long n = input.integer(1, 14); n > 0; --n) {
+        const std::uint8_t what = input.byte() % 8;
+        const rxVector<2> a = input.point();
+        const rxVector<2> b = input.point();
+        both(tm, reference, kProbe, [&](auto& t) {
+            switch (what) {
+                case 0:
+                    t.fit();
+                    break;
+                case 1:
+                    t.translate(a);
+                    break;
+                case 2:
+                    t.rotate(rxRadian(a.x()));
+                    break;
+                case 3:
+                    t.scale(a);
+                    break;
+                default:
+                    t.update(a, b);
+                    break;
+            }
+        });
+    }
+}
+
+rxVector<3> spacePoint(FuzzInput& input) {
+    const double x = input.number();
+    const double y = input.number();
+    return {x, y, input.number()};
+}
+
+void space(FuzzInput& input) {
+    rx3PtMatchTm tm;
+    ptmatch::reference::SpaceTransform reference;
+    const rxVector<3> probe(3.0, 4.0, 5.0);
+    for (long n = input.integer(1, 12); n > 0; --n) {
+        const std::uint8_t what = input.byte() % 8;
+        const rxVector<3> a = spacePoint(input);
+        const rxVector<3> b = spacePoint(input);
+        both(tm, reference, probe, [&](auto& t) {
+            switch (what) {
+                case 0:
+                    t.fit();
+                    break;
+                case 1:
+                    t.translate(a);
+                    break;
+                case 2:
+                    t.rotateOnZ(rxRadian(a.x()));
+                    break;
+                default:
+                    t.update(a, b);
+                    break;
+            }
+        });
+    }
+}
+
+void fitter(FuzzInput& input) {
+    const std::vector<rxVector<2>> p = input.points(10);
+    std::vector<rxVector<2>> q = input.points(10);
+    if (input.byte() >= 16) q.resize(p.size());
+    succeeds([&] {
+        const rxLSPointToPointFitter fitter(p, q);
+        for (int dof = 2; dof <= 7; ++dof) {
+            succeeds([&] { promise(fitter.fit(dof).isFinite(), "a finite fit"); });
+        }
+    });
+}
+
+void fitsOfPixels(FuzzInput& input) {
+    const std::vector<rxVector<2>> a = input.points(8);
+    std::vector<rxVector<2>> b = input.points(8);
+    if (input.byte() >= 16) b.resize(a.size());
+    succeeds([&] { (void)rfPerspectiveConditioning(a, b); });
+    succeeds([&] {
+        const rx2PTm tm = rfFitPerspectiveNormalized(a, b);
+        for (const double value : tm.a2bParams())
+            promise(std::isfinite(value), "finite parameters");
+        for (const double value : tm.b2aParams()) promise(std::isfinite(value), "a finite inverse");
+        (void)rfFitResidual(tm, a, b);
+        succeeds([&] { (void)rfConcatPerspective(tm, tm); });
+        succeeds([&] { (void)rfAffineApproximation(tm, {0.0, 0.0, 10.0, 10.0}); });
+    });
+}
+
+void fitsOfSpace(FuzzInput& input) {
+    std::vector<rxVector<3>> a(static_cast<std::size_t>(input.integer(0, 8)));
+    std::vector<rxVector<3>> b(input.byte() < 16 ? 3 : a.size());
+    for (auto& p : a) p = spacePoint(input);
+    for (auto& p : b) p = spacePoint(input);
+    for (const auto fit : {rfFitRigid3D, rfFitSimilarity3D, rfFitAffine3D}) {
+        succeeds([&] {
+            const rx3PtMatchTm tm = fit(a, b);
+            for (const double value : tm.a2bParams()) {
+                promise(std::isfinite(value), "finite parameters");
+            }
+            (void)rfFitResidual(tm, a, b);
+        });
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    FuzzInput input({bytes, size});
+    constexpr void (*kWays[])(FuzzInput&) = {planar, perspective,  space,
+                                             fitter, fitsOfPixels, fitsOfSpace};
+    kWays[input.byte() % std::size(kWays)](input);
+    return 0;
+}

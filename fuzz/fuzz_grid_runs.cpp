@@ -1,0 +1,144 @@
+// Promise: a pattern image of any transform trains or is refused; a run on any points is refused
+// with a documented exception, or gives what the plain reference gives, to the last bit.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "foundation/fitter.h"
+#include "foundation/image.h"
+#include "fuzz_input.h"
+#include "promise.h"
+#include "ptmatch/gridcorr.h"
+#include "ptmatch/ppmatch.h"
+#include "ptmatch/run_cost.h"
+#include "reference/reference_grid_match.h"
+
+namespace {
+
+using ptmatch::fuzz::FuzzInput;
+using ptmatch::fuzz::isSame;
+using ptmatch::fuzz::promise;
+using ptmatch::reference::GridMatcher;
+using ptmatch::reference::GridResult;
+using Points = std::vector<rxVector<2>>;
+
+constexpr long kMostSide = 6;
+constexpr double kSpread = 400.0;
+
+rxPelBuffer<unsigned char> patternImage(FuzzInput& input) {
+    const long width = input.integer(1, kMostSide);
+    const long height = input.integer(1, kMostSide);
+    rxPelBuffer<unsigned char> image(width, height, 1);
+    for (long y = 0; y < height; ++y) {
+        const std::uint8_t row = input.byte();
+        for (long x = 0; x < width; ++x) {
+            image.pointToRow(y)[x] = static_cast<unsigned char>(row >> x & 1U);
+        }
+    }
+    image.offset({input.integer(-3, 3), input.integer(-3, 3)});
+    return image;
+}
+
+/// Mostly steps that are nearly square, as on plates.
+rxXform<2> gridXform(FuzzInput& input) {
+    const double e00 = input.flag() ? 20.0 : input.moderate(64.0);
+    const double e01 = input.flag() ? 0.0 : input.moderate(64.0);
+    const double e10 = input.flag() ? 0.0 : input.moderate(64.0);
+    const double e11 = input.flag() ? 20.0 : input.moderate(64.0);
+    return {rxMatrix<2>(e00, e01, e10, e11), input.moderatePoint(kSpread)};
+}
+
+Points dataPoints(FuzzInput& input, const rxPelBuffer<unsigned char>& image) {
+    Points data = input.moderatePoints(0, 8, kSpread);
+    const rxVector<2> shift = input.moderatePoint(kSpread);
+    for (long y = 0; y < image.height(); ++y) {
+        for (long x = 0; x < image.width(); ++x) {
+            if (image.pointToRow(y)[x] == 0 || input.byte() < 32) continue;
+            const rxVector<2> node = image.clientFromImageXform() *
+                                     rxVector<2>(static_cast<double>(x), static_cast<double>(y));
+            data.push_back(node + shift + rxVector<2>(0.01 * input.byte(), 0.01 * input.byte()));
+        }
+    }
+    return data;
+}
+
+rxPointMatcherRunParams runParams(FuzzInput& input) {
+    rxPointMatcherRunParams params;
+    params.minCoverage(static_cast<double>(input.byte()) / 255.0);
+    const double low = static_cast<double>(input.integer(0, 100)) / 200.0;
+    params.scaleUncertainty({-low, static_cast<double>(input.integer(0, 100)) / 200.0});
+    const double turn = static_cast<double>(input.integer(0, 60));
+    params.rotationUncertainty({rxDegree(-turn), rxDegree(turn)});
+    if (input.flag()) {
+        params.autoCaptureRange(false);
+        params.captureRange(std::abs(input.moderate(64.0)));
+    }
+    params.maxNumResults(input.integer(1, 6));
+    return params;
+}
+
+void compare(const rxPointMatcherResult& result, const GridResult& expected,
+             const rxPair<long>& corner) {
+    promise(isSame(result.coverage(), expected.coverage), "the coverage of the reference");
+    promise(isSame(result.fitError(), expected.fitError), "the fit error of the reference");
+    promise(isSame(result.modelToDataXform().trans().x(), expected.modelToDataXform.trans().x()),
+            "the pose of the reference");
+    for (long y = 0; y < expected.gridToData.height; ++y) {
+        for (long x = 0; x < expected.gridToData.width; ++x) {
+            promise(
+                result.gridToDataMap(corner + rxPair<long>(x, y)) == expected.gridToData.at(x, y),
+                "the map of the reference");
+        }
+    }
+}
+
+/// Steps of a length at which the reference's arrays stay small.
+bool hasSoundSteps(const rxXform<2>& xform) {
+    const rxMatrix<2>& m = xform.matrix();
+    const double shortest = std::min(std::hypot(m.element(0, 0), m.element(1, 0)),
+                                     std::hypot(m.element(0, 1), m.element(1, 1)));
+    return shortest >= 4.0;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    FuzzInput input({bytes, size});
+    rxPelBuffer<unsigned char> image = patternImage(input);
+    image.clientFromImageXform(gridXform(input));
+    const rxPointMatcherRunParams params = runParams(input);
+    const Points data = dataPoints(input, image);
+
+    const std::optional<GridMatcher> reference = ptmatch::reference::trainOnImage(image);
+    rxPointMatcher matcher;
+    try {
+        matcher.train(rxPelBuffer_const<unsigned char>(image));
+    } catch (const rxPointMatcherDefs::InsufficientModelPoints&) {
+        promise(!reference, "trains as the reference");
+        return 0;
+    }
+    promise(reference.has_value(), "trains as the reference");
+
+    rxPointMatcherResultSet found;
+    try {
+        const rxRunCost cost = rfRunCost(matcher, data, params);
+        if (cost.work > 300'000 || cost.imageBytes > 1 << 22) return 0;
+        matcher.run(data, params, found);
+    } catch (const rxPointMatcherDefs::BadParams&) {
+        return 0;
+    } catch (const rxLSPointToPointFitter::Errors&) {
+        return 0;
+    } catch (const rxMathError&) {
+        return 0;
+    }
+    if (!hasSoundSteps(image.clientFromImageXform())) return 0;
+    const std::vector<GridResult> expected = runOnGrid(*reference, data, params);
+    promise(found.results().size() == expected.size(), "as many results as the reference");
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        compare(found.results()[i], expected[i], reference->pattern.corner);
+    }
+    return 0;
+}

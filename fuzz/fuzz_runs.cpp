@@ -1,0 +1,171 @@
+// Promise: train and run take any points, weights and parameters: they refuse with a documented
+// exception and empty results, or give, in both modes on points, what the plain reference gives, to
+// the last bit.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "fuzz_input.h"
+#include "promise.h"
+#include "ptmatch/ppmatch.h"
+#include "ptmatch/run_cost.h"
+#include "reference/reference_model.h"
+#include "reference/reference_run.h"
+
+namespace {
+
+using ptmatch::fuzz::FuzzInput;
+using ptmatch::fuzz::isSame;
+using ptmatch::fuzz::promise;
+using Points = std::vector<rxVector<2>>;
+
+constexpr double kMostWork = 300'000;
+constexpr double kMostLatticePoints = 2'000;
+constexpr double kMostImageBytes = 1 << 22;
+
+/// Passes a value to a setter that may refuse it.
+template <class Set>
+void offer(const Set& set) {
+    try {
+        set();
+    } catch (const rxPointMatcherDefs::BadParams&) {
+    }
+}
+
+rxXform<2> startPose(FuzzInput& input) {
+    if (input.flag()) return {};
+    const double e00 = input.number();
+    const double e01 = input.number();
+    const double e10 = input.number();
+    const rxMatrix<2> matrix(e00, e01, e10, input.number());
+    return {matrix, input.point()};
+}
+
+rxPointMatcherRunParams runParams(FuzzInput& input) {
+    rxPointMatcherRunParams params;
+    offer([&] { params.minCoverage(static_cast<double>(input.byte()) / 250.0); });
+    params.startPose(startPose(input));
+    offer([&] { params.rotationUncertainty(input.angleRange()); });
+    if (input.flag()) offer([&] { params.xTranslationUncertainty(input.range()); });
+    if (input.flag()) offer([&] { params.yTranslationUncertainty(input.range()); });
+    if (input.flag()) {
+        const double low = static_cast<double>(input.integer(-100, 100)) / 200.0;
+        const double high = static_cast<double>(input.integer(-100, 100)) / 200.0;
+        offer([&] { params.scaleUncertainty({low, high}); });
+    }
+    if (input.flag()) {
+        params.autoGridSize(false);
+        offer([&] { params.gridSize(input.number()); });
+    }
+    if (input.flag()) {
+        params.autoCaptureRange(false);
+        offer([&] { params.captureRange(input.number()); });
+    }
+    params.maxNumResults(input.integer(1, 12));
+    return params;
+}
+
+std::vector<long> weightsFor(FuzzInput& input, std::size_t count) {
+    std::vector<long> weights(count);
+    for (long& weight : weights) weight = input.integer(-2, 5);
+    if (input.byte() == 0) weights.push_back(1);
+    return weights;
+}
+
+bool isSame(const rxXform<2>& a, const rxXform<2>& b) {
+    for (long row = 0; row < 2; ++row) {
+        for (long col = 0; col < 2; ++col) {
+            if (!isSame(a.matrix().element(row, col), b.matrix().element(row, col))) return false;
+        }
+    }
+    return isSame(a.trans().x(), b.trans().x()) && isSame(a.trans().y(), b.trans().y());
+}
+
+void compare(const rxPointMatcherResultSet& found, const ptmatch::reference::RunReport& expected) {
+    promise(found.results().size() == expected.results.size(), "as many results as the reference");
+    for (std::size_t i = 0; i < expected.results.size(); ++i) {
+        const rxPointMatcherResult& result = found.results()[i];
+        const ptmatch::reference::Result& wanted = expected.results[i];
+        promise(result.runMode() == wanted.runMode, "the mode of the reference");
+        promise(result.modelToDataMap() == wanted.modelToDataMap, "the map of the reference");
+        promise(isSame(result.coverage(), wanted.coverage), "the coverage of the reference");
+        promise(isSame(result.fitError(), wanted.fitError), "the fit error of the reference");
+        promise(isSame(result.modelToDataXform(), wanted.modelToDataXform),
+                "the pose of the reference");
+    }
+}
+
+/// What a result says by itself, whatever the search.
+void checkResults(const rxPointMatcherResultSet& found, const Points& model, const Points& data,
+                  const rxPointMatcherRunParams& params) {
+    promise(std::ssize(found.results()) <= params.maxNumResults(), "no more than were wanted");
+    for (const rxPointMatcherResult& result : found.results()) {
+        promise(result.modelToDataMap().size() == model.size(), "a place for each model point");
+        for (const long place : result.modelToDataMap()) {
+            promise(place >= -1 && place < std::ssize(data), "a data point or none");
+        }
+        promise(result.fitError() >= 0.0, "a fit error that is a number");
+        promise(result.modelToDataXform().isFinite(), "a pose that is finite");
+    }
+}
+
+/// Whether library and reference can be asked for it thousands of times.
+bool isSmall(const rxPointMatcher& matcher, const Points& data,
+             const rxPointMatcherRunParams& params) {
+    const rxRunCost cost = rfRunCost(matcher, data, params);
+    return cost.work <= kMostWork &&
+           static_cast<double>(cost.numLatticePoints) <= kMostLatticePoints &&
+           cost.imageBytes <= kMostImageBytes;
+}
+
+void runAndCompare(const rxPointMatcher& matcher, const Points& model,
+                   const std::vector<long>& weights, const Points& data,
+                   const rxPointMatcherRunParams& params) {
+    rxPointMatcherResultSet found;
+    try {
+        if (!isSmall(matcher, data, params)) return;
+        matcher.run(data, params, found);
+    } catch (const rxPointMatcherDefs::BadParams&) {
+        promise(found.results().empty(), "no results after a failed run");
+        return;
+    }
+    checkResults(found, model, data, params);
+    const auto reference = ptmatch::reference::trainModel(model, weights);
+    const bool isExhaustive = matcher.trainMode() == rxPointMatcherDefs::eExhaustiveMode;
+    compare(found, isExhaustive ? ptmatch::reference::runExhaustively(reference, data, params)
+                                : ptmatch::reference::run(reference, data, params));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    FuzzInput input({bytes, size});
+    const bool isExhaustive = input.byte() % 4 == 0;
+    const bool isWeighted = input.byte() % 4 == 0;
+    const rxPointMatcherRunParams params = runParams(input);
+    const long most = isExhaustive ? 5 : 12;
+    const Points model = input.points(most);
+    const std::vector<long> weights =
+        isWeighted ? weightsFor(input, model.size()) : std::vector<long>();
+    Points data = input.points(isExhaustive ? 5 : 24);
+    if (input.flag()) data.insert(data.end(), model.begin(), model.end());
+    if (isExhaustive && data.size() > 5) data.resize(5);
+
+    rxPointMatcher matcher;
+    try {
+        const auto mode =
+            isExhaustive ? rxPointMatcherDefs::eExhaustiveMode : rxPointMatcherDefs::eAutoDetect;
+        if (weights.empty()) {
+            matcher.train(model, mode);
+        } else {
+            matcher.train(model, weights, mode);
+        }
+    } catch (const rxPointMatcherDefs::Errors&) {
+        promise(!matcher.isTrained(), "untrained after a failed training");
+        return 0;
+    }
+    runAndCompare(matcher, model, weights, data, params);
+    return 0;
+}

@@ -1,0 +1,75 @@
+// Promise: any bytes are a table of points, frames or pairs, or a pattern, with finite coordinates,
+// or are refused with a message that names the file.
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "csv_points.h"
+#include "input_error.h"
+#include "pair_table.h"
+#include "pattern_file.h"
+#include "promise.h"
+
+namespace {
+
+using namespace ptmatch::tool;
+using ptmatch::fuzz::promise;
+
+const std::string kName = "input.csv";
+
+template <class Read>
+void readOrRefuse(const Read& read) {
+    try {
+        read();
+    } catch (const InputError& error) {
+        const std::string_view message = error.what();
+        promise(message.substr(0, kName.size()) == kName, "a message that names the file");
+    }
+}
+
+void check(const PointTable& table) {
+    promise(!table.points.empty(), "a point at least");
+    promise(table.weights.empty() || table.weights.size() == table.points.size(),
+            "a weight for each point");
+    for (const auto& p : table.points) promise(p.isFinite(), "finite coordinates");
+}
+
+void check(const GridPattern& pattern) {
+    promise(!pattern.positions.empty(), "a position at least");
+    for (const auto& p : pattern.positions) {
+        promise(p.x() >= pattern.corner.x() && p.x() < pattern.corner.x() + pattern.width &&
+                    p.y() >= pattern.corner.y() && p.y() < pattern.corner.y() + pattern.height,
+                "positions in their rectangle");
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+    if (size == 0) return 0;
+    const std::string text(bytes + 1, bytes + size);
+    switch (bytes[0] % 5) {
+        case 0:
+            readOrRefuse([&] { check(parsePoints(text, kName)); });
+            break;
+        case 1:
+            readOrRefuse([&] {
+                for (const Frame& frame : parseFrames(text, kName)) {
+                    promise(!frame.name.empty(), "frames with names");
+                    check(frame.table);
+                }
+            });
+            break;
+        case 2:
+            readOrRefuse([&] { (void)parsePairs(text, 2, kName); });
+            break;
+        case 3:
+            readOrRefuse([&] { (void)parsePairs(text, 3, kName); });
+            break;
+        default:
+            readOrRefuse([&] { check(parsePattern(text, kName)); });
+            break;
+    }
+    return 0;
+}
