@@ -43,8 +43,9 @@ class PTMATCH_EXPORT rxAttention {
     /// Whether a request stands. Safe in a signal handler.
     static bool isRequested() noexcept;
 
-    /// Installs the handler and returns the one it replaces; null stands for none. A check that
-    /// runs meanwhile in another thread may still call the old one.
+    /// Installs the handler and returns the one it replaces; null stands for none. From any
+    /// thread, at any time; a check that runs meanwhile in another thread may still call the old
+    /// one. A handler runs in the thread that checks, in several at once if need be.
     static Handler setHandler(Handler handler) noexcept;
 };
 

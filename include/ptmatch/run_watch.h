@@ -55,9 +55,8 @@ class PTMATCH_EXPORT rxDeadlinePassed : public rxAttention::Interrupted {
 /// is told once, at the end (`rfRunCost(...).isInterruptible` tells them beforehand). The vote over
 /// the lattice is most of a run; the candidates that are fitted after it come at fraction 1.
 ///
-/// Any number of threads may watch a run of their own. Meanwhile the handler of `rxAttention` is
-/// the library's: it asks the handler that it replaced, which is put back when the last watched run
-/// ends. Do not set another one in between; `rxAttention::request` works as ever.
+/// Any number of threads may watch a run of their own. The watch is a matter of its thread alone:
+/// the handler of `rxAttention` is asked as ever, after the watch, and may be set meanwhile.
 ///
 /// @throws rxDeadlinePassed  the limit passed; also an `rxAttention::Interrupted`. The result set
 /// is

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <utility>
 
+#include "foundation/thread_watch.h"
+
 namespace {
 
 // Lock-free, because a signal handler may set them.
@@ -11,10 +13,17 @@ constinit std::atomic<rxAttention::Handler> installedHandler{nullptr};
 static_assert(std::atomic<bool>::is_always_lock_free);
 static_assert(std::atomic<rxAttention::Handler>::is_always_lock_free);
 
+constinit thread_local ptmatch::detail::ThreadWatch* watchOfThread = nullptr;
+
 }  // namespace
+
+ptmatch::detail::ThreadWatch* ptmatch::detail::exchangeThreadWatch(ThreadWatch* watch) noexcept {
+    return std::exchange(watchOfThread, watch);
+}
 
 void rxAttention::check() {
     if (isRequested()) throw Interrupted("interrupted on request");
+    if (watchOfThread != nullptr) watchOfThread->look();
     const Handler handler = installedHandler.load(std::memory_order_acquire);
     if (handler != nullptr && handler()) throw Interrupted("interrupted by the attention handler");
 }

@@ -1,17 +1,18 @@
 #include "ptmatch/run_watch.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <mutex>
 #include <utility>
 
+#include "foundation/thread_watch.h"
 #include "ptmatch/run_cost.h"
 
 namespace {
 
+using ptmatch::detail::exchangeThreadWatch;
+using ptmatch::detail::ThreadWatch;
 using Clock = std::chrono::steady_clock;
 
 double secondsSince(Clock::time_point start) {
@@ -19,13 +20,13 @@ double secondsSince(Clock::time_point start) {
 }
 
 /// The watch over one run.
-class Watch {
+class Watch final : public ThreadWatch {
   public:
     Watch(const rxRunLimits& limits, Clock::time_point start, std::int64_t numLatticePoints)
         : limits_(limits), start_(start), numLatticePoints_(numLatticePoints) {}
 
     /// Called by the check before each lattice point, and before each candidate after those.
-    void look() {
+    void look() override {
         const double seconds = secondsSince(start_);
         const double fraction = fractionDone();
         ++numLooks_;
@@ -60,61 +61,24 @@ class Watch {
     double toldAt_ = 0.0;
 };
 
-// A handler has no argument, and belongs to the whole process: each thread notes its own watch.
-thread_local Watch* watchOfThread = nullptr;
-
-/// While it lives, checks in this thread look at no watch.
-class Unwatched {
+/// While it lives, checks in this thread look at the given watch. Watches of one thread nest.
+class Watching {
   public:
-    Unwatched() : watch_(std::exchange(watchOfThread, nullptr)) {}
-    Unwatched(const Unwatched&) = delete;
-    Unwatched& operator=(const Unwatched&) = delete;
-    ~Unwatched() { watchOfThread = watch_; }
+    explicit Watching(ThreadWatch* watch) : outer_(exchangeThreadWatch(watch)) {}
+    Watching(const Watching&) = delete;
+    Watching& operator=(const Watching&) = delete;
+    ~Watching() { (void)exchangeThreadWatch(outer_); }
 
   private:
-    Watch* watch_;
+    ThreadWatch* outer_;
 };
 
 void Watch::tell(double fraction) const {
     if (!limits_.onProgress) return;
     // A run that the listener makes is its own: it would be counted here, and told of, without end.
-    const Unwatched unwatched;
+    const Watching unwatched(nullptr);
     limits_.onProgress(fraction);
 }
-
-constinit std::mutex handlerMutex;
-int numWatches = 0;  // guarded, as the next one
-// Read by the handler without the lock, which it could not take at every check.
-constinit std::atomic<rxAttention::Handler> replacedHandler{nullptr};
-
-bool lookAndAsk() {
-    if (watchOfThread != nullptr) watchOfThread->look();
-    const rxAttention::Handler replaced = replacedHandler.load(std::memory_order_acquire);
-    return replaced != nullptr && replaced();
-}
-
-/// While it lives, checks in this thread look at the watch. Watches of one thread may nest.
-class Watching {
-  public:
-    explicit Watching(Watch& watch) : outer_(std::exchange(watchOfThread, &watch)) {
-        const std::lock_guard lock(handlerMutex);
-        if (numWatches++ > 0) return;
-        replacedHandler.store(rxAttention::setHandler(nullptr), std::memory_order_release);
-        (void)rxAttention::setHandler(lookAndAsk);
-    }
-    Watching(const Watching&) = delete;
-    Watching& operator=(const Watching&) = delete;
-    ~Watching() {
-        watchOfThread = outer_;
-        const std::lock_guard lock(handlerMutex);
-        if (--numWatches > 0) return;
-        // What another thread still calls finds no watch and asks the handler it replaced.
-        (void)rxAttention::setHandler(replacedHandler.load(std::memory_order_acquire));
-    }
-
-  private:
-    Watch* outer_;
-};
 
 void checkLimits(const rxRunLimits& limits) {
     // Written so that what is not a number is refused.
@@ -162,7 +126,7 @@ void rfRunWatched(const rxPointMatcher& matcher, const std::vector<rxVector<2>>&
     const Clock::time_point start = Clock::now();
     Watch watch(limits, start, numLatticePointsOf(matcher, data, params));
     {
-        const Watching watching(watch);
+        const Watching watching(&watch);
         matcher.run(data, params, resultSet);
     }
     watch.tell(1.0);

@@ -188,6 +188,23 @@ TEST_F(RunWatch, EachThreadHasItsOwnLimit) {
     EXPECT_EQ(numFound, 20);
 }
 
+// A host that installs a handler for a while may do so while a run is watched, and outlive it.
+TEST_F(RunWatch, HandlersComeAndGoWhileARunIsWatched) {
+    rxAttention::Handler replaced = countPoll;
+    rxRunLimits limits;
+    limits.progressInterval = 0.0;
+    limits.onProgress = [&](double fraction) {
+        if (fraction == 0.0) replaced = rxAttention::setHandler(countPoll);
+    };
+    polls = 0;
+    rfRunWatched(matcher_, data_, params(), found_, limits);
+    EXPECT_EQ(replaced, nullptr) << "a watched run installs no handler";
+    EXPECT_GT(polls, 0) << "the new handler is asked";
+    EXPECT_EQ(rxAttention::setHandler(replaced), countPoll) << "and stays";
+    EXPECT_NO_THROW(rfRunWatched(matcher_, data_, params(), found_, {}));
+    EXPECT_THAT(found_.results(), SizeIs(1));
+}
+
 TEST_F(RunWatch, ARunThatNeverLooksIsToldOfAtItsEnd) {
     const Points model = {{0, 0}, {10, 0}, {3, 7}};
     std::vector<double> told;
