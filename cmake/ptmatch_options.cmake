@@ -13,6 +13,14 @@ target_compile_options(ptmatch_warnings INTERFACE
   $<$<BOOL:${PTMATCH_WARNINGS_AS_ERRORS}>:-Werror>)
 
 add_library(ptmatch_sanitizers INTERFACE)
+if(PTMATCH_SANITIZE AND PTMATCH_SANITIZE_THREADS)
+  message(FATAL_ERROR "PTMATCH_SANITIZE and PTMATCH_SANITIZE_THREADS exclude each other")
+endif()
+if(PTMATCH_SANITIZE_THREADS)
+  target_compile_options(ptmatch_sanitizers INTERFACE -fsanitize=thread -fno-omit-frame-pointer
+    $<$<CXX_COMPILER_ID:Clang>:-Wno-pass-failed>)
+  target_link_options(ptmatch_sanitizers INTERFACE -fsanitize=thread)
+endif()
 if(PTMATCH_SANITIZE)
   set(sanitizer_flags -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
       -fno-omit-frame-pointer)
