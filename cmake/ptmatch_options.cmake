@@ -30,6 +30,11 @@ if(PTMATCH_SANITIZE)
   target_link_options(ptmatch_sanitizers INTERFACE ${sanitizer_flags})
 endif()
 
+# Fuzzers choose their inputs by what these reached.
+if(PTMATCH_BUILD_FUZZERS)
+  target_compile_options(ptmatch_sanitizers INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 # Everything a target of this project is compiled with.
 function(ptmatch_private_flags target)
   target_link_libraries(${target} PRIVATE

@@ -10,6 +10,7 @@
 
 #include "foundation/fitter.h"
 #include "fuzz_input.h"
+#include "fuzzers.h"
 #include "promise.h"
 #include "ptmatch/certainty.h"
 #include "ptmatch/clutter_chance.h"
@@ -23,10 +24,9 @@
 #include "ptmatch/vote_image.h"
 #include "ptmatch/why_not.h"
 
+namespace ptmatch::fuzz::additions {
 namespace {
 
-using ptmatch::fuzz::FuzzInput;
-using ptmatch::fuzz::promise;
 using Points = std::vector<rxVector<2>>;
 
 constexpr double kSpread = 200.0;
@@ -99,8 +99,8 @@ rxClutterScene clutterScene(FuzzInput& input) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    FuzzInput input({bytes, size});
+void run(std::span<const std::uint8_t> bytes) {
+    FuzzInput input(bytes);
     const rxPointMatcherRunParams params = runParams(input);
     const bool isExhaustive = input.byte() < 48;
     const Points model = input.moderatePoints(3, isExhaustive ? 4 : 10, kSpread);
@@ -112,7 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     rxPointMatcherResultSet found;
     tolerate([&] {
         const rxRunCost cost = rfRunCost(matcher, data, params);
-        if (cost.work > 300'000) return;
+        if (cost.work > 100'000) return;
         rxRunLimits limits;
         double last = 0.0;
         limits.progressInterval = 0.0;
@@ -129,8 +129,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     });
     tellOf(matcher, data, params, found, input);
     tolerate([&] {
-        const double log10 = rfLog10FalseAlarms(clutterScene(input), input.number());
+        const rxClutterScene scene = clutterScene(input);
+        const double log10 = rfLog10FalseAlarms(scene, input.number());
         promise(!std::isnan(log10), "a number of false alarms");
     });
-    return 0;
 }
+
+}  // namespace ptmatch::fuzz::additions

@@ -1,46 +1,68 @@
-// Promise: any bytes are a record or are refused with rxArchive::Errors; what was loaded can be
-// stored, loads again, stores to the same bytes, and can be used.
+// Promise: any bytes, and any record with bytes of it changed, are a record or are refused with
+// rxArchive::Errors, from memory as from streams; what was loaded can be stored, loads again,
+// stores to the same bytes, and can be used.
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <iterator>
 #include <memory>
+#include <span>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "foundation/archive.h"
 #include "foundation/exception.h"
+#include "foundation/fitter.h"
 #include "foundation/geometry_archive.h"
 #include "foundation/image.h"
+#include "foundation/image_functions.h"
 #include "foundation/memory_archive.h"
 #include "foundation/persistent.h"
+#include "foundation/stream_archive.h"
+#include "fuzz_input.h"
+#include "fuzzers.h"
 #include "promise.h"
+#include "ptmatch/certainty.h"
+#include "ptmatch/distinct_instances.h"
 #include "ptmatch/gridcorr.h"
-#include "ptmatch/least_squares.h"
+#include "ptmatch/matched_pairs.h"
 #include "ptmatch/matext.h"
 #include "ptmatch/pinv.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/ptgdmap.h"
+#include "ptmatch/refit.h"
 #include "ptmatch/run_cost.h"
+#include "ptmatch/run_watch.h"
+#include "ptmatch/summaries.h"
 #include "ptmatch/tm.h"
+#include "support/pipe_stream.h"
 
+namespace ptmatch::fuzz::archives {
 namespace {
 
-using ptmatch::fuzz::promise;
+using Bytestring = std::vector<unsigned char>;
 
-constexpr double kMostWork = 2e6;
-constexpr double kMostImageBytes = 1 << 24;
+constexpr double kMostVotes = 50'000;
+constexpr double kMostAssignments = 500;
+constexpr double kMostImageBytes = 1 << 20;
 
 const std::vector<rxVector<2>> kDots = {{0, 0},   {40, 0},   {40, 25},  {10, 30},  {0, 15},
                                         {80, 10}, {75, 100}, {75, 140}, {50, 140}, {45, 110}};
 
 /// Whatever a call may throw of its own accord.
-void tolerate(const std::function<void()>& call) {
+template <class Call>
+void tolerate(const Call& call) {
     try {
         call();
     } catch (const rxException&) {
     } catch (const rxMatrixExt::SingularMatrix&) {
     } catch (const rxMatrixExt::NotSquareMatrix&) {
+    } catch (const rx2PtMatchTm::BadArgs&) {
+    } catch (const rx2PTm::BadArgs&) {
+    } catch (const rx3PtMatchTm::BadArgs&) {
     } catch (const std::out_of_range&) {
     } catch (const std::length_error&) {
     }
@@ -49,35 +71,73 @@ void tolerate(const std::function<void()>& call) {
 /// A search small enough for thousands of executions.
 bool isSmall(const rxPointMatcher& matcher, const rxPointMatcherRunParams& params) {
     const rxRunCost cost = rfRunCost(matcher, kDots, params);
-    return cost.work < kMostWork && cost.imageBytes < kMostImageBytes &&
-           cost.numLatticePoints < 20'000;
+    // An assignment takes a fit, a vote next to nothing.
+    const bool isExhaustive = cost.mode == rxPointMatcherDefs::eExhaustiveMode;
+    return cost.work < (isExhaustive ? kMostAssignments : kMostVotes) &&
+           cost.imageBytes < kMostImageBytes && cost.numLatticePoints < 2'000;
+}
+
+const rxPointMatcher& trainedOnDots() {
+    static const rxPointMatcher matcher = [] {
+        rxPointMatcher made;
+        made.train({kDots.begin(), kDots.begin() + 5}, rxPointMatcherDefs::eAutoDetect);
+        return made;
+    }();
+    return matcher;
 }
 
 template <class T>
 void use(T&) {}
 
 void use(rxPointMatcher& matcher) {
+    tolerate([&] { (void)matcher.modelPoints(); });
+    tolerate([&] { (void)matcher.weights(); });
+    tolerate([&] { (void)matcher.pattern(); });
     tolerate([&] {
-        const rxPointMatcherRunParams params;
-        if (!matcher.isTrained() || !isSmall(matcher, params)) return;
-        rxPointMatcherResultSet found;
-        matcher.run(kDots, params, found);
-    });
-}
-
-void use(rxPointMatcherRunParams& params) {
-    rxPointMatcher matcher;
-    matcher.train({kDots.begin(), kDots.begin() + 5}, rxPointMatcherDefs::eAutoDetect);
-    tolerate([&] {
+        rxPointMatcherRunParams params;
+        params.scaleUncertainty({-0.1, 0.1});
+        params.autoGridSize(false);
+        params.gridSize(20.0);
         if (!isSmall(matcher, params)) return;
         rxPointMatcherResultSet found;
         matcher.run(kDots, params, found);
+        for (const auto& result : found.results()) (void)rfMatchedPairs(matcher, kDots, result);
+    });
+    rxPointMatcher copy(matcher);
+    promise(copy.isTrained() == matcher.isTrained(), "a copy is trained as well");
+    copy.untrain();
+    promise(!copy.isTrained(), "untrained");
+}
+
+void use(rxPointMatcherRunParams& params) {
+    std::ostringstream text;
+    text << params;
+    promise(!text.str().empty(), "a summary");
+    promise(rxPointMatcherRunParams(params).maxNumResults() == params.maxNumResults(), "a copy");
+    tolerate([&] {
+        if (!isSmall(trainedOnDots(), params)) return;
+        rxPointMatcherResultSet found;
+        trainedOnDots().run(kDots, params, found);
     });
 }
 
 void use(rxPointMatcherResult& result) {
+    std::ostringstream text;
+    text << result;
+    promise(!text.str().empty(), "a summary");
     tolerate([&] { (void)result.modelToDataMap(); });
     tolerate([&] { (void)result.gridToDataMap({0, 0}); });
+    tolerate([&] { (void)rfMatchedPairs(trainedOnDots(), kDots, result); });
+    for (const auto model : {rxRefitDefs::eRigid, rxRefitDefs::ePerspective}) {
+        tolerate([&] { (void)rfRefit(trainedOnDots(), kDots, result, model); });
+    }
+}
+
+void use(rxPointMatcherResultSet& found) {
+    for (rxPointMatcherResult result : found.results()) use(result);
+    tolerate([&] { (void)rfDistinctInstances(trainedOnDots(), found); });
+    const rxPointMatcherRunParams params;
+    tolerate([&] { (void)rfCertainty(trainedOnDots(), kDots, params, found, 0); });
 }
 
 void use(rxPtToGridMapRunParams& params) {
@@ -87,30 +147,64 @@ void use(rxPtToGridMapRunParams& params) {
     });
 }
 
+void use(rxPtToGridMapResult& result) {
+    (void)(result.grid2point() * rxVector<2>(3, 4));
+    promise(isSame(result.time(), result.time()) && result.map().size() < 1'000'000, "a map");
+}
+
+void use(rx_PointToGridCorresponderTrainParams& params) {
+    const std::vector<rxPair<long>> positions = {{0, 0}, {1, 0}, {2, 1}, {0, 1}, {1, 1}};
+    rx_PointToGridCorresponder tool;
+    tolerate([&] { tool.train(positions, params, rxXform<2>()); });
+}
+
+void use(rx_PointToGridCorresponderRunParams& params) {
+    const std::vector<rxPair<long>> positions = {{0, 0}, {1, 0}, {2, 1}, {0, 1}, {1, 1}};
+    tolerate([&] {
+        rx_PointToGridCorresponder tool;
+        tool.train(positions, rx_PointToGridCorresponderTrainParams(), rxXform<2>());
+        if (params.maxNumResults() > 1000) return;
+        rx_PointToGridCorresponderResultSet found;
+        tool.run(positions, params, found);
+    });
+}
+
 void use(rx_PointToGridCorresponder& tool) {
+    const rx_PointToGridCorresponder copy(tool);
+    promise(copy.isTrained() == tool.isTrained(), "a copy is trained as well");
+    promise(copy.probes() == tool.probes(), "a copy has the same probes");
     tolerate([&] {
         rx_PointToGridCorresponderResultSet found;
         const std::vector<rxPair<long>> positions = {{0, 0}, {1, 0}, {2, 1}, {0, 1}, {1, 1}};
         tool.run(positions, rx_PointToGridCorresponderRunParams(0.5, 1.0, 3), found);
+        if (tool.pattern().width() > 64 || tool.pattern().height() > 64) return;
+        tool.run(rxPelBuffer_const<unsigned char>(tool.pattern()),
+                 rx_PointToGridCorresponderRunParams(0.5, 1.0, 3), found);
     });
 }
 
 void use(rx2PtMatchTm& tm) {
     (void)tm.b2a(tm.a2b(rxVector<2>(3, 4)));
+    (void)tm.b2a(tm.a2b(rxRadian(0.5)));
     tolerate([&] { tm.append(tm); });
-    tolerate([&] { tm.fit(-1); });
+    tolerate([&] { tm.concat(tm); });
+    tolerate([&] { tm.update(rxVector<2>(1, 2), rxVector<2>(3, 4)); });
+    tolerate([&] { tm.fit(4); });
 }
 
 void use(rx2PTm& tm) {
     (void)tm.b2a(tm.a2b(rxVector<2>(3, 4)));
     tolerate([&] { tm.translate({1, 2}); });
+    tolerate([&] { tm.update(rxVector<2>(1, 2), rxVector<2>(3, 4)); });
     tolerate([&] { tm.fit(); });
     tolerate([&] { (void)tm.a2bXform(); });
+    tolerate([&] { (void)tm.a2bTm(); });
 }
 
 void use(rx3PtMatchTm& tm) {
     (void)tm.b2a(tm.a2b(rxVector<3>(3, 4, 5)));
     tolerate([&] { tm.translate({1, 2, 3}); });
+    tolerate([&] { tm.update(rxVector<3>(1, 2, 3), rxVector<3>(3, 4, 5)); });
     tolerate([&] { tm.fit(); });
 }
 
@@ -119,6 +213,7 @@ void use(rxPsuedoInverse& sums) {
     const std::vector<double> x(static_cast<std::size_t>(sums.numUnknowns()), 1.0);
     tolerate([&] { sums.update(x, 2.0); });
     tolerate([&] { (void)sums.fit(); });
+    sums.reset();
 }
 
 void use(rxMatrixExt& matrix) {
@@ -126,39 +221,112 @@ void use(rxMatrixExt& matrix) {
     std::vector<long> index(static_cast<std::size_t>(matrix.rows()));
     tolerate([&] {
         rxMatrixExt other(matrix);
-        rxMatrixExt none;
-        other.gaussj(none);
+        rxMatrixExt right(matrix.rows(), 1);
+        other.gaussj(right);
     });
     tolerate([&] { matrix.ludcmp(index); });
 }
 
 template <class T>
-void store(rxArchive& ar, T& value) {
-    ar || value;
+void use(rxPelBuffer<T>& image) {
+    const long width = image.width();
+    image.window(0, 0, 1, 1, true);
+    image.setEntire();
+    promise(image.width() == width, "a window and back");
+    const rxPelBuffer<T> sum(image.width(), image.height(), 32);
+    rfPelAdd<T>(image, image, sum);
+}
+
+void use(rxXform<2>& xform) {
+    tolerate([&] { promise(xform.inverse().isFinite(), "an inverse that is finite"); });
+}
+
+/// Whether the archive holds a T; refusals have to have a message.
+template <class T>
+bool loads(rxArchive& ar, T& value) {
+    try {
+        ar || value;
+        return true;
+    } catch (const rxArchive::Errors& error) {
+        promise(!error.message().empty() || dynamic_cast<const rxArchive::UnknownVersion*>(&error),
+                "a refusal has a message");
+        return false;
+    }
+}
+
+template <class T>
+Bytestring recordOf(T& value) {
+    rxMemoryStoreArchive storing;
+    storing || value;
+    return storing.takeStored();
+}
+
+/// Streams that can seek and pipes, which do not know what is left, give what memory gives.
+template <class T>
+void loadFromStreams(std::span<const std::uint8_t> bytes, bool isLoaded, const Bytestring& record) {
+    std::istringstream seekable(std::string(bytes.begin(), bytes.end()));
+    ptmatch::testing::PipeStream pipe(bytes);
+    for (std::istream* const stream :
+         {static_cast<std::istream*>(&seekable), static_cast<std::istream*>(&pipe)}) {
+        T value{};
+        rxStreamLoadArchive loading(*stream);
+        promise(loads(loading, value) == isLoaded, "streams are taken as memory is");
+        if (!isLoaded) continue;
+        std::ostringstream out;
+        rxStreamStoreArchive storing(out);
+        storing || value;
+        const std::string stored = out.str();
+        promise(std::ranges::equal(
+                    stored, record,
+                    [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; }),
+                "streams give what memory gives");
+    }
 }
 
 /// A record of T, whatever the bytes are.
 template <class T>
 void loadStoreUse(std::span<const std::uint8_t> bytes) {
     T loaded{};
-    try {
-        rxMemoryLoadArchive loading(bytes);
-        loading || loaded;
-    } catch (const rxArchive::Errors& error) {
-        promise(!error.message().empty(), "a refusal has a message");
+    rxMemoryLoadArchive loading(bytes);
+    const bool isLoaded = loads(loading, loaded);
+    const bool isStreamed = !bytes.empty() && bytes.back() % 4 == 0;
+    if (!isLoaded) {
+        if (isStreamed) loadFromStreams<T>(bytes, false, {});
         return;
     }
-    rxMemoryStoreArchive storing;
-    storing || loaded;
-    const std::vector<unsigned char> first = storing.takeStored();
+    const Bytestring first = recordOf(loaded);
+    if (isStreamed) loadFromStreams<T>(bytes, true, first);
     T again{};
-    rxMemoryLoadArchive loading(first);
-    loading || again;
-    promise(loading.bytesLeft() == 0, "a record is read to its end");
-    storing || again;
-    promise(storing.stored() == first, "stored, loaded and stored again gives the same bytes");
+    rxMemoryLoadArchive reloading(first);
+    reloading || again;
+    promise(reloading.bytesLeft() == 0, "a record is read to its end");
+    promise(recordOf(again) == first, "stored, loaded and stored again gives the same bytes");
     use(loaded);
 }
+
+/// A matcher that was trained before: what the record does not hold stays.
+void loadOver(std::span<const std::uint8_t> bytes) {
+    rxPointMatcher matcher;
+    const bool isExhaustive = !bytes.empty() && bytes.back() % 2 == 0;
+    matcher.train({kDots.begin(), kDots.begin() + 3}, isExhaustive
+                                                          ? rxPointMatcherDefs::eExhaustiveMode
+                                                          : rxPointMatcherDefs::eAutoDetect);
+    const Bytestring before = recordOf(matcher);
+    rxMemoryLoadArchive loading(bytes);
+    if (!loads(loading, matcher)) {
+        promise(recordOf(matcher) == before, "a refused record leaves the matcher as it was");
+        return;
+    }
+    use(matcher);
+}
+
+template <class T>
+struct Rectangle {
+    rxRectangle<T> value;
+    friend rxArchive& operator||(rxArchive& ar, Rectangle& rectangle) {
+        return rf_PersistenceHelper(ar, rectangle.value);
+    }
+};
 
 /// An object of a class that the record names.
 void loadPolymorphic(std::span<const std::uint8_t> bytes) {
@@ -167,12 +335,13 @@ void loadPolymorphic(std::span<const std::uint8_t> bytes) {
         rxMemoryLoadArchive loading(bytes);
         object = rfLoadPolymorphic(loading);
     } catch (const rxArchive::Errors& error) {
-        promise(!error.message().empty(), "a refusal has a message");
+        promise(!error.message().empty() || dynamic_cast<const rxArchive::UnknownVersion*>(&error),
+                "a refusal has a message");
         return;
     }
     rxMemoryStoreArchive storing;
     rfStorePolymorphic(storing, *object);
-    const std::vector<unsigned char> first = storing.takeStored();
+    const Bytestring first = storing.takeStored();
     rxMemoryLoadArchive loading(first);
     rfStorePolymorphic(storing, *rfLoadPolymorphic(loading));
     promise(storing.stored() == first, "an object stored by name comes back");
@@ -183,6 +352,7 @@ void loadPolymorphic(std::span<const std::uint8_t> bytes) {
         exception->suicideAndRethrow();
     } catch (const rxException& error) {
         (void)error.errorNumber();
+        promise(error.what() != nullptr, "a message");
     }
 }
 
@@ -211,21 +381,299 @@ constexpr Load kLoads[] = {
     loadStoreUse<rxPelBuffer<int>>,
     loadStoreUse<rxPelBuffer<unsigned int>>,
     loadStoreUse<rxPelBuffer<long>>,
+    loadPolymorphic,
+    loadOver,
+    // Up to here they are made as well, in this order.
+    loadStoreUse<bool>,
+    loadStoreUse<unsigned char>,
+    loadStoreUse<int>,
+    loadStoreUse<long>,
+    loadStoreUse<unsigned long>,
+    loadStoreUse<double>,
+    loadStoreUse<std::string>,
+    loadStoreUse<rxVector<2>>,
+    loadStoreUse<rxVector<3>>,
+    loadStoreUse<rxPair<long>>,
+    loadStoreUse<rxRadian>,
     loadStoreUse<rxRange>,
     loadStoreUse<rxAngleRange>,
     loadStoreUse<rxXform<2>>,
-    loadStoreUse<std::string>,
+    loadStoreUse<Rectangle<double>>,
+    loadStoreUse<Rectangle<long>>,
     loadStoreUse<std::vector<double>>,
+    loadStoreUse<std::vector<unsigned char>>,
     loadStoreUse<std::vector<std::string>>,
     loadStoreUse<std::vector<rxVector<2>>>,
+    loadStoreUse<std::vector<std::vector<long>>>,
     loadStoreUse<std::vector<rxPointMatcherResult>>,
-    loadPolymorphic,
 };
+
+rxPelBuffer<unsigned char> madePattern(FuzzInput& input) {
+    const long side = input.integer(1, 5);
+    rxPelBuffer<unsigned char> image(side, side, 1);
+    for (long y = 0; y < side; ++y) {
+        const std::uint8_t row = input.byte();
+        for (long x = 0; x < side; ++x) {
+            image.pointToRow(y)[x] = static_cast<unsigned char>(row >> x & 1U);
+        }
+    }
+    const double step = input.flag() ? 40.0 : input.moderate(100.0);
+    image.clientFromImageXform({rxMatrix<2>(step, 0.0, 0.0, step), {}});
+    return image;
+}
+
+rxPointMatcher madeMatcher(FuzzInput& input) {
+    rxPointMatcher matcher;
+    tolerate([&] {
+        switch (input.byte() % 4) {
+            case 0:
+                matcher.train(rxPelBuffer_const<unsigned char>(madePattern(input)));
+                break;
+            case 1:
+                matcher.train(input.moderatePoints(3, 6, 200.0), {1, 2, 1, 0, -1, 3},
+                              rxPointMatcherDefs::eAutoDetect);
+                break;
+            case 2:
+                matcher.train(kDots, {1, 2, 1, 0, -1, 3, 1, 1, 1, 2},
+                              rxPointMatcherDefs::eAutoDetect);
+                break;
+            default:
+                matcher.train(input.moderatePoints(3, 6, 200.0), rxPointMatcherDefs::eAutoDetect);
+                break;
+        }
+    });
+    return matcher;
+}
+
+rxPointMatcherRunParams madeRunParams(FuzzInput& input) {
+    rxPointMatcherRunParams params(static_cast<double>(input.byte()) / 255.0);
+    tolerate([&] { params.rotationUncertainty(input.angleRange()); });
+    tolerate([&] { params.xTranslationUncertainty(input.range()); });
+    tolerate([&] { params.scaleUncertainty({-0.1, 0.1}); });
+    params.autoGridSize(input.flag());
+    tolerate([&] { params.gridSize(input.number()); });
+    params.autoCaptureRange(input.flag());
+    tolerate([&] { params.captureRange(input.number()); });
+    params.maxNumResults(input.integer(1, 5));
+    return params;
+}
+
+rxPointMatcherResultSet resultsOnDots() {
+    rxPointMatcherRunParams params(0.3);
+    params.maxNumResults(3);
+    rxPointMatcherResultSet found;
+    trainedOnDots().run(kDots, params, found);
+    return found;
+}
+
+/// Of a run on points or on a grid.
+rxPointMatcherResultSet madeResults(FuzzInput& input) {
+    static const rxPointMatcherResultSet onDots = resultsOnDots();
+    if (input.flag()) return onDots;
+    rxPointMatcherResultSet found;
+    tolerate([&] {
+        rxPointMatcherRunParams params(0.3);
+        params.maxNumResults(3);
+        rxPointMatcher matcher;
+        matcher.train(rxPelBuffer_const<unsigned char>(madePattern(input)));
+        params.scaleUncertainty({-0.2, 0.2});
+        std::vector<rxVector<2>> nodes;
+        for (int i = 0; i < 25; ++i) nodes.emplace_back(40.0 * (i % 5), 40.0 * (i / 5));
+        if (rfRunCost(matcher, nodes, params).work < kMostVotes) matcher.run(nodes, params, found);
+    });
+    return found;
+}
+
+rx_PointToGridCorresponder madeCorresponder(FuzzInput& input) {
+    rx_PointToGridCorresponder tool;
+    tolerate([&] {
+        const rx_PointToGridCorresponderTrainParams params{
+            input.flag(),
+            static_cast<rx_PointToGridCorresponderDefs::FeatureType>(input.integer(0, 2))};
+        tool.train(rxPelBuffer_const<unsigned char>(madePattern(input)), params);
+    });
+    return tool;
+}
+
+template <class T>
+Bytestring madeImage(FuzzInput& input) {
+    rxPelBuffer<T> image{input.integer(0, 4), input.integer(0, 4), 8};
+    for (long y = 0; y < image.height(); ++y) {
+        for (long x = 0; x < image.width(); ++x) {
+            image.pointToRow(y)[x] = static_cast<T>(input.integer(-70'000, 70'000));
+        }
+    }
+    image.offset({input.integer(-9, 9), input.byte()});
+    return recordOf(image);
+}
+
+template <class Exception>
+void throwOut(FuzzInput& input) {
+    throw Exception(std::string(static_cast<std::size_t>(input.integer(0, 5)), 'x'));
+}
+
+Bytestring madeException(FuzzInput& input) {
+    constexpr void (*kThrows[])(FuzzInput&) = {
+        throwOut<rxMathError>,
+        throwOut<rxArchive::Errors>,
+        throwOut<rx_PelBuffer::Errors>,
+        throwOut<rxAttention::Interrupted>,
+        throwOut<rxDeadlinePassed>,
+        throwOut<rxLSPointToPointFitter::Errors>,
+        throwOut<rxPointMatcherDefs::BadParams>,
+        throwOut<rxPointMatcherDefs::NotTrained>,
+        throwOut<rxPointMatcherDefs::InsufficientModelPoints>,
+        throwOut<rxPointMatcherDefs::NotRun>,
+        throwOut<rx_PointToGridCorresponderDefs::InsufficientModelPoints>,
+        throwOut<rx_PointToGridCorresponderDefs::InsufficientMemory>,
+        [](FuzzInput& in) {
+            throw rxArchive::UnknownVersion(in.flag() ? "source" : nullptr,
+                                            static_cast<int>(in.byte()));
+        },
+    };
+    rxMemoryStoreArchive storing;
+    try {
+        kThrows[input.byte() % std::size(kThrows)](input);
+    } catch (const rxException& error) {
+        rfStorePolymorphic(storing, error);
+    }
+    return storing.takeStored();
+}
+
+/// The record of an object of the kind.
+Bytestring madeRecord(FuzzInput& input, std::size_t kind) {
+    const auto record = [](auto value) { return recordOf(value); };
+    const auto pair = [&](auto tm) {
+        for (long n = input.integer(0, 6); n > 0; --n) {
+            const rxVector<2> a = input.point();
+            const rxVector<2> b = input.point();
+            tolerate([&] { tm.update(a, b); });
+        }
+        return recordOf(tm);
+    };
+    switch (kind) {
+        case 1:
+            return record(madeRunParams(input));
+        case 2: {
+            const rxPointMatcherResultSet found = madeResults(input);
+            return record(found.results().empty() ? rxPointMatcherResult()
+                                                  : found.results().front());
+        }
+        case 3:
+            return record(madeResults(input));
+        case 4:
+            return record(rxPtToGridMapRunParams{input.point(), input.point(), input.flag(),
+                                                 input.number(), input.range(),
+                                                 input.angleRange()});
+        case 5: {
+            rxPtToGridMapResult result;
+            tolerate([&] {
+                rfPtToGridMap({{0, 0}, {40, 0}, {0, 40}, {40, 40}, {80, 40}},
+                              rxPtToGridMapRunParams({40, 0}, {0, 40}, false, 0.0, {0.8, 1.2},
+                                                     {rxRadian(-0.3), rxRadian(0.3)}),
+                              result);
+            });
+            return record(result);
+        }
+        case 6:
+            return record(madeCorresponder(input).trainParams());
+        case 7:
+            return record(rx_PointToGridCorresponderRunParams{input.number(), input.number(),
+                                                              input.integer(-1, 9)});
+        case 8:
+        case 9: {
+            rx_PointToGridCorresponderResultSet found;
+            const rx_PointToGridCorresponder tool = madeCorresponder(input);
+            tolerate([&] {
+                tool.run(rxPelBuffer_const<unsigned char>(tool.pattern()),
+                         rx_PointToGridCorresponderRunParams(0.5, 1.0, 3), found);
+            });
+            if (kind == 9) return record(found);
+            return record(found.results().empty() ? rx_PointToGridCorresponderResult()
+                                                  : found.results().front());
+        }
+        case 10:
+            return record(madeCorresponder(input));
+        case 11:
+            return pair(rx2PtMatchTm());
+        case 12:
+            return pair(rx2PTm());
+        case 13: {
+            rx3PtMatchTm tm;
+            tolerate([&] { tm.scale(input.number()); });
+            return record(tm);
+        }
+        case 14: {
+            rxPsuedoInverse sums(input.integer(0, 3));
+            std::vector<double> x(static_cast<std::size_t>(sums.numUnknowns()));
+            for (double& value : x) value = input.number();
+            sums.update(x, input.number());
+            return record(sums);
+        }
+        case 15: {
+            rxMatrixExt matrix{input.integer(0, 3), input.integer(1, 3)};
+            for (long r = 0; r < matrix.rows(); ++r) matrix.element(r, 0, input.number());
+            return record(matrix);
+        }
+        case 16:
+            return madeImage<unsigned char>(input);
+        case 17:
+            return madeImage<short>(input);
+        case 18:
+            return madeImage<unsigned short>(input);
+        case 19:
+            return madeImage<int>(input);
+        case 20:
+            return madeImage<unsigned int>(input);
+        case 21:
+            return madeImage<long>(input);
+        case 22:
+            return madeException(input);
+        default:
+            return record(madeMatcher(input));
+    }
+}
+
+constexpr std::size_t kNumMade = 24;
+
+void tamper(FuzzInput& input, Bytestring& record) {
+    for (long n = input.integer(0, 4); n > 0 && !record.empty(); --n) {
+        // Heads and counts stand in front as a rule.
+        const bool isNear = input.flag();
+        const auto reach = static_cast<long>(record.size()) - 1;
+        const long at = input.integer(0, isNear ? std::min(reach, 40L) : reach);
+        const auto place = record.begin() + at;
+        switch (input.byte() % 4) {
+            case 0:
+                record.erase(place, record.end());
+                break;
+            case 1:
+                record.erase(place);
+                break;
+            case 2:
+                record.insert(place, input.byte());
+                break;
+            default:
+                *place = input.byte();
+                break;
+        }
+    }
+}
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) return 0;
-    kLoads[data[0] % std::size(kLoads)]({data + 1, size - 1});
-    return 0;
+void run(Bytes bytes) {
+    if (bytes.empty()) return;
+    if (bytes.front() < 128) {
+        kLoads[bytes.front() % std::size(kLoads)](bytes.subspan(1));
+        return;
+    }
+    const std::size_t kind = bytes.front() % kNumMade;
+    FuzzInput input(bytes.subspan(1));
+    Bytestring record = madeRecord(input, kind);
+    if (!record.empty() && input.byte() < 64) kLoads[kind](record);
+    tamper(input, record);
+    kLoads[kind](record);
 }
+
+}  // namespace ptmatch::fuzz::archives

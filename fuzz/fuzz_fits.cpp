@@ -8,6 +8,7 @@
 
 #include "foundation/fitter.h"
 #include "fuzz_input.h"
+#include "fuzzers.h"
 #include "promise.h"
 #include "ptmatch/affine_approximation.h"
 #include "ptmatch/fit_residual.h"
@@ -18,11 +19,8 @@
 #include "reference/reference_planar.h"
 #include "reference/reference_space.h"
 
+namespace ptmatch::fuzz::fits {
 namespace {
-
-using ptmatch::fuzz::FuzzInput;
-using ptmatch::fuzz::isSame;
-using ptmatch::fuzz::promise;
 
 constexpr rxVector<2> kProbe{3.0, 4.0};
 
@@ -34,11 +32,11 @@ bool succeeds(const Call& call) {
         return true;
     } catch (const rxException&) {
     } catch (const rxMatrixExt::SingularMatrix&) {
-    } catch (const ptmatch::reference::SingularMatrix&) {
+    } catch (const reference::SingularMatrix&) {
     } catch (const rx2PtMatchTm::BadArgs&) {
     } catch (const rx2PTm::BadArgs&) {
     } catch (const rx3PtMatchTm::BadArgs&) {
-    } catch (const ptmatch::reference::UnequalLists&) {
+    } catch (const reference::UnequalLists&) {
     }
     return false;
 }
@@ -62,7 +60,7 @@ void both(Tm& tm, Reference& reference, const Probe& probe, const Call& call) {
 
 void planar(FuzzInput& input) {
     rx2PtMatchTm tm;
-    ptmatch::reference::PlanarTransform reference;
+    reference::PlanarTransform reference;
     for (long n = input.integer(1, 12); n > 0; --n) {
         const std::uint8_t what = input.byte() % 8;
         const rxVector<2> a = input.point();
@@ -95,7 +93,7 @@ void planar(FuzzInput& input) {
 
 void perspective(FuzzInput& input) {
     rx2PTm tm;
-    ptmatch::reference::Perspective reference;
+    reference::Perspective reference;
     for (long n = input.integer(1, 14); n > 0; --n) {
         const std::uint8_t what = input.byte() % 8;
         const rxVector<2> a = input.point();
@@ -130,7 +128,7 @@ rxVector<3> spacePoint(FuzzInput& input) {
 
 void space(FuzzInput& input) {
     rx3PtMatchTm tm;
-    ptmatch::reference::SpaceTransform reference;
+    reference::SpaceTransform reference;
     const rxVector<3> probe(3.0, 4.0, 5.0);
     for (long n = input.integer(1, 12); n > 0; --n) {
         const std::uint8_t what = input.byte() % 8;
@@ -201,10 +199,11 @@ void fitsOfSpace(FuzzInput& input) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    FuzzInput input({bytes, size});
+void run(std::span<const std::uint8_t> bytes) {
+    FuzzInput input(bytes);
     constexpr void (*kWays[])(FuzzInput&) = {planar, perspective,  space,
                                              fitter, fitsOfPixels, fitsOfSpace};
     kWays[input.byte() % std::size(kWays)](input);
-    return 0;
 }
+
+}  // namespace ptmatch::fuzz::fits

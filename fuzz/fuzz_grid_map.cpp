@@ -7,16 +7,15 @@
 
 #include "foundation/fitter.h"
 #include "fuzz_input.h"
+#include "fuzzers.h"
 #include "promise.h"
 #include "ptmatch/ptgdmap.h"
 #include "reference/reference_grid_map.h"
 
+namespace ptmatch::fuzz::grid_map {
 namespace {
 
-using ptmatch::fuzz::FuzzInput;
-using ptmatch::fuzz::isSame;
-using ptmatch::fuzz::promise;
-using ptmatch::reference::GridMapReport;
+using reference::GridMapReport;
 using Points = std::vector<rxVector<2>>;
 
 constexpr double kSpread = 300.0;
@@ -69,8 +68,8 @@ bool fitsTheReference(const Points& all, const rxPtToGridMapRunParams& params) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    FuzzInput input({bytes, size});
+void run(std::span<const std::uint8_t> bytes) {
+    FuzzInput input(bytes);
     const rxPtToGridMapRunParams params = mapParams(input);
     const Points all = points(input, params);
     rxPtToGridMapResult result;
@@ -79,26 +78,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     try {
         count = rfPtToGridMap(all, params, result);
     } catch (const rxPointMatcherDefs::BadParams&) {
-        return 0;
+        return;
     } catch (const rxLSPointToPointFitter::Errors&) {
         isRefused = true;
     } catch (const rxMathError&) {
         isRefused = true;
     }
     promise(result.map().empty() || result.map().size() == all.size(), "a position for each point");
-    if (!fitsTheReference(all, params)) return 0;
+    if (!fitsTheReference(all, params)) return;
     GridMapReport expected;
     try {
-        expected = ptmatch::reference::mapToGrid(all, params);
+        expected = reference::mapToGrid(all, params);
         promise(!isRefused, "maps as the reference");
     } catch (const rxException&) {
         promise(isRefused, "refuses as the reference");
-        return 0;
+        return;
     }
     promise(count == expected.count, "the count of the reference");
     promise(result.valid() == expected.valid, "valid as the reference");
     if (expected.hasMap) promise(result.map() == expected.map, "the map of the reference");
-    if (!expected.hasTransform) return 0;
+    if (!expected.hasTransform) return;
     const rxXform<2>& a = result.grid2point();
     const rxXform<2>& b = expected.pointFromGrid;
     for (long row = 0; row < 2; ++row) {
@@ -109,5 +108,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     }
     promise(isSame(a.trans().x(), b.trans().x()) && isSame(a.trans().y(), b.trans().y()),
             "the transform of the reference");
-    return 0;
 }
+
+}  // namespace ptmatch::fuzz::grid_map

@@ -10,19 +10,18 @@
 #include "foundation/fitter.h"
 #include "foundation/image.h"
 #include "fuzz_input.h"
+#include "fuzzers.h"
 #include "promise.h"
 #include "ptmatch/gridcorr.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/run_cost.h"
 #include "reference/reference_grid_match.h"
 
+namespace ptmatch::fuzz::grid_runs {
 namespace {
 
-using ptmatch::fuzz::FuzzInput;
-using ptmatch::fuzz::isSame;
-using ptmatch::fuzz::promise;
-using ptmatch::reference::GridMatcher;
-using ptmatch::reference::GridResult;
+using reference::GridMatcher;
+using reference::GridResult;
 using Points = std::vector<rxVector<2>>;
 
 constexpr long kMostSide = 6;
@@ -59,7 +58,7 @@ Points dataPoints(FuzzInput& input, const rxPelBuffer<unsigned char>& image) {
             if (image.pointToRow(y)[x] == 0 || input.byte() < 32) continue;
             const rxVector<2> node = image.clientFromImageXform() *
                                      rxVector<2>(static_cast<double>(x), static_cast<double>(y));
-            data.push_back(node + shift + rxVector<2>(0.01 * input.byte(), 0.01 * input.byte()));
+            data.push_back(node + shift + rxVector<2>{0.01 * input.byte(), 0.01 * input.byte()});
         }
     }
     return data;
@@ -105,40 +104,41 @@ bool hasSoundSteps(const rxXform<2>& xform) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    FuzzInput input({bytes, size});
+void run(std::span<const std::uint8_t> bytes) {
+    FuzzInput input(bytes);
     rxPelBuffer<unsigned char> image = patternImage(input);
     image.clientFromImageXform(gridXform(input));
     const rxPointMatcherRunParams params = runParams(input);
     const Points data = dataPoints(input, image);
 
-    const std::optional<GridMatcher> reference = ptmatch::reference::trainOnImage(image);
+    const std::optional<GridMatcher> reference = reference::trainOnImage(image);
     rxPointMatcher matcher;
     try {
         matcher.train(rxPelBuffer_const<unsigned char>(image));
     } catch (const rxPointMatcherDefs::InsufficientModelPoints&) {
         promise(!reference, "trains as the reference");
-        return 0;
+        return;
     }
     promise(reference.has_value(), "trains as the reference");
 
     rxPointMatcherResultSet found;
     try {
         const rxRunCost cost = rfRunCost(matcher, data, params);
-        if (cost.work > 300'000 || cost.imageBytes > 1 << 22) return 0;
+        if (cost.work > 100'000 || cost.imageBytes > 1 << 22) return;
         matcher.run(data, params, found);
     } catch (const rxPointMatcherDefs::BadParams&) {
-        return 0;
+        return;
     } catch (const rxLSPointToPointFitter::Errors&) {
-        return 0;
+        return;
     } catch (const rxMathError&) {
-        return 0;
+        return;
     }
-    if (!hasSoundSteps(image.clientFromImageXform())) return 0;
+    if (!hasSoundSteps(image.clientFromImageXform())) return;
     const std::vector<GridResult> expected = runOnGrid(*reference, data, params);
     promise(found.results().size() == expected.size(), "as many results as the reference");
     for (std::size_t i = 0; i < expected.size(); ++i) {
         compare(found.results()[i], expected[i], reference->pattern.corner);
     }
-    return 0;
 }
+
+}  // namespace ptmatch::fuzz::grid_runs

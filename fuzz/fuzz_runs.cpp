@@ -8,21 +8,20 @@
 #include <vector>
 
 #include "fuzz_input.h"
+#include "fuzzers.h"
 #include "promise.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/run_cost.h"
 #include "reference/reference_model.h"
 #include "reference/reference_run.h"
 
+namespace ptmatch::fuzz::runs {
 namespace {
 
-using ptmatch::fuzz::FuzzInput;
-using ptmatch::fuzz::isSame;
-using ptmatch::fuzz::promise;
 using Points = std::vector<rxVector<2>>;
 
-constexpr double kMostWork = 300'000;
-constexpr double kMostLatticePoints = 2'000;
+constexpr double kMostWork = 100'000;
+constexpr double kMostLatticePoints = 800;
 constexpr double kMostImageBytes = 1 << 22;
 
 /// Passes a value to a setter that may refuse it.
@@ -74,7 +73,7 @@ std::vector<long> weightsFor(FuzzInput& input, std::size_t count) {
     return weights;
 }
 
-bool isSame(const rxXform<2>& a, const rxXform<2>& b) {
+bool isSamePose(const rxXform<2>& a, const rxXform<2>& b) {
     for (long row = 0; row < 2; ++row) {
         for (long col = 0; col < 2; ++col) {
             if (!isSame(a.matrix().element(row, col), b.matrix().element(row, col))) return false;
@@ -83,16 +82,16 @@ bool isSame(const rxXform<2>& a, const rxXform<2>& b) {
     return isSame(a.trans().x(), b.trans().x()) && isSame(a.trans().y(), b.trans().y());
 }
 
-void compare(const rxPointMatcherResultSet& found, const ptmatch::reference::RunReport& expected) {
+void compare(const rxPointMatcherResultSet& found, const reference::RunReport& expected) {
     promise(found.results().size() == expected.results.size(), "as many results as the reference");
     for (std::size_t i = 0; i < expected.results.size(); ++i) {
         const rxPointMatcherResult& result = found.results()[i];
-        const ptmatch::reference::Result& wanted = expected.results[i];
+        const reference::Result& wanted = expected.results[i];
         promise(result.runMode() == wanted.runMode, "the mode of the reference");
         promise(result.modelToDataMap() == wanted.modelToDataMap, "the map of the reference");
         promise(isSame(result.coverage(), wanted.coverage), "the coverage of the reference");
         promise(isSame(result.fitError(), wanted.fitError), "the fit error of the reference");
-        promise(isSame(result.modelToDataXform(), wanted.modelToDataXform),
+        promise(isSamePose(result.modelToDataXform(), wanted.modelToDataXform),
                 "the pose of the reference");
     }
 }
@@ -132,16 +131,16 @@ void runAndCompare(const rxPointMatcher& matcher, const Points& model,
         return;
     }
     checkResults(found, model, data, params);
-    const auto reference = ptmatch::reference::trainModel(model, weights);
+    const auto reference = reference::trainModel(model, weights);
     const bool isExhaustive = matcher.trainMode() == rxPointMatcherDefs::eExhaustiveMode;
-    compare(found, isExhaustive ? ptmatch::reference::runExhaustively(reference, data, params)
-                                : ptmatch::reference::run(reference, data, params));
+    compare(found, isExhaustive ? reference::runExhaustively(reference, data, params)
+                                : reference::run(reference, data, params));
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    FuzzInput input({bytes, size});
+void run(std::span<const std::uint8_t> bytes) {
+    FuzzInput input(bytes);
     const bool isExhaustive = input.byte() % 4 == 0;
     const bool isWeighted = input.byte() % 4 == 0;
     const rxPointMatcherRunParams params = runParams(input);
@@ -164,8 +163,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         }
     } catch (const rxPointMatcherDefs::Errors&) {
         promise(!matcher.isTrained(), "untrained after a failed training");
-        return 0;
+        return;
     }
     runAndCompare(matcher, model, weights, data, params);
-    return 0;
 }
+
+}  // namespace ptmatch::fuzz::runs

@@ -6,15 +6,16 @@
 #include <string_view>
 
 #include "csv_points.h"
+#include "fuzzers.h"
 #include "input_error.h"
 #include "pair_table.h"
 #include "pattern_file.h"
 #include "promise.h"
 
+namespace ptmatch::fuzz::tables {
 namespace {
 
-using namespace ptmatch::tool;
-using ptmatch::fuzz::promise;
+using namespace tool;
 
 const std::string kName = "input.csv";
 
@@ -46,10 +47,10 @@ void check(const GridPattern& pattern) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-    if (size == 0) return 0;
-    const std::string text(bytes + 1, bytes + size);
-    switch (bytes[0] % 5) {
+void run(std::span<const std::uint8_t> bytes) {
+    if (bytes.empty()) return;
+    const std::string text(bytes.begin() + 1, bytes.end());
+    switch (bytes.front() % 5) {
         case 0:
             readOrRefuse([&] { check(parsePoints(text, kName)); });
             break;
@@ -71,5 +72,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
             readOrRefuse([&] { check(parsePattern(text, kName)); });
             break;
     }
-    return 0;
 }
+
+}  // namespace ptmatch::fuzz::tables

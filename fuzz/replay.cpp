@@ -1,14 +1,15 @@
-// Runs a fuzzer's function on saved inputs, without a fuzzer: `replay FILE_OR_FOLDER...`. So the
-// suite repeats what was found, with every compiler.
+// Runs a fuzzer on saved inputs: `replay NAME FILE_OR_FOLDER...`. So the suite repeats what was
+// found, with every compiler and without a fuzzer.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <vector>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+#include "fuzzers.h"
 
 namespace {
 
@@ -25,22 +26,34 @@ std::vector<fs::path> filesOf(const fs::path& path) {
     return files;
 }
 
-bool replay(const fs::path& file) {
+bool replay(const ptmatch::fuzz::Fuzzer& fuzzer, const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
     if (!stream) return false;
+    const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
     const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
-    LLVMFuzzerTestOneInput(input.data(), input.size());
+    fuzzer.run(input);
     return true;
+}
+
+const ptmatch::fuzz::Fuzzer* fuzzerNamed(std::string_view name) {
+    for (const auto& fuzzer : ptmatch::fuzz::fuzzers()) {
+        if (fuzzer.name == name) return &fuzzer;
+    }
+    return nullptr;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const auto* const fuzzer = argc > 1 ? fuzzerNamed(argv[1]) : nullptr;
+    if (fuzzer == nullptr) {
+        std::fprintf(stderr, "usage: %s FUZZER FILE_OR_FOLDER...\n", argv[0]);
+        return 2;
+    }
     std::size_t count = 0;
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 2; i < argc; ++i) {
         for (const fs::path& file : filesOf(argv[i])) {
-            if (!replay(file)) {
+            if (!replay(*fuzzer, file)) {
                 std::fprintf(stderr, "%s cannot be read\n", file.c_str());
                 return 1;
             }

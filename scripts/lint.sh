@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs clang-tidy over the sources that are not tests, with the flags of a configured build.
+# Runs clang-tidy over the sources that are neither tests nor fuzzers, with the flags of a configured build.
 # usage: scripts/lint.sh BUILD_DIRECTORY
 set -euo pipefail
 cd "$(dirname "$0")/.."
