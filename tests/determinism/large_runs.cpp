@@ -32,8 +32,7 @@ Scene scene(Numbers& numbers, long numModel, long numClutter) {
         for (const rxVector<2>& q : all.model) isFree = isFree && (p - q).len() > 10.0;
         if (isFree) all.model.push_back(p);
     }
-    const rxXform<2> pose =
-        turned(numbers.real(-0.2, 0.2), numbers.real(0.97, 1.03), numbers.point(100.0));
+    const rxXform<2> pose = anyPose(numbers, 0.2, 0.97, 1.03, 100.0);
     for (const rxVector<2>& p : all.model) {
         if (!numbers.oneOf(10)) all.data.push_back(pose * p + numbers.point(0.7));
     }
@@ -45,7 +44,8 @@ Scene scene(Numbers& numbers, long numModel, long numClutter) {
 /// The grid size that training found, and the ranges that differ from run to run.
 void searchScene(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
-    const Scene all = scene(numbers, numbers.integer(8, 40), numbers.integer(0, 200));
+    const long numModel = numbers.integer(8, 40);
+    const Scene all = scene(numbers, numModel, numbers.integer(0, 200));
     rxPointMatcher matcher;
     if (numbers.oneOf(3)) {
         std::vector<long> weights;
@@ -89,7 +89,8 @@ void searchFinely(std::uint64_t seed, Digest& digest) {
 }
 
 rxXform<2> plateSteps(Numbers& numbers) {
-    const rxVector<2> step(numbers.real(20.0, 30.0), numbers.real(-2.0, 2.0));
+    const double length = numbers.real(20.0, 30.0);
+    const rxVector<2> step(length, numbers.real(-2.0, 2.0));
     return rxXform<2>(rxMatrix<2>(step.x(), -step.y(), step.y(), step.x()), numbers.point(50.0));
 }
 
@@ -98,8 +99,7 @@ void findPlate(std::uint64_t seed, Digest& digest) {
     rxPelBuffer<unsigned char> image(17, 13, 32);
     rfPelClear(image);
     image.clientFromImageXform(plateSteps(numbers));
-    const rxXform<2> pose =
-        turned(numbers.real(-0.08, 0.08), 1.0, numbers.point(200.0)) * image.clientFromImageXform();
+    const rxXform<2> pose = anyPose(numbers, 0.08, 1.0, 1.0, 200.0) * image.clientFromImageXform();
     Points dots = numbers.points(20, 600.0);
     for (long i = 0; i < 17 * 13; ++i) {
         const rxPair<long> position(i % 17, i / 17);
@@ -123,7 +123,7 @@ void findPlate(std::uint64_t seed, Digest& digest) {
 void mapPlate(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const rxXform<2> steps = plateSteps(numbers);
-    const rxXform<2> pose = turned(numbers.real(-0.1, 0.1), 1.0, numbers.point(200.0)) * steps;
+    const rxXform<2> pose = anyPose(numbers, 0.1, 1.0, 1.0, 200.0) * steps;
     Points points = numbers.points(50, 800.0);
     for (long i = 0; i < 30 * 30; ++i) {
         if (numbers.oneOf(15)) continue;

@@ -59,4 +59,13 @@ inline rxXform<2> turned(double halfTangent, double scale, const rxVector<2>& sh
     return {rxMatrix<2>(c, -s, s, c), shift};
 }
 
+/// Turned so that halfTangent lies within (-turn, turn), scaled by a factor from low to high,
+/// shifted by up to reach. The arguments of one call are drawn in no order that compilers agree on:
+/// here they are drawn one by one, as everywhere in these programs.
+inline rxXform<2> anyPose(Numbers& numbers, double turn, double low, double high, double reach) {
+    const double halfTangent = numbers.real(-turn, turn);
+    const double scale = numbers.real(low, high);
+    return turned(halfTangent, scale, numbers.point(reach));
+}
+
 }  // namespace ptmatch::determinism

@@ -42,8 +42,8 @@ constexpr int kSkipped = 77;  // for ctest
 constexpr std::uint64_t kSmallSeeds = 250;
 constexpr std::uint64_t kLargeSeeds = 40;
 constexpr std::string_view kMathLibrary = "math_library";
-// No function of the system goes into these but the square root, which is rounded correctly, and the
-// cosine of 0.
+// No function of the system goes into these but the square root, which is rounded correctly, and
+// the cosine of 0.
 constexpr std::string_view kExact[] = {
     "corresponder", "fit_plane",       "fit_perspective", "fit_space", "equations", "accumulators",
     "images",       "large_equations", "large_fit",       "scores",    "refusals",

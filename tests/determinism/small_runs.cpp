@@ -52,8 +52,7 @@ void orRefusal(Digest& digest, const Call& call) {
 }
 
 /// The model moved, shaken, thinned out and surrounded by other points.
-Points scene(Numbers& numbers, const Points& model, double halfTangent, double scale) {
-    const rxXform<2> pose = turned(halfTangent, scale, numbers.point(20.0));
+Points scene(Numbers& numbers, const Points& model, const rxXform<2>& pose) {
     Points data;
     for (const rxVector<2>& p : model) {
         if (!numbers.oneOf(8)) data.push_back(pose * p + numbers.point(0.2));
@@ -73,7 +72,7 @@ std::vector<long> weights(Numbers& numbers, std::size_t count) {
 void searchByVotes(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const Points model = numbers.points(numbers.integer(3, 6), 10.0);
-    const Points data = scene(numbers, model, numbers.real(-0.1, 0.1), numbers.real(0.95, 1.05));
+    const Points data = scene(numbers, model, anyPose(numbers, 0.1, 0.95, 1.05, 20.0));
     rxPointMatcher matcher;
     if (numbers.oneOf(2)) {
         matcher.train(model, Defs::eAutoDetect);
@@ -88,7 +87,7 @@ void searchByVotes(std::uint64_t seed, Digest& digest) {
 void tryAllAssignments(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const Points model = numbers.points(3, 10.0);
-    const Points data = scene(numbers, model, numbers.real(-0.5, 0.5), numbers.real(0.9, 1.1));
+    const Points data = scene(numbers, model, anyPose(numbers, 0.5, 0.9, 1.1, 20.0));
     rxPointMatcher matcher;
     if (numbers.oneOf(2)) {
         matcher.train(model, Defs::eExhaustiveMode);
@@ -111,8 +110,7 @@ rxPelBuffer<unsigned char> plate(Numbers& numbers, long columns, long rows, long
 }
 
 Points dotsOf(Numbers& numbers, const rxPelBuffer<unsigned char>& image, double noise) {
-    const rxXform<2> pose =
-        turned(numbers.real(-0.05, 0.05), 1.0, numbers.point(30.0)) * image.clientFromImageXform();
+    const rxXform<2> pose = anyPose(numbers, 0.05, 1.0, 1.0, 30.0) * image.clientFromImageXform();
     Points dots;
     for (long i = 0; i < image.width() * image.height(); ++i) {
         const rxPair<long> position(i % image.width(), i / image.width());
@@ -124,7 +122,8 @@ Points dotsOf(Numbers& numbers, const rxPelBuffer<unsigned char>& image, double 
 
 void matchGrid(Digest& digest, Numbers& numbers, rxPelBuffer<unsigned char> image,
                rxPointMatcherRunParams params) {
-    const rxVector<2> step(numbers.real(8.0, 12.0), numbers.real(-1.0, 1.0));
+    const double length = numbers.real(8.0, 12.0);
+    const rxVector<2> step(length, numbers.real(-1.0, 1.0));
     const rxMatrix<2> steps(step.x(), -step.y(), step.y(), step.x());
     image.clientFromImageXform(rxXform<2>(steps, numbers.point(5.0)));
     rxPointMatcher matcher;
@@ -158,7 +157,7 @@ void mapPointsToGrid(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const bool isStaggered = numbers.oneOf(3);
     const rxXform<2> steps(rxMatrix<2>(10.0, numbers.real(-1.0, 1.0), 0.5, 10.0), rxVector<2>());
-    const rxXform<2> pose = turned(numbers.real(-0.1, 0.1), 1.0, numbers.point(30.0)) * steps;
+    const rxXform<2> pose = anyPose(numbers, 0.1, 1.0, 1.0, 30.0) * steps;
     Points points = numbers.points(numbers.integer(0, 3), 30.0);
     for (long i = 0; i < 20; ++i) {
         const rxPair<long> position(i % 5, i / 5);
@@ -196,8 +195,8 @@ void placePattern(std::uint64_t seed, Digest& digest) {
     tool.train(pattern, rx_PointToGridCorresponderTrainParams(numbers.oneOf(3), type),
                rxXform<2>());
     rx_PointToGridCorresponderResultSet found;
-    const rx_PointToGridCorresponderRunParams params(numbers.real(0.5, 1.0), 1.0,
-                                                     numbers.integer(1, 5));
+    rx_PointToGridCorresponderRunParams params(numbers.real(0.5, 1.0));
+    params.maxNumResults(numbers.integer(1, 5));
     digest.add(tool.run(data, params, found));
     for (const auto& result : found.results()) {
         digest.add(result.score());
@@ -211,8 +210,7 @@ struct Correspondence {
 };
 
 Correspondence pairsOf(Numbers& numbers) {
-    const rxXform<2> truth =
-        turned(numbers.real(-3.0, 3.0), numbers.real(0.3, 3.0), numbers.point(1000.0));
+    const rxXform<2> truth = anyPose(numbers, 3.0, 0.3, 3.0, 1000.0);
     Correspondence pairs;
     pairs.a = numbers.points(numbers.integer(2, 12), 100.0);
     for (const rxVector<2>& p : pairs.a) pairs.b.push_back(truth * p + numbers.point(1.0));
@@ -266,8 +264,9 @@ void fitSpace(std::uint64_t seed, Digest& digest) {
     for (long n = numbers.integer(4, 9); n > 0; --n) {
         const rxVector<3> p = numbers.spacePoint(10.0);
         a.push_back(p);
-        b.emplace_back(0.6 * p.x() - 0.8 * p.y() + numbers.real(-0.1, 0.1),
-                       0.8 * p.x() + 0.6 * p.y(), p.z() + numbers.real(-5.1, 5.1));
+        const rxVector<3> noise = numbers.spacePoint(0.1);
+        b.emplace_back(0.6 * p.x() - 0.8 * p.y() + noise.x(), 0.8 * p.x() + 0.6 * p.y() + noise.y(),
+                       p.z() + noise.z() + 3.0);
     }
     const auto addTransform = [&](const rx3PtMatchTm& tm) {
         for (const double value : tm.a2bParams()) digest.add(value);
@@ -294,8 +293,9 @@ void turnTransforms(std::uint64_t seed, Digest& digest) {
     space.rotateOnY(rxRadian(numbers.real(-7.0, 7.0)));
     space.rotateOnZ(rxRadian(numbers.real(-7.0, 7.0)));
     for (const double value : space.b2aParams()) digest.add(value);
-    const rxXform<2> made(numbers.point(5.0), rxDegree(numbers.real(-180.0, 180.0)),
-                          rxDegree(numbers.real(-180.0, 180.0)), 1.5, 0.5);
+    const rxDegree xRot(numbers.real(-180.0, 180.0));
+    const rxDegree yRot(numbers.real(-180.0, 180.0));
+    const rxXform<2> made(numbers.point(5.0), xRot, yRot, 1.5, 0.5);
     digest.add(made.inverse());
     digest.add(made.xRot());
     digest.add(made.xScale());
@@ -372,7 +372,7 @@ std::vector<unsigned char> bytesOf(T& value) {
 void storeAndLoad(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const Points model = numbers.points(4, 10.0);
-    const Points data = scene(numbers, model, 0.05, 1.0);
+    const Points data = scene(numbers, model, anyPose(numbers, 0.1, 1.0, 1.0, 20.0));
     rxPointMatcher matcher;
     matcher.train(model, weights(numbers, model.size()), Defs::eAutoDetect);
     const std::vector<unsigned char> bytes = bytesOf(matcher);
@@ -445,7 +445,7 @@ void addCertainty(Digest& digest, const rxCertainty& sure) {
 void askAboutRun(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const Points model = numbers.points(5, 10.0);
-    const Points data = scene(numbers, model, 0.05, 1.0);
+    const Points data = scene(numbers, model, anyPose(numbers, 0.1, 1.0, 1.0, 20.0));
     rxPointMatcher matcher;
     matcher.train(model, Defs::eAutoDetect);
     rxPointMatcherRunParams params(numbers.real(0.4, 1.0));
@@ -483,7 +483,7 @@ void askAboutRun(std::uint64_t seed, Digest& digest) {
 void watchRun(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const Points model = numbers.points(4, 10.0);
-    const Points data = scene(numbers, model, 0.0, 1.0);
+    const Points data = scene(numbers, model, anyPose(numbers, 0.0, 1.0, 1.0, 20.0));
     rxPointMatcher matcher;
     matcher.train(model, Defs::eAutoDetect);
     const rxPointMatcherRunParams params = anySettings(seed);
@@ -577,8 +577,7 @@ std::span<const SmallRun> smallRuns() {
 rxPointMatcherRunParams anySettings(std::uint64_t seed) {
     Numbers numbers(seed + 1'000'000);
     rxPointMatcherRunParams params(numbers.real(0.3, 0.9));
-    if (numbers.oneOf(4))
-        params.startPose(turned(numbers.real(-0.2, 0.2), 1.0, numbers.point(5.0)));
+    if (numbers.oneOf(4)) params.startPose(anyPose(numbers, 0.2, 1.0, 1.0, 5.0));
     if (numbers.oneOf(3)) params.xTranslationUncertainty(rxRange(-25.0, numbers.real(0.0, 25.0)));
     if (numbers.oneOf(3)) params.yTranslationUncertainty(rxRange(numbers.real(-25.0, 0.0), 25.0));
     switch (numbers.integer(0, 5)) {
