@@ -59,4 +59,19 @@ TEST(MemoryArchive, EmptyInputIsRefusedForEveryPrimitive) {
     EXPECT_EQ(byte, 1);
 }
 
+// Records ask for the direction first; what derives from an archive can do otherwise.
+TEST(MemoryArchive, GoesOneWayOnly) {
+    struct Store : rxMemoryStoreArchive {
+        using rxMemoryStoreArchive::read_;
+    } storing;
+    struct Load : rxMemoryLoadArchive {
+        using rxMemoryLoadArchive::rxMemoryLoadArchive;
+        using rxMemoryLoadArchive::write_;
+    } loading{std::span<const unsigned char>{}};
+    unsigned char byte = 1;
+    EXPECT_THROW(storing.read_({&byte, 1}), rxArchive::Errors);
+    EXPECT_THROW(loading.write_({&byte, 1}), rxArchive::Errors);
+    EXPECT_EQ(byte, 1);
+}
+
 }  // namespace

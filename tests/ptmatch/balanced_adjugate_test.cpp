@@ -45,6 +45,18 @@ Matrix inRandomUnits(TransformWorld& world, Matrix m, int most) {
     return m;
 }
 
+TEST(BalancedAdjugate, SmallElementsDoNotTellTheUnitOfTheirColumn) {
+    constexpr double kSmall = 0x1p-700;
+    const Matrix m = {{{1, kSmall, kSmall}, {kSmall, 1, kSmall}, {kSmall, kSmall, 1}}};
+    const BalancedAdjugate adjugate = balancedAdjugate(m);
+    ASSERT_FALSE(adjugate.isSingular);
+    for (std::size_t k = 0; k < 3; ++k) {
+        EXPECT_EQ(
+            std::scalbn(adjugate.elements[k][k] / adjugate.determinant, adjugate.exponent(k, k)),
+            1.0);
+    }
+}
+
 TEST(BalancedAdjugate, GivesTheInverse) {
     const Matrix m = {{{2, 0, 3}, {1, 4, 5}, {0, 0.5, 1}}};
     const Matrix inverse = {{{1.5, 1.5, -12}, {-1, 2, -7}, {0.5, -1, 8}}};  // times 4.5

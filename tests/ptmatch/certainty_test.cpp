@@ -123,6 +123,22 @@ TEST(Certainty, AResultBesideTheTranslationsCountsWithThem) {
     EXPECT_LT(beside, rfCertainty(matcher, data, wider, found, 0).log10FalseAlarms.value());
 }
 
+TEST(Certainty, ChanceIsTheSameInAWorldTurnedByAQuarter) {
+    Points data = Randoms(5).uniformPoints(40, 100.0);
+    for (rxVector<2>& p : data) p = {3.0 * p.x(), p.y()};
+    data += mapped(poseAt(120, 40), tenPoints());
+    const rxXform<2> quarter(rxMatrix<2>(0, -1, 1, 0), rxVector<2>());
+    std::vector<double> chances;
+    for (const rxXform<2>& turn : {rxXform<2>(), quarter}) {
+        const rxPointMatcher matcher = trainedOnPoints(mapped(turn, tenPoints()));
+        const Points turned = mapped(turn, data);
+        const rxPointMatcherResultSet found = foundIn(turned, matcher);
+        ASSERT_EQ(found.results().at(0).coverage(), 1.0);
+        chances.push_back(rfCertainty(matcher, turned, {}, found, 0).log10FalseAlarms.value());
+    }
+    EXPECT_NEAR(chances[0], chances[1], 1e-6);
+}
+
 TEST(Certainty, TheMarginIsThatToTheNextDifferentPose) {
     const rxPointMatcher matcher = trainedOnPoints(tenPoints());
     Points data = mapped(poseAt(10, 10), tenPoints());
@@ -142,6 +158,22 @@ TEST(Certainty, TheMarginIsThatToTheNextDifferentPose) {
     // Nothing is as far away as that.
     rxCertaintySettings settings;
     settings.minPoseDistance = 1000.0;
+    EXPECT_FALSE(rfCertainty(matcher, data, params, found, 0, settings).nextPose.has_value());
+}
+
+TEST(Certainty, TheDistanceOfPosesIsInUnitsOfTheDataHoweverSmallItIs) {
+    const rxXform<2> small = poseAt(0, 0, 0, 0.01);
+    const rxPointMatcher matcher = trainedOnPoints(mapped(small, tenPoints()));
+    Points data = mapped(small * poseAt(10, 10), tenPoints());
+    data += mapped(small * poseAt(90, 10), tenPoints());
+    const rxPointMatcherRunParams params = several(0.5);
+    const rxPointMatcherResultSet found = foundIn(data, matcher, params);
+    rxCertaintySettings settings;
+    settings.minPoseDistance = 0.7;
+    const rxCertainty within = rfCertainty(matcher, data, params, found, 0, settings);
+    ASSERT_TRUE(within.nextPose.has_value());
+    EXPECT_NEAR(within.nextPose->poseDistance, 0.8, 1e-9);
+    settings.minPoseDistance = 0.9;
     EXPECT_FALSE(rfCertainty(matcher, data, params, found, 0, settings).nextPose.has_value());
 }
 

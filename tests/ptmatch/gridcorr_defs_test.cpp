@@ -99,6 +99,14 @@ TYPED_TEST(GridCorresponderErrors, RecordIsOneVersionBytePerLevelThenTheMessage)
     EXPECT_EQ(recordOf(TypeParam("why")), expected);
 }
 
+TYPED_TEST(GridCorresponderErrors, AreStoredOncePerOperation) {
+    TypeParam error("why");
+    rxMemoryStoreArchive ar;
+    const rxArchive::Operation operation(ar);
+    ar || error || error;
+    EXPECT_EQ(ar.stored(), recordOf(error));
+}
+
 TYPED_TEST(GridCorresponderErrors, UnknownVersionNamesTheClassAtFault) {
     const char* const names[] = {kName<TypeParam>, "rx_PointToGridCorresponderDefs::Errors",
                                  "rxExceptionWithString"};

@@ -64,6 +64,18 @@ TEST(GroupPlanner, KeepsToTheScalesThatAGroupMayHave) {
     }
 }
 
+TEST(GroupPlanner, ForcedShapeIsTakenWhereAGroupMayHaveItsScales) {
+    Planning plan(taskOf(60));
+    for (std::size_t shape = 0; shape < kNumGroupShapes; ++shape) {
+        forceGroupShape(static_cast<int>(shape));
+        const int scales = kGroupShapes[shape].size.numScales;
+        EXPECT_EQ(plan.planner.shapeFor(20, scales, scales), shape);
+        EXPECT_EQ(plan.planner.shapeFor(20, scales + 1, scales + 1), std::nullopt);
+        EXPECT_EQ(plan.planner.shapeFor(20, scales - 1, scales - 1), std::nullopt);
+    }
+    forceGroupShape(kPlannedGroups);
+}
+
 TEST(GroupPlanner, FewLatticePointsAreNotWorthTheDrawing) {
     Planning plan(taskOf(60), 4.0);
     EXPECT_EQ(plan.planner.shapeFor(20, 1, 2), std::nullopt);

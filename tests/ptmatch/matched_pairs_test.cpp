@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "ptmatch/addition_world.h"
+#include "ptmatch/result_map.h"
 #include "support/archive_bytes.h"
 #include "support/pattern_pictures.h"
 
@@ -62,6 +63,13 @@ TEST(MatchedPairs, OfADensePatternStartFromModelCoordinates) {
     const rxMatchedPairs pairs = rfMatchedPairs(matcher, dots, found.results()[0]);
     EXPECT_EQ(pairs.modelIndices[6], 7);  // the second row begins with its pixel 7
     EXPECT_EQ(pairs.model[0], steps * rxVector<2>(3, 2));
+}
+
+TEST(TrainedPoints, OfADensePatternAreItsOccupiedPositions) {
+    const Picture plate = {"######.", "#.#####", "###.###", "####.##"};
+    const rxPointMatcher matcher = trainedOn(imageOf(plate, gridOf({25, 0}, {0, 25})));
+    EXPECT_THAT(ptmatch::detail::trainedPoints(matcher),
+                ::testing::Pointwise(::testing::Eq(), dotsOf(plate, gridOf({25, 0}, {0, 25}))));
 }
 
 TEST(MatchedPairs, OfASparsePatternStartFromPositions) {

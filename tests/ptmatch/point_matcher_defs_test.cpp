@@ -115,6 +115,14 @@ TYPED_TEST(PointMatcherErrors, RecordIsOneVersionBytePerLevelThenTheMessage) {
     EXPECT_EQ(recordOf(TypeParam("why")), expected);
 }
 
+TYPED_TEST(PointMatcherErrors, AreStoredOncePerOperation) {
+    TypeParam error("why");
+    rxMemoryStoreArchive ar;
+    const rxArchive::Operation operation(ar);
+    ar || error || error;
+    EXPECT_EQ(ar.stored(), recordOf(error));
+}
+
 TYPED_TEST(PointMatcherErrors, UnknownVersionNamesTheClassAtFault) {
     const char* const names[] = {ExpectedError<TypeParam>::name, "rxPointMatcherDefs::Errors",
                                  "rxExceptionWithString"};

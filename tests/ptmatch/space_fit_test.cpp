@@ -518,6 +518,8 @@ TEST(ExactSpaceTransform, SingularAndInfiniteOnesAreRefused) {
     for (const Params& p : {Params{}, Params{1, 0, 0, 0, 0, 1, 0, 0, 1, 1, 0, 0},
                             Params{0.1, 0.2, 0.3, 0, 0.6, 0.5, 0.7, 0, 0.7, 0.7, 1.0, 0},
                             Params{kNaN, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0},
+                            // The inverse alone is not finite.
+                            Params{1e-310, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0},
                             Params{1, 0, 0, kInfinity, 0, 1, 0, 0, 0, 0, 1, 0}}) {
         EXPECT_THROW(rfExactSpaceTransform(p), rxMathError);
     }

@@ -81,6 +81,21 @@ TEST(WhyNot, EvenWhatTheSearchNeverKeptIsFoundWithoutMinimumCoverage) {
     EXPECT_NEAR(why.bestCoverage, 0.4, 1e-12);
 }
 
+TEST(WhyNot, AWiderSearchKeepsMoreThanTheOneResultThatIsWanted) {
+    const rxPointMatcher matcher = trainedOnPoints(tenPoints());
+    Points data = mapped(poseAt(100, 50, 5), tenPoints());
+    data.resize(5);
+    Points second = mapped(poseAt(500, 300), tenPoints());
+    second.resize(4);
+    data += second;
+    data.emplace_back(900, 900);
+    const rxPointMatcherRunParams params(1.0);
+    ASSERT_EQ(params.maxNumResults(), 1);
+    const rxWhyNot why = rfWhyNot(matcher, data, params);
+    ASSERT_TRUE(why.isWidened);
+    EXPECT_GE(why.numCandidates, 16);
+}
+
 TEST(WhyNot, TheRotationIsOutside) {
     // The lattice reaches beyond the range by less than a step: the match is found, and dropped.
     const rxPointMatcher matcher = trainedOnPoints(tenPoints());
@@ -129,6 +144,7 @@ TEST(WhyNot, OfAnExhaustiveRunNamesTheLimit) {
 
     const rxWhyNot turned = rfWhyNot(matcher, mapped(poseAt(100, 50, 40), model), params);
     EXPECT_EQ(turned.reason, Why::ePose);
+    EXPECT_GE(turned.numCandidates, 24);  // all four points in any order, and fewer points
     EXPECT_EQ(turned.bestCoverage, 1.0);
     EXPECT_TRUE(turned.nearestMiss.value().isOutsideRotation);
     EXPECT_FALSE(turned.nearestMiss->isOutsideScale);
