@@ -103,7 +103,9 @@ void run(std::span<const std::uint8_t> bytes) {
     FuzzInput input(bytes);
     const rxPointMatcherRunParams params = runParams(input);
     const bool isExhaustive = input.byte() < 48;
-    const Points model = input.moderatePoints(3, isExhaustive ? 4 : 10, kSpread);
+    const bool isLarge = !isExhaustive && input.byte() < 48;
+    const Points model = isLarge ? input.cloud(input.integer(81, 200), kSpread)
+                                 : input.moderatePoints(3, isExhaustive ? 4 : 10, kSpread);
     Points data = input.moderatePoints(0, isExhaustive ? 5 : 20, kSpread);
     if (!isExhaustive && input.flag()) data.insert(data.end(), model.begin(), model.end());
     rxPointMatcher matcher;
@@ -121,10 +123,37 @@ void run(std::span<const std::uint8_t> bytes) {
             last = share;
         };
         rfRunWatched(matcher, data, params, found, limits);
+        tolerate([&] {
+            // At its first look when the run looks at all.
+            limits.timeLimit = 0.0;
+            last = 0.0;
+            rxPointMatcherResultSet none;
+            rfRunWatched(matcher, data, params, none, limits);
+            promise(!cost.isInterruptible || cost.work == 0.0, "a run that is stopped");
+        });
+        tolerate([&] {
+            limits.timeLimit = input.number();
+            last = 0.0;
+            rxPointMatcherResultSet same;
+            rfRunWatched(matcher, data, params, same, limits);
+        });
         (void)rfWhyNot(matcher, data, params);
         if (const auto place = rfBestVotePlace(matcher, data, params)) {
             const rxVoteImage image = rfVoteImage(matcher, data, params, *place);
             promise(std::ssize(image.votes) == image.width * image.height, "a vote for each");
+            for (const rxPointMatcherResult& result : found.results()) {
+                const rxXform<2>& pose = result.modelToDataXform();
+                const auto nearest = rfNearestVotePlace(matcher, data, params, pose);
+                promise(nearest && nearest->scale > 0.0, "a place near a result");
+                const rxVector<2> at = image.columnAndRow(pose);
+                (void)image.translation(at.x(), at.y());
+                (void)image.modelToData(at.x(), at.y());
+            }
+            if (image.width > 0 && image.height > 0) {
+                promise(image.vote(0, 0) == image.votes.front(), "the first vote");
+            }
+            const double scale = input.number();
+            (void)rfVoteImage(matcher, data, params, {scale, input.number()});
         }
     });
     tellOf(matcher, data, params, found, input);

@@ -13,6 +13,7 @@
 #include "ptmatch/affine_approximation.h"
 #include "ptmatch/fit_residual.h"
 #include "ptmatch/perspective_fit.h"
+#include "ptmatch/pose_covariance.h"
 #include "ptmatch/space_fit.h"
 #include "ptmatch/tm.h"
 #include "reference/reference_perspective.h"
@@ -118,6 +119,12 @@ void perspective(FuzzInput& input) {
             }
         });
     }
+    succeeds([&] { (void)tm.a2bXform(); });
+    succeeds([&] { (void)tm.a2bTm(); });
+    const rx2PTm copy(tm);
+    promise(copy == tm || !std::isfinite(tm.a2bParams()[0]), "a copy");
+    tm.identity();
+    promise(isSamePoint(tm.a2b(kProbe), kProbe), "the identity");
 }
 
 rxVector<3> spacePoint(FuzzInput& input) {
@@ -145,6 +152,15 @@ void space(FuzzInput& input) {
                 case 2:
                     t.rotateOnZ(rxRadian(a.x()));
                     break;
+                case 3:
+                    t.rotateOnX(rxRadian(a.x()));
+                    break;
+                case 4:
+                    t.rotateOnY(rxRadian(a.x()));
+                    break;
+                case 5:
+                    t.scale(a);
+                    break;
                 default:
                     t.update(a, b);
                     break;
@@ -165,10 +181,50 @@ void fitter(FuzzInput& input) {
     });
 }
 
+/// A perspective image of them, nearly.
+std::vector<rxVector<2>> imagesOf(FuzzInput& input, const std::vector<rxVector<2>>& a) {
+    const double turn = input.moderate(2.0);
+    const double tilt = 0.001 * input.moderate(1.0);
+    const rxVector<2> shift = input.moderatePoint(1000.0);
+    std::vector<rxVector<2>> b;
+    for (const auto& p : a) {
+        const double w = 1.0 + tilt * p.x() - 0.5 * tilt * p.y();
+        b.emplace_back((p.x() + turn * p.y() + shift.x()) / w + 0.001 * input.byte(),
+                       (p.y() - turn * p.x() + shift.y()) / w);
+    }
+    return b;
+}
+
 void fitsOfPixels(FuzzInput& input) {
-    const std::vector<rxVector<2>> a = input.points(8);
-    std::vector<rxVector<2>> b = input.points(8);
+    const bool isFittable = input.byte() < 160;
+    const std::vector<rxVector<2>> a =
+        isFittable ? input.cloud(input.integer(3, 9), 50.0) : input.points(8);
+    std::vector<rxVector<2>> b = isFittable ? imagesOf(input, a) : input.points(8);
     if (input.byte() >= 16) b.resize(a.size());
+    for (const int dof : {3, 4, 6, input.byte() % 8}) {
+        succeeds([&] {
+            const rxLSPointToPointFitter fitter(b, a);
+            const rxXform<2> pose = fitter.fit(dof == 3 || dof == 4 ? dof : 6);
+            const rxPoseCovariance known =
+                rfPoseCovariance(pose, a, b, dof, input.flag() ? 0.0 : input.moderate(10.0));
+            promise(known.centreVariance >= 0.0, "a variance");
+            (void)known.positionAt(kProbe).rms();
+        });
+    }
+    succeeds([&] {
+        rx2PtMatchTm planar(a, b, 6);
+        (void)rfFitResidual(planar, a, b);
+        const rx2PTm same(planar);
+        promise(same.a2bParams()[6] == 0.0, "no perspective");
+        planar.concat(planar);
+        planar.append(rx2PtMatchTm(planar.a2bXform()));
+        (void)planar.a2b(rxRadian(0.5));
+        (void)planar.b2a(rxRadian(0.5));
+        planar.scale(input.number());
+        planar.reset();
+        planar.identity();
+    });
+    succeeds([&] { (void)rx2PTm(a, b).a2bParams(); });
     succeeds([&] { (void)rfPerspectiveConditioning(a, b); });
     succeeds([&] {
         const rx2PTm tm = rfFitPerspectiveNormalized(a, b);
@@ -185,7 +241,17 @@ void fitsOfSpace(FuzzInput& input) {
     std::vector<rxVector<3>> a(static_cast<std::size_t>(input.integer(0, 8)));
     std::vector<rxVector<3>> b(input.byte() < 16 ? 3 : a.size());
     for (auto& p : a) p = spacePoint(input);
-    for (auto& p : b) p = spacePoint(input);
+    const std::uint8_t how = input.byte();
+    const double factor = how < 100 ? 1.0 : 1.5;
+    for (std::size_t i = 0; i < b.size(); ++i) {
+        // Turned by a quarter, and mirrored at times.
+        if (how < 200 && i < a.size()) {
+            const double z = factor * (how % 2 == 0 ? a[i].z() : -a[i].z());
+            b[i] = {3.0 - factor * a[i].y(), factor * a[i].x() + 1.0, z + 0.01 * input.byte()};
+        } else {
+            b[i] = spacePoint(input);
+        }
+    }
     for (const auto fit : {rfFitRigid3D, rfFitSimilarity3D, rfFitAffine3D}) {
         succeeds([&] {
             const rx3PtMatchTm tm = fit(a, b);

@@ -81,6 +81,18 @@ class FuzzInput {
         return all;
     }
 
+    /// So many points scattered over +-bound, of a few bytes.
+    std::vector<rxVector<2>> cloud(long count, double bound) {
+        std::vector<rxVector<2>> all(static_cast<std::size_t>(count));
+        std::uint32_t state = static_cast<std::uint32_t>(integer(0, 65'535)) * 2U + 1U;
+        const auto next = [&] {
+            state = state * 1'664'525U + 1'013'904'223U;
+            return bound * (static_cast<double>(state >> 8U) / 8'388'608.0 - 1.0);
+        };
+        for (auto& p : all) p = {next(), next()};
+        return all;
+    }
+
     rxRange range() {
         switch (byte() % 4) {
             case 0:

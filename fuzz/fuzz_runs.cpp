@@ -10,8 +10,13 @@
 #include "fuzz_input.h"
 #include "fuzzers.h"
 #include "promise.h"
+#include "ptmatch/group_planner.h"
+#include "ptmatch/pose_group.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/run_cost.h"
+#include "ptmatch/tile_extent.h"
+#include "ptmatch/vote_kernel_choice.h"
+#include "ptmatch/vote_planner.h"
 #include "reference/reference_model.h"
 #include "reference/reference_run.h"
 
@@ -20,7 +25,7 @@ namespace {
 
 using Points = std::vector<rxVector<2>>;
 
-constexpr double kMostWork = 100'000;
+constexpr double kMostWork = 400'000;
 constexpr double kMostLatticePoints = 800;
 constexpr double kMostImageBytes = 1 << 22;
 
@@ -137,10 +142,50 @@ void runAndCompare(const rxPointMatcher& matcher, const Points& model,
                                 : reference::run(reference, data, params));
 }
 
+/// How a search is arranged: no arrangement changes what it finds.
+void arrangeSearch(FuzzInput& input) {
+    const auto& kernels = detail::voteKernels();
+    const auto kernel = static_cast<std::size_t>(input.byte()) % kernels.size();
+    detail::forceVoteKernel(kernels[kernel]->name);
+    detail::forceTileShape(
+        static_cast<int>(input.integer(-1, std::ssize(detail::kTileShapes) - 1)));
+    const std::uint8_t groups = input.byte();
+    const int shape = static_cast<int>(groups) % static_cast<int>(detail::kNumGroupShapes);
+    detail::forceGroupShape(groups < 64    ? detail::kNoGroups
+                            : groups < 128 ? detail::kEveryShapeInTurn
+                            : groups < 192 ? -1
+                                           : shape);
+}
+
+/// Many points, as wanted for what only large models need.
+void runOnClouds(FuzzInput& input) {
+    const Points model = input.cloud(input.integer(20, 120), 100.0);
+    Points data = input.cloud(input.integer(0, 60), 150.0);
+    const rxVector<2> shift = input.moderatePoint(50.0);
+    for (const auto& p : model) {
+        if (input.isEmpty() || input.byte() < 200) data.push_back(p + shift);
+    }
+    rxPointMatcherRunParams params(static_cast<double>(input.integer(40, 250)) / 250.0);
+    const double turn = static_cast<double>(input.integer(0, 60));
+    params.rotationUncertainty({rxDegree(-turn), rxDegree(turn)});
+    params.scaleUncertainty({-0.1, static_cast<double>(input.integer(0, 20)) / 100.0});
+    params.autoGridSize(input.byte() < 16);
+    params.gridSize(static_cast<double>(input.integer(6, 60)));
+    params.maxNumResults(input.integer(1, 5));
+    rxPointMatcher matcher;
+    matcher.train(model, rxPointMatcherDefs::eAutoDetect);
+    runAndCompare(matcher, model, {}, data, params);
+}
+
 }  // namespace
 
 void run(std::span<const std::uint8_t> bytes) {
     FuzzInput input(bytes);
+    arrangeSearch(input);
+    if (input.byte() % 4 == 0) {
+        runOnClouds(input);
+        return;
+    }
     const bool isExhaustive = input.byte() % 4 == 0;
     const bool isWeighted = input.byte() % 4 == 0;
     const rxPointMatcherRunParams params = runParams(input);
