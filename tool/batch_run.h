@@ -41,7 +41,7 @@ using TellShare = std::function<void(double)>;
 BatchEnd runBatch(std::size_t count, long jobs,
                   std::function<void(std::size_t, const TellShare&)> work);
 
-/// Ends the process at once, whatever threads are at work.
+/// Ends the process at once, whatever threads are at work; no file stays unfinished.
 [[noreturn]] void leaveThreads(int exitCode);
 
 /// What a batch ends with: kExitInterrupted; kExitBadInput when every piece failed, kExitSomeFailed

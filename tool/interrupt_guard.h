@@ -7,8 +7,8 @@ namespace ptmatch::tool {
 /// Exit code of a run that was interrupted: 128 plus the number of the signal, as shells report it.
 constexpr int kExitInterrupted = 130;
 
-/// While it lives, Ctrl-C (SIGINT) ends the process in good order; before and after, the signal
-/// does what it did. One at a time per process.
+/// While it lives, Ctrl-C (SIGINT) ends the process in good order; before, the signal does what it
+/// did, and after it that or what tidyUpOnSignals() says. One at a time per process.
 class InterruptGuard {
   public:
     enum class Way {
@@ -16,7 +16,7 @@ class InterruptGuard {
         /// Ctrl-C ends the process at once.
         kAskSearch,
         /// Ends the process with a message and kExitInterrupted from within the signal handler, for
-        /// searches that never check. Only while no output is being written.
+        /// searches that never check. Of outputs that are being written nothing stays.
         kExitAtOnce
     };
 

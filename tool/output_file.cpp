@@ -1,13 +1,16 @@
 #include "output_file.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
+#include "foundation/attention.h"
 #include "input_error.h"
 
 namespace ptmatch::tool {
@@ -19,14 +22,51 @@ namespace fs = std::filesystem;
     throw InputError(path + ": cannot be written: " + reason);
 }
 
-// True when every byte arrived and the file could be closed; errno tells the reason otherwise.
-bool writeBytes(const std::string& path, std::string_view text) {
-    errno = 0;
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file.close();
-    return !file.fail();
+// A signal that only asked the work to stop leaves the call undone.
+void checkInterruption() {
+    if (errno == EINTR) rxAttention::check();
 }
+
+/// A file that is open for writing.
+class OpenFile {
+  public:
+    OpenFile(const std::string& path, int flags) {
+        constexpr mode_t kForAll = 0666;  // less what the user's mask takes away
+        do {
+            descriptor_ = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | flags, kForAll);
+            if (descriptor_ < 0) checkInterruption();
+        } while (descriptor_ < 0 && errno == EINTR);
+    }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile() { close(); }
+
+    bool isOpen() const { return descriptor_ >= 0; }
+
+    // True when every byte arrived and the file could be closed; errno tells the reason otherwise.
+    bool writeWhole(std::string_view text) {
+        while (!text.empty()) {
+            const ssize_t count = ::write(descriptor_, text.data(), text.size());
+            if (count >= 0) {
+                text.remove_prefix(static_cast<std::size_t>(count));
+                continue;
+            }
+            checkInterruption();
+            if (errno != EINTR) return false;
+        }
+        return close();
+    }
+
+  private:
+    bool close() {
+        if (descriptor_ < 0) return true;
+        const int given = ::close(descriptor_);
+        descriptor_ = -1;
+        return given == 0 || errno == EINTR;
+    }
+
+    int descriptor_ = -1;
+};
 
 // Some links, those of open files, lead to a file and tell a name that it does not have any more.
 bool leadsElsewhere(const std::string& path, const std::string& target) {
@@ -37,6 +77,14 @@ bool leadsElsewhere(const std::string& path, const std::string& target) {
 bool isNoRegularFile(const std::string& path) {
     std::error_code ignored;
     return fs::exists(path, ignored) && !fs::is_regular_file(path, ignored);
+}
+
+// Short, so that it has room beside the longest name, and not one that occurred before.
+std::string unfinishedName(const std::string& target) {
+    static std::atomic<unsigned> number{0};
+    const std::string name =
+        ".ptmatch-" + std::to_string(::getpid()) + "-" + std::to_string(number++) + ".tmp";
+    return (fs::path(target).parent_path() / name).string();
 }
 
 }  // namespace
@@ -54,35 +102,59 @@ std::string fileBehindLinks(const std::string& path) {
     return target.string();
 }
 
+void requireNoStandardStream(const std::string& path) {
+    struct stat file = {};
+    if (::stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) return;
+    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+        struct stat stream = {};
+        if (::fstat(descriptor, &stream) != 0) continue;
+        if (stream.st_dev != file.st_dev || stream.st_ino != file.st_ino) continue;
+        failWrite(path, descriptor == STDOUT_FILENO ? "standard output goes to this file"
+                                                    : "standard error goes to this file");
+    }
+}
+
 PreparedFile::PreparedFile(const std::string& path, std::string_view text) : path_(path) {
     std::error_code ignored;
     if (fs::is_directory(path, ignored)) failWrite(path, "it is a directory");
+    requireNoStandardStream(path);
     // Renaming onto a link would put a file in its place, even in that of /dev/stdout.
     if (!isNoRegularFile(path)) target_ = fileBehindLinks(path);
     if (target_.empty() || leadsElsewhere(path, target_)) {
-        if (!writeBytes(path, text)) failWrite(path, std::strerror(errno));
-        return;
+        writeAtOnce_(text);
+    } else {
+        writeBeside_(text);
     }
-    const std::string unfinished = target_ + "." + std::to_string(::getpid()) + ".tmp";
-    if (!writeBytes(unfinished, text)) {
-        const std::string reason = std::strerror(errno);
-        fs::remove(unfinished, ignored);
-        failWrite(path, reason);
-    }
-    unfinished_ = unfinished;
 }
 
-PreparedFile::~PreparedFile() {
-    std::error_code ignored;
-    if (!unfinished_.empty()) fs::remove(unfinished_, ignored);
+void PreparedFile::writeAtOnce_(std::string_view text) {
+    OpenFile file(path_, O_TRUNC);
+    if (!file.isOpen() || !file.writeWhole(text)) failWrite(path_, std::strerror(errno));
+}
+
+// The name is given to signal handlers before there is a file. Nobody else's file is written to,
+// whoever has put it there, also as a link.
+void PreparedFile::writeBeside_(std::string_view text) {
+    tidyUpOnSignals();
+    do {
+        unfinished_.emplace(unfinishedName(target_));
+        OpenFile file(unfinished_->path(), O_CREAT | O_EXCL | O_NOFOLLOW);
+        if (file.isOpen()) {
+            if (!file.writeWhole(text)) failWrite(path_, std::strerror(errno));
+            return;
+        }
+        unfinished_->release();
+    } while (errno == EEXIST);
+    failWrite(path_, std::strerror(errno));
 }
 
 void PreparedFile::commit() {
-    if (unfinished_.empty()) return;
+    if (!unfinished_) return;
     std::error_code error;
-    fs::rename(unfinished_, target_, error);
+    fs::rename(unfinished_->path(), target_, error);
     if (error) failWrite(path_, error.message());
-    unfinished_.clear();
+    unfinished_->release();
+    unfinished_.reset();
 }
 
 }  // namespace ptmatch::tool

@@ -29,6 +29,7 @@ void requireSparedInputs(const std::vector<RoleOfFile>& outputs,
                          const std::vector<RoleOfFile>& inputs) {
     for (auto output = outputs.begin(); output != outputs.end(); ++output) {
         if (output->path.empty()) continue;
+        requireNoStandardStream(output->path);
         for (const RoleOfFile& input : inputs) {
             if (!isSameFile(output->path, input.path)) continue;
             throw InputError(output->name + ": " + output->path + " is " + input.name +

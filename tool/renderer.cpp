@@ -19,6 +19,7 @@
 #include "foundation/attention.h"
 #include "input_error.h"
 #include "number_text.h"
+#include "process_end.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -135,9 +136,11 @@ int run(const std::string& program, const Streams& streams) {
     std::array<char*, 4> arguments = {name.data(), format.data(), unlimited.data(), nullptr};
     const OwnGroup group;
     pid_t child = 0;
+    tidyUpOnSignals();
     const int error = ::posix_spawn(&child, program.c_str(), streams.get(), group.get(),
                                     arguments.data(), environ);
     if (error != 0) fail(std::string("cannot be started: ") + std::strerror(error));
+    const StartedProgram started(child);
     return exitCodeOf(child);
 }
 

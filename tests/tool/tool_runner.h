@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -109,9 +110,13 @@ class Tool : public testing::Test {
             ::open((folder_ / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
         if (file < 0 || ::dup2(file, target) < 0) ::_exit(125);
     }
-    // True once the process has installed a handler of its own for SIGINT.
+    // True once the program has installed a handler for SIGINT; those of the tests, which the
+    // process has until it becomes the program, do not count.
     static bool handlesInterrupt(pid_t process) {
-        std::ifstream status("/proc/" + std::to_string(process) + "/status");
+        const std::string folder = "/proc/" + std::to_string(process);
+        std::error_code ignored;
+        if (fs::equivalent(folder + "/exe", "/proc/self/exe", ignored)) return false;
+        std::ifstream status(folder + "/status");
         for (std::string line; std::getline(status, line);) {
             if (line.rfind("SigCgt:", 0) != 0) continue;
             const unsigned long long caught = std::stoull(line.substr(7), nullptr, 16);
