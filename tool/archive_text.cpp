@@ -7,6 +7,7 @@
 #include "match_report.h"
 #include "number_text.h"
 #include "result_table.h"
+#include "shown_text.h"
 #include "text_table.h"
 
 namespace ptmatch::tool {
@@ -165,7 +166,8 @@ ModelFigures figuresOf(const PointTable& table) {
 }
 
 std::string archiveText(const ArchiveContent& content) {
-    std::string text = content.file + ": " + countedText(content.records.size(), "record") + ", " +
+    std::string text = withoutControls(content.file) + ": " +
+                       countedText(content.records.size(), "record") + ", " +
                        countedText(content.bytes, "byte") + "\n";
     for (const ArchiveRecord& record : content.records) {
         const std::string table =

@@ -7,6 +7,26 @@ double degrees(const rxRadian& angle) {
     return rxDegree(angle).toDouble();
 }
 
+// Controls that JSON allows as they are, U+007F to U+009F, as "\u00xx": a terminal must not act on
+// the name of a file. They occur in strings only, and `text` is UTF-8.
+std::string withEscapedControls(const std::string& text) {
+    constexpr char kDelete = '\x7f';
+    constexpr char kLead = '\xc2';  // the second byte is the code
+    constexpr const char* kDigits = "0123456789abcdef";
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isLong = text[i] == kLead && static_cast<unsigned char>(text[i + 1]) < 0xa0;
+        if (text[i] != kDelete && !isLong) {
+            result += text[i];
+            continue;
+        }
+        const auto code = static_cast<unsigned char>(isLong ? text[++i] : text[i]);
+        result.append("\\u00").append(1, kDigits[code / 16]).append(1, kDigits[code % 16]);
+    }
+    return result;
+}
+
 }  // namespace
 
 Json vectorJson(const rxVector<2>& vector) {
@@ -32,7 +52,7 @@ Json rangeJson(const rxAngleRange& range) {
 }
 
 std::string jsonText(const Json& json) {
-    return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+    return withEscapedControls(json.dump(2, ' ', false, Json::error_handler_t::replace)) + "\n";
 }
 
 }  // namespace ptmatch::tool

@@ -23,6 +23,7 @@
 #include "result_json.h"
 #include "result_table.h"
 #include "scale_note.h"
+#include "shown_text.h"
 #include "vote_picture.h"
 #include "vote_text.h"
 #include "watched_search.h"
@@ -102,7 +103,7 @@ std::optional<VoteReport> lookAtVotes(const MatchOptions& options, const rxPoint
     const InterruptGuard guard(InterruptGuard::Way::kAskSearch);
     auto votes = reportOnVotes(matcher, report, options.voteFile);
     if (!votes) {
-        notes << "ptmatch: note: no votes were counted, and " << options.voteFile
+        notes << "ptmatch: note: no votes were counted, and " << withoutControls(options.voteFile)
               << " is not written: there are too few data points for --min-coverage, or no "
                  "translation is allowed near them"
               << std::endl;

@@ -14,6 +14,7 @@
 #include "interrupt_guard.h"
 #include "option_text.h"
 #include "renderer.h"
+#include "shown_text.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -178,8 +179,9 @@ void PictureOutput::noteStrayPoints(const std::vector<rxVector<2>>& points,
                                     std::ostream& notes) const {
     const auto isOnIt = [&](const rxVector<2>& point) { return photograph_->contains(point); };
     if (!photograph_ || std::any_of(points.begin(), points.end(), isOnIt)) return;
-    notes << "ptmatch: note: no point lies on " << photograph_->file << " (" << photograph_->width
-          << " x " << photograph_->height << " pixels): are the points its pixels?" << std::endl;
+    notes << "ptmatch: note: no point lies on " << withoutControls(photograph_->file) << " ("
+          << photograph_->width << " x " << photograph_->height
+          << " pixels): are the points its pixels?" << std::endl;
 }
 
 void PictureOutput::draw(const Draw& picture) {

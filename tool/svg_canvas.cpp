@@ -4,8 +4,10 @@
 #include <cmath>
 #include <cstddef>
 #include <initializer_list>
+#include <new>
 
 #include "number_text.h"
+#include "shown_text.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -62,23 +64,14 @@ SvgCanvas::Attributes edgeOf(const SvgCanvas::Attributes& attributes) {
     return edge;
 }
 
-// The number of bytes of the UTF-8 character that `text` begins with, 0 when it begins with none
-// that XML admits. Overlong forms and surrogates do not occur in practice and only their leading
-// byte is judged; every byte that follows must be a continuation.
-std::size_t characterLength(std::string_view text) {
+// As characterLength(), 0 also for what XML does not admit.
+std::size_t xmlCharacterLength(std::string_view text) {
     const auto lead = static_cast<unsigned char>(text.front());
-    if (lead < 0x80) return lead >= 0x20 || lead == '\t' || lead == '\n' ? 1 : 0;
-    const std::size_t length = lead >= 0xf5   ? 0
-                               : lead >= 0xf0 ? 4
-                               : lead >= 0xe0 ? 3
-                               : lead >= 0xc2 ? 2
-                                              : 0;
-    if (length > text.size()) return 0;
-    const auto follows = text.substr(1, length == 0 ? 0 : length - 1);
-    const bool sound = std::all_of(follows.begin(), follows.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
-    });
-    return sound ? length : 0;
+    const bool isControl = lead < 0x20 && lead != '\t' && lead != '\n';
+    const std::string_view start = text.substr(0, 3);
+    const bool isNoCharacter =
+        start == "\xef\xbf\xbe" || start == "\xef\xbf\xbf";  // U+FFFE, U+FFFF
+    return isControl || isNoCharacter ? 0 : characterLength(text);
 }
 
 }  // namespace
@@ -86,7 +79,7 @@ std::size_t characterLength(std::string_view text) {
 std::string xmlEscaped(std::string_view text) {
     std::string result;
     while (!text.empty()) {
-        const std::size_t length = characterLength(text);
+        const std::size_t length = xmlCharacterLength(text);
         if (length == 0) {
             result += '?';
             text.remove_prefix(1);
@@ -117,8 +110,13 @@ SvgCanvas::Group SvgCanvas::group(const Attributes& attributes) {
     return Group(*this);
 }
 
-void SvgCanvas::endGroup() {
-    body_ += "</g>\n";
+// Called by a destructor, perhaps because memory ran out: it cannot throw, finished() does.
+void SvgCanvas::endGroup() noexcept {
+    try {
+        body_ += "</g>\n";
+    } catch (const std::bad_alloc&) {
+        isCut_ = true;
+    }
 }
 
 void SvgCanvas::circle(const rxVector<2>& center, double radius, const Attributes& attributes,
@@ -204,6 +202,7 @@ void SvgCanvas::clipRectangle(std::string_view id, const rxVector<2>& corner, do
 }
 
 std::string SvgCanvas::finished() const {
+    if (isCut_) throw std::bad_alloc();
     const std::string width = pageNumber(width_);
     const std::string height = pageNumber(height_);
     std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";

@@ -68,14 +68,16 @@ class SvgCanvas {
     void clipRectangle(std::string_view id, const rxVector<2>& corner, double width, double height);
 
     /// The whole picture.
+    /// @throws std::bad_alloc  now or in one of the calls before.
     std::string finished() const;
 
   private:
-    void endGroup();
+    void endGroup() noexcept;
     void open(std::string_view name, const Attributes& geometry, const Attributes& attributes);
     void closeWithHint(std::string_view name, std::string_view hint);
 
     std::string body_;
+    bool isCut_ = false;  // memory ran out where a group ends
     bool isEdging_ = false;
     double width_;
     double height_;
