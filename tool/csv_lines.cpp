@@ -61,6 +61,20 @@ std::string joined(const CsvFields& fields) {
     return text;
 }
 
+// Each of these in a line would hide what follows it, or stand in a column that is not looked at.
+void requireWholeText(std::string_view line, const CsvPlace& place) {
+    constexpr std::size_t kLongestLine = std::size_t{1} << 20;
+    if (line.size() > kLongestLine) place.fail("a line of more than 1 MiB");
+    if (line.find('\0') != std::string_view::npos) {
+        place.fail(
+            "holds a byte 0: no table, one that was not written to its end, or text that is not "
+            "UTF-8");
+    }
+    if (line.find('\r') != std::string_view::npos) {
+        place.fail("lines must end with LF or CR LF, found CR alone");
+    }
+}
+
 }  // namespace
 
 void CsvPlace::fail(const std::string& message) const {
@@ -89,17 +103,17 @@ void forEachCsvLine(std::string_view text, const std::string& name,
         text.remove_prefix(kByteOrderMark.size());
     }
     CsvPlace place{name};
-    const std::string_view visible = trimmed(text);
-    if (visible.find('\r') != std::string_view::npos &&
-        visible.find('\n') == std::string_view::npos) {
+    const std::string_view start = text.substr(0, 2);
+    if (start == "\xff\xfe" || start == "\xfe\xff") {
         place.line = 1;
-        place.fail("lines must end with LF or CR LF, found CR alone");
+        place.fail("is UTF-16; save it as UTF-8");
     }
     while (!text.empty()) {
         const auto end = text.find('\n');
         const std::string_view line = trimmed(text.substr(0, end));
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
         ++place.line;
+        requireWholeText(line, place);
         if (line.empty() || line.front() == '#') continue;
         use(splitFields(line, place), place);
     }
@@ -140,6 +154,11 @@ double csvCoordinate(const CsvFields& fields, std::size_t column, const std::str
         failCsvField(place, "a finite number", column, columnName, fields[column]);
     }
     return *value;
+}
+
+void requireRoomInTable(std::size_t count, const CsvPlace& place) {
+    if (count < kLargestTable) return;
+    place.fail("more than " + std::to_string(kLargestTable) + " lines of numbers");
 }
 
 void requireCsvColumns(const CsvFields& fields, std::size_t count, const CsvPlace& place) {

@@ -32,11 +32,18 @@ constexpr auto kDecimalCommaHint = " (numbers need a decimal point, not a comma)
 /// @param count  how many columns there should be
 std::string likelyCause(const CsvFields& fields, std::size_t count);
 
+/// Most points, or pairs, of a table: a trained file of as many is no larger than what is read.
+constexpr std::size_t kLargestTable = 10'000'000;
+
+/// @throws InputError  the table has `count` points or pairs already, and may have no more.
+void requireRoomInTable(std::size_t count, const CsvPlace& place);
+
 /// Calls `use` for every line of `text` that is neither blank nor begins with '#', in order; a byte
 /// order mark and CR LF line ends are fine.
 /// @param name  what messages call the table
 /// @throws InputError  the columns are separated by something else than commas, or the lines by CR
-///                     alone; and what `use` throws.
+///                     alone, also some of them; a line of more than 1 MiB; a byte 0, as in UTF-16
+///                     and in files that were not written to their end; and what `use` throws.
 void forEachCsvLine(std::string_view text, const std::string& name,
                     const std::function<void(const CsvFields&, const CsvPlace&)>& use);
 

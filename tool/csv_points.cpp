@@ -53,6 +53,7 @@ Columns columnsWithoutHeader(const CsvFields& fields, const CsvPlace& place) {
 void appendPoint(PointTable& table, const CsvFields& fields, const Columns& columns,
                  const CsvPlace& place) {
     requireCsvColumns(fields, columns.count, place);
+    requireRoomInTable(table.points.size(), place);
     const double x = csvCoordinate(fields, columns.x, "x", place);
     const double y = csvCoordinate(fields, columns.y, "y", place);
     if (columns.weight) {

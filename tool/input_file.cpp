@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -13,10 +14,16 @@
 namespace ptmatch::tool {
 
 std::string readInputFile(const std::string& path, const std::string& expected) {
-    constexpr std::size_t kLargestFile = std::size_t{256} << 20;
-    std::error_code ignored;
-    if (std::filesystem::is_directory(path, ignored)) {
+    constexpr const char* kTooLarge = ": is larger than 256 MiB";
+    namespace fs = std::filesystem;
+    std::error_code error;
+    if (fs::is_directory(path, error)) {
         throw InputError(path + ": is a directory, expected " + expected);
+    }
+    // Most files tell their size, which spares the time and the memory; some of /proc say 0.
+    if (fs::is_regular_file(path, error)) {
+        const std::uintmax_t size = fs::file_size(path, error);
+        if (!error && size > kLargestInput) throw InputError(path + kTooLarge);
     }
     errno = 0;
     std::ifstream file(path, std::ios::binary);
@@ -26,7 +33,7 @@ std::string readInputFile(const std::string& path, const std::string& expected) 
     while (file.read(block.data(), static_cast<std::streamsize>(block.size())) ||
            file.gcount() > 0) {
         text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-        if (text.size() > kLargestFile) throw InputError(path + ": is larger than 256 MiB");
+        if (text.size() > kLargestInput) throw InputError(path + kTooLarge);
     }
     if (file.bad()) throw InputError(path + ": cannot be read to its end");
     return text;

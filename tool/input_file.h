@@ -1,8 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace ptmatch::tool {
+
+/// Most bytes of a file that is read.
+constexpr std::size_t kLargestInput = std::size_t{256} << 20;
 
 /// Everything in the file at `path`, up to 256 MiB: a device that never ends must not eat the
 /// memory.

@@ -70,6 +70,10 @@ std::string readUntrained(const std::string& path, const std::string& expected) 
 void requireNoForeignFile(std::string_view bytes, const std::string& name,
                           const std::string& expected) {
     constexpr std::size_t kLookedAt = 512;
+    const std::string_view start = bytes.substr(0, 2);
+    if (start == "\xff\xfe" || start == "\xfe\xff") {
+        throw InputError(name + ": is UTF-16 text; save it as UTF-8");
+    }
     const bool isGreyMap = bytes.substr(0, 2) == "P5";
     if (isGreyMap || bytes.substr(0, kLookedAt).find('\0') == std::string_view::npos) return;
     throw InputError(name + ": is neither " + expected + " nor a trained matcher");

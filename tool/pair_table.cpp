@@ -88,6 +88,7 @@ Columns columnsWithoutHeader(const CsvFields& fields, std::size_t dimensions,
 void appendPair(PairTable& table, const CsvFields& fields, const Columns& columns,
                 const CsvPlace& place) {
     requireCsvColumns(fields, columns.count, place);
+    requireRoomInTable(table.a.size(), place);
     const auto pointFrom = [&](std::size_t first) {
         Coordinates point{};
         for (std::size_t k = 0; k < table.dimensions; ++k) {

@@ -124,6 +124,10 @@ std::vector<rxPair<long>> greyMapPositions(std::string_view text, const std::str
 }
 
 std::vector<rxPair<long>> textPositions(std::string_view text, const std::string& name) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
     std::vector<rxPair<long>> positions;
     for (long row = 0; !text.empty(); ++row) {
         const auto end = text.find('\n');

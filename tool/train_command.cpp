@@ -35,9 +35,10 @@ void noteUnknownGridSize(const ArchiveContent& content, std::ostream& notes) {
         const auto* const matcher = std::get_if<MatcherContent>(&record.content);
         if (matcher == nullptr || !matcher->defaultGridSize) continue;
         if (std::isfinite(*matcher->defaultGridSize)) continue;
-        notes << "ptmatch: note: every point coincides with another one; match will need "
-                 "--grid-size"
-              << std::endl;
+        notes
+            << "ptmatch: note: every point coincides with another one, or their distances are too "
+               "small or too large for numbers; match will need --grid-size"
+            << std::endl;
     }
 }
 
