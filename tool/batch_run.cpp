@@ -8,6 +8,8 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -17,6 +19,7 @@
 #include "input_error.h"
 #include "interrupt_guard.h"
 #include "number_text.h"
+#include "process_end.h"
 #include "progress_watch.h"
 #include "text_table.h"
 
@@ -59,12 +62,17 @@ class PieceShare {
     double told_ = 0.0;
 };
 
-void finish(Work& work, PieceShare& share, std::size_t index, Fate fate, const std::string& error) {
+void finish(Work& work, PieceShare& share, std::size_t index, Fate fate,
+            std::string_view error) noexcept {
     const std::lock_guard lock(work.mutex);
     share.tellLocked(0.0);
     work.fates[index] = fate;
-    work.errors[index] = error;
     ++work.numFinished;
+    try {
+        work.errors[index] = error;
+    } catch (const std::bad_alloc&) {
+        work.errors[index].clear();  // the data set has failed, with or without a reason
+    }
 }
 
 void doPieces(Work& work) {
@@ -77,8 +85,10 @@ void doPieces(Work& work) {
             finish(work, share, index, Fate::kDone, {});
         } catch (const rxAttention::Interrupted&) {
             return;
+        } catch (const std::bad_alloc&) {
+            finish(work, share, index, Fate::kFailed, kNotEnoughMemory);
         } catch (const std::exception& error) {
-            finish(work, share, index, Fate::kFailed, std::string(trimmed(error.what())));
+            finish(work, share, index, Fate::kFailed, trimmed(error.what()));
         }
     }
 }
@@ -156,6 +166,7 @@ BatchEnd runBatch(std::size_t count, long jobs,
 }
 
 void leaveThreads(int exitCode) {
+    tidyUp();
     std::_Exit(exitCode);
 }
 

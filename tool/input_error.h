@@ -11,4 +11,8 @@ class InputError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// What is said where memory runs out, which ends the tool, or a data set of a batch, as bad input
+/// does.
+constexpr auto kNotEnoughMemory = "not enough memory for this input";
+
 }  // namespace ptmatch::tool

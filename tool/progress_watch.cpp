@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -100,7 +101,11 @@ void ProgressWatch::keepUpToDate_() {
         pause = kNext;
         const std::chrono::duration<double> elapsed = Clock::now() - start;
         lineShown.store(true);
-        put(kErase + lineAfter_(elapsed.count()));
+        try {
+            put(kErase + lineAfter_(elapsed.count()));
+        } catch (const std::bad_alloc&) {
+            // Work that needs the memory goes on without a line.
+        }
     }
 }
 
