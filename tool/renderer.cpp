@@ -13,8 +13,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "foundation/attention.h"
 #include "input_error.h"
@@ -80,14 +82,37 @@ class Streams {
     posix_spawn_file_actions_t actions_{};
 };
 
+/// While it lives, this thread does not receive the signals that end the process: a program that
+/// was started and is not known yet would stay.
+class HeldSignals {
+  public:
+    HeldSignals() {
+        sigset_t held;
+        ::sigemptyset(&held);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) ::sigaddset(&held, signal);
+        ::pthread_sigmask(SIG_BLOCK, &held, &before_);
+    }
+    ~HeldSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    HeldSignals(const HeldSignals&) = delete;
+    HeldSignals& operator=(const HeldSignals&) = delete;
+
+    const sigset_t& before() const { return before_; }
+
+  private:
+    sigset_t before_{};
+};
+
 /// A process to be started leads a group of its own: Ctrl-C in a terminal goes to the whole group
 /// of the tool, which ends the process itself.
 class OwnGroup {
   public:
-    OwnGroup() {
+    /// @param signals  those that are held in the process
+    explicit OwnGroup(const sigset_t& signals) {
+        constexpr int kFlags = POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK;
         ::posix_spawnattr_init(&attributes_);
-        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETPGROUP);
+        ::posix_spawnattr_setflags(&attributes_, kFlags);
         ::posix_spawnattr_setpgroup(&attributes_, 0);
+        ::posix_spawnattr_setsigmask(&attributes_, &signals);
     }
     ~OwnGroup() { ::posix_spawnattr_destroy(&attributes_); }
     OwnGroup(const OwnGroup&) = delete;
@@ -134,13 +159,15 @@ int run(const std::string& program, const Streams& streams) {
     std::string format = "--format=png";
     std::string unlimited = "--unlimited";  // a photograph is more than it takes otherwise
     std::array<char*, 4> arguments = {name.data(), format.data(), unlimited.data(), nullptr};
-    const OwnGroup group;
+    std::optional<HeldSignals> held(std::in_place);
+    const OwnGroup group(held->before());
     pid_t child = 0;
     tidyUpOnSignals();
     const int error = ::posix_spawn(&child, program.c_str(), streams.get(), group.get(),
                                     arguments.data(), environ);
     if (error != 0) fail(std::string("cannot be started: ") + std::strerror(error));
     const StartedProgram started(child);
+    held.reset();
     return exitCodeOf(child);
 }
 
