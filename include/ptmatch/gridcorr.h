@@ -189,6 +189,15 @@ class PTMATCH_EXPORT rx_PointToGridCorresponderResultSet {
     /// No results, time 0.
     rx_PointToGridCorresponderResultSet() = default;
 
+    rx_PointToGridCorresponderResultSet(const rx_PointToGridCorresponderResultSet&) = default;
+    rx_PointToGridCorresponderResultSet(rx_PointToGridCorresponderResultSet&&) noexcept = default;
+    /// When memory runs out, the set is what it was.
+    rx_PointToGridCorresponderResultSet& operator=(
+        const rx_PointToGridCorresponderResultSet& other);
+    rx_PointToGridCorresponderResultSet& operator=(rx_PointToGridCorresponderResultSet&&) noexcept =
+        default;
+    ~rx_PointToGridCorresponderResultSet() = default;
+
     /// Seconds that the last run took.
     double time() const { return time_; }
     /// The placements, best first.

@@ -11,6 +11,10 @@
 #include "foundation/xform.h"
 #include "ptmatch/point_matcher_defs.h"
 
+namespace ptmatch::detail {
+struct MatcherAccess;
+}
+
 /// One pose that a run of `rxPointMatcher` found: where the model lies in the data, and which data
 /// point each model point was matched to.
 ///
@@ -26,6 +30,13 @@ class PTMATCH_EXPORT rxPointMatcherResult {
   public:
     /// The identity pose with an empty map, coverage and error 0, mode `ePointToPoint`.
     rxPointMatcherResult() = default;
+
+    rxPointMatcherResult(const rxPointMatcherResult&) = default;
+    rxPointMatcherResult(rxPointMatcherResult&&) noexcept = default;
+    /// When memory runs out, the result is what it was.
+    rxPointMatcherResult& operator=(const rxPointMatcherResult& other);
+    rxPointMatcherResult& operator=(rxPointMatcherResult&&) noexcept = default;
+    ~rxPointMatcherResult() = default;
 
     /// The method that found the result: `ePointToPoint`, `ePointToGrid` or `eExhaustiveMode`.
     rxPointMatcherDefs::Mode runMode() const { return runMode_; }
@@ -83,6 +94,13 @@ class PTMATCH_EXPORT rxPointMatcherResultSet {
     /// No results, time 0.
     rxPointMatcherResultSet() = default;
 
+    rxPointMatcherResultSet(const rxPointMatcherResultSet&) = default;
+    rxPointMatcherResultSet(rxPointMatcherResultSet&&) noexcept = default;
+    /// When memory runs out, the set is what it was.
+    rxPointMatcherResultSet& operator=(const rxPointMatcherResultSet& other);
+    rxPointMatcherResultSet& operator=(rxPointMatcherResultSet&&) noexcept = default;
+    ~rxPointMatcherResultSet() = default;
+
     /// The results: highest coverage first, smaller fit error first where the coverage is equal. Of
     /// a sparse grid pattern: in the order of the coverage that the search of its points had.
     const std::vector<rxPointMatcherResult>& results() const { return results_; }
@@ -98,6 +116,7 @@ class PTMATCH_EXPORT rxPointMatcherResultSet {
 
   private:
     friend class rxPointMatcher;
+    friend struct ptmatch::detail::MatcherAccess;
 
     std::vector<rxPointMatcherResult>& getResults_() { return results_; }
     void setTime_(double seconds) { time_ = seconds; }

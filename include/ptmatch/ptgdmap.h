@@ -93,6 +93,13 @@ class PTMATCH_EXPORT rxPtToGridMapResult {
     /// Not valid, the identity, an empty map, time 0.
     rxPtToGridMapResult() = default;
 
+    rxPtToGridMapResult(const rxPtToGridMapResult&) = default;
+    rxPtToGridMapResult(rxPtToGridMapResult&&) noexcept = default;
+    /// When memory runs out, the result is what it was.
+    rxPtToGridMapResult& operator=(const rxPtToGridMapResult& other);
+    rxPtToGridMapResult& operator=(rxPtToGridMapResult&&) noexcept = default;
+    ~rxPtToGridMapResult() = default;
+
     /// Whether at least 3 points were assigned. Only then was `grid2point` fitted.
     bool valid() const { return valid_; }
 

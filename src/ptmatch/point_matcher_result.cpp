@@ -25,6 +25,14 @@ void serializeMode(rxArchive& ar, rxPointMatcherDefs::Mode& mode) {
 
 }  // namespace
 
+rxPointMatcherResult& rxPointMatcherResult::operator=(const rxPointMatcherResult& other) {
+    return *this = rxPointMatcherResult(other);
+}
+
+rxPointMatcherResultSet& rxPointMatcherResultSet::operator=(const rxPointMatcherResultSet& other) {
+    return *this = rxPointMatcherResultSet(other);
+}
+
 const std::vector<long>& rxPointMatcherResult::modelToDataMap() const {
     if (runMode_ != rxPointMatcherDefs::ePointToPoint &&
         runMode_ != rxPointMatcherDefs::eExhaustiveMode) {

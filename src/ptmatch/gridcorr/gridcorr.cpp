@@ -19,6 +19,11 @@ rxPelBuffer<unsigned char> deepCopy(const rxPelBuffer<unsigned char>& image) {
 
 }  // namespace
 
+rx_PointToGridCorresponderResultSet& rx_PointToGridCorresponderResultSet::operator=(
+    const rx_PointToGridCorresponderResultSet& other) {
+    return *this = rx_PointToGridCorresponderResultSet(other);
+}
+
 rx_PointToGridCorresponder::rx_PointToGridCorresponder(const rx_PointToGridCorresponder& other)
     : trainParams_(other.trainParams_),
       pattern_(deepCopy(other.pattern_)),

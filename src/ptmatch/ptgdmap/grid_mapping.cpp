@@ -80,6 +80,10 @@ long GridMapping::map() {
 
 }  // namespace ptmatch::detail
 
+rxPtToGridMapResult& rxPtToGridMapResult::operator=(const rxPtToGridMapResult& other) {
+    return *this = rxPtToGridMapResult(other);
+}
+
 long rfPtToGridMap(const std::vector<rxVector<2>>& points, const rxPtToGridMapRunParams& params,
                    rxPtToGridMapResult& result) {
     return ptmatch::detail::GridMapping(points, params, result).run();
