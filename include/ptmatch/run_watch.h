@@ -63,6 +63,8 @@ class PTMATCH_EXPORT rxDeadlinePassed : public rxAttention::Interrupted {
 ///         left as that leaves it.
 /// @throws rxPointMatcherDefs::BadParams  a limit or an interval is negative or not a number.
 /// @throws whatever `run` and `onProgress` throw.
+/// After an exception the result set is left as `run` leaves it; as it was, when the limits are
+/// refused; and with the results of the run, when `onProgress` throws at the end of it.
 /// Cost: that of the run and of `rfRunCost`, and a look at the clock for each lattice point.
 PTMATCH_EXPORT void rfRunWatched(const rxPointMatcher& matcher,
                                  const std::vector<rxVector<2>>& data,

@@ -4,7 +4,7 @@
 
 namespace ptmatch::detail {
 
-/// What the additions beside the matcher read of it; they change nothing.
+/// What the additions beside the matcher read of it; they change nothing of it.
 struct MatcherAccess {
     /// The model that is searched for as points, or null: that of the matcher, in grid mode that of
     /// a sparse pattern.
@@ -26,6 +26,11 @@ struct MatcherAccess {
     /// @throws rxPointMatcherDefs::NotTrained, BadParams  as `run` does in grid mode.
     static void requireRunnableGrid(const rxPointMatcher& matcher) {
         matcher.requireRunnableGrid_();
+    }
+
+    /// As a run does before anything else; the time stays.
+    static void emptyResults(rxPointMatcherResultSet& resultSet) {
+        resultSet.getResults_().clear();
     }
 };
 

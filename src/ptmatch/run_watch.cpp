@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "foundation/thread_watch.h"
+#include "ptmatch/matcher_access.h"
 #include "ptmatch/run_cost.h"
 
 namespace {
@@ -88,7 +89,7 @@ void checkLimits(const rxRunLimits& limits) {
     }
 }
 
-/// 0 for arguments that the run refuses: it says so itself, with an emptied result set.
+/// 0 for arguments that the run refuses: it says so itself.
 std::int64_t numLatticePointsOf(const rxPointMatcher& matcher, const std::vector<rxVector<2>>& data,
                                 const rxPointMatcherRunParams& params) {
     try {
@@ -123,6 +124,8 @@ void rfRunWatched(const rxPointMatcher& matcher, const std::vector<rxVector<2>>&
                   const rxPointMatcherRunParams& params, rxPointMatcherResultSet& resultSet,
                   const rxRunLimits& limits) {
     checkLimits(limits);
+    // As the run would: what fails before it leaves no earlier results, either.
+    ptmatch::detail::MatcherAccess::emptyResults(resultSet);
     const Clock::time_point start = Clock::now();
     Watch watch(limits, start, numLatticePointsOf(matcher, data, params));
     {
