@@ -41,8 +41,9 @@
 /// The functions of ptmatch/perspective_fit.h and ptmatch/affine_approximation.h have none of these
 /// limits but the last, which they report; they return the same class.
 ///
-/// A plain value, also in what it accumulated. Const members may be called by any number of threads
-/// at once; mapping a point does not allocate.
+/// A plain value, also in what it accumulated. When memory runs out, the object is what it was, but
+/// for `fit(a, b)`. Const members may be called by any number of threads at once; mapping a point
+/// does not allocate.
 class PTMATCH_EXPORT rx2PTm {
   public:
     /// Two sequences of points differ in length.

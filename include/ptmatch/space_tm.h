@@ -32,8 +32,9 @@
 /// 5e-9; at 1e6, to 0.013 and 0.005. The functions of ptmatch/space_fit.h fit about the means and
 /// return the same class.
 ///
-/// A plain value, also in what it accumulated. Const members may be called by any number of threads
-/// at once; mapping a point does not allocate.
+/// A plain value, also in what it accumulated. When memory runs out, the object is what it was, but
+/// for `fit(a, b)`. Const members may be called by any number of threads at once; mapping a point
+/// does not allocate.
 class PTMATCH_EXPORT rx3PtMatchTm {
   public:
     /// Two sequences of points differ in length.

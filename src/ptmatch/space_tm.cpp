@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -184,8 +185,14 @@ void rx3PtMatchTm::sync_() {
 }
 
 void rx3PtMatchTm::adopt_(const Params& a2b) {
+    const Params before = a2bParams_;
     a2bParams_ = a2b;
-    sync_();
+    try {
+        sync_();
+    } catch (const std::bad_alloc&) {
+        a2bParams_ = before;  // unlike a singular transform, which stays
+        throw;
+    }
 }
 
 void rx3PtMatchTm::turn_(const std::array<double, 9>& matrix) {
