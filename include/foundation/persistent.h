@@ -73,6 +73,8 @@ class PTMATCH_EXPORT rxPersistent {
 /// Passes the record of an object whose class both sides know; no class name is recorded. Within an
 /// operation on this archive the record is part of it, otherwise it is an operation of its own.
 /// @throws rxArchive::Errors: records nested deeper than rxArchive::kMaxNesting (a cycle, for one).
+/// The exceptions of this library keep what they held when their load fails; but when memory runs
+/// out, they may hold the record already.
 PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPersistent& object);
 
 /// One entry of the type registry: how to make an empty object of a class, by the name that stands

@@ -10,7 +10,7 @@
 
 /// Stores records into a stream opened in binary mode, which must outlive the archive. It writes
 /// through the stream's buffer and does not flush: a medium that is full may show only when the
-/// caller does.
+/// caller does. A stream that finds no memory for what it is to take is a medium that failed, too.
 class PTMATCH_EXPORT rxStreamStoreArchive : public rxArchive {
   public:
     /// Stores from where the stream stands.

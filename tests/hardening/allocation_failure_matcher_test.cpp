@@ -82,7 +82,8 @@ FaultScenario manyScalesScenario() {
     FaultTable<MatcherRun> table = runTable(Training::eByVotes);
     table.prepare = [](MatcherRun& run) {
         prepare(run, Training::eByVotes);
-        run.params.scaleUncertainty(rxRange(-0.05, 0.0));
+        run.params.scaleUncertainty(rxRange(-0.2, 0.2));
+        run.params.rotationUncertainty(rxAngleRange(rxDegree(2), rxDegree(6)));
         run.params.autoGridSize(false);
         run.params.gridSize(2.0);
         run.params.autoCaptureRange(false);
@@ -371,6 +372,7 @@ Scenarios questionScenarios() {
         all.push_back(questionScenario("WhyNothing", training, [](MatcherRun& run) {
             rxPointMatcherRunParams params = run.params;
             params.rotationUncertainty(rxAngleRange(rxDegree(44), rxDegree(46)));
+            narrowTranslations(params);
             return rfWhyNot(run.matcher, run.data, params);
         }));
         all.push_back(questionScenario("SummaryOfResults", training, [](MatcherRun& run) {

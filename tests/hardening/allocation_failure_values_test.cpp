@@ -414,6 +414,15 @@ ByteVector recordOf(const rxPersistent& object) {
     return ar.takeStored();
 }
 
+/// Another one of the class.
+template <class Exception>
+Exception exceptionLike(const Exception& /*exception*/) {
+    return Exception(std::string(30, 'o'));
+}
+rxArchive::UnknownVersion exceptionLike(const rxArchive::UnknownVersion& /*exception*/) {
+    return {nullptr, 3};
+}
+
 template <class Exception>
 void addException(Table& all, const std::string& name, const Exception& exception) {
     FaultTable<Thrown> store;
@@ -436,6 +445,27 @@ void addException(Table& all, const std::string& name, const Exception& exceptio
     };
     load.outcome = [](const Thrown& thrown) { return recordOf(*thrown.loaded); };
     all.push_back(load.named("Load" + name));
+
+    // In place of another one: memory may run out when the record has been taken over already.
+    const ByteVector older = recordOf(exceptionLike(exception));
+    FaultTable<Thrown> over = store;
+    over.prepare = [exception](Thrown& thrown) {
+        thrown.exception = std::make_shared<Exception>(exceptionLike(exception));
+        Exception newer = exception;
+        rxMemoryStoreArchive ar;
+        ar || newer;
+        thrown.record = ar.takeStored();
+    };
+    over.call = [](Thrown& thrown) {
+        rxMemoryLoadArchive ar(thrown.record);
+        ar || *thrown.exception;
+    };
+    over.outcome = store.left;
+    over.left = [older, newer = recordOf(exception)](const Thrown& thrown) {
+        const ByteVector now = recordOf(*thrown.exception);
+        return stored(now == older || now == newer);
+    };
+    all.push_back(over.named("LoadOver" + name));
 
     FaultTable<Thrown> copy = store;
     copy.call = [](Thrown& thrown) {

@@ -5,8 +5,6 @@
 #include <exception>
 #include <new>
 #include <optional>
-#include <random>
-#include <string_view>
 
 #include "foundation/archive.h"
 #include "support/allocation_meter.h"
@@ -15,34 +13,8 @@ namespace ptmatch::testing {
 
 namespace {
 
-// Of the allocations of a long call, these are always tried.
-constexpr std::size_t kFirst = 300;
-constexpr std::size_t kLast = 100;
-constexpr std::size_t kBetween = 100;
-
-bool isFullSweep() {
-    const char* wanted = std::getenv("PTMATCH_ALLOCATION_FAILURES");
-    return wanted != nullptr && std::string_view(wanted) == "all";
-}
-
-/// The numbers of allocations that succeed before one fails, ascending.
-std::vector<std::size_t> chosenOf(std::size_t count) {
-    std::vector<std::size_t> chosen;
-    if (isFullSweep() || count <= kFirst + kBetween + kLast) {
-        for (std::size_t n = 0; n < count; ++n) chosen.push_back(n);
-        return chosen;
-    }
-    for (std::size_t n = 0; n < kFirst; ++n) chosen.push_back(n);
-    // One of each of as many stretches between the first and the last.
-    std::mt19937 random(19);
-    const std::size_t between = count - kFirst - kLast;
-    for (std::size_t k = 0; k < kBetween; ++k) {
-        const std::size_t begin = kFirst + between * k / kBetween;
-        const std::size_t end = kFirst + between * (k + 1) / kBetween;
-        chosen.push_back(begin + random() % (end - begin));
-    }
-    for (std::size_t n = count - kLast; n < count; ++n) chosen.push_back(n);
-    return chosen;
+bool isToReport() {
+    return std::getenv("PTMATCH_FAULT_REPORT") != nullptr;
 }
 
 enum class Ending { eSucceeded, eBadAlloc, eArchiveErrors };
@@ -117,8 +89,7 @@ class Sweep {
 void expectToWithstandAllocationFailures(const FaultScenario& scenario) {
     Sweep sweep(scenario);
     EXPECT_EQ(sweep.count() > 0, scenario.takesMemory) << sweep.count() << " allocations";
-    const std::vector<std::size_t> chosen = chosenOf(sweep.count());
-    for (const std::size_t n : chosen) {
+    for (std::size_t n = 0; n < sweep.count(); ++n) {
         for (const std::size_t failures : {AllocationFailure::kAllLater, std::size_t{1}}) {
             SCOPED_TRACE("allocation " + std::to_string(n) + " of " +
                          std::to_string(sweep.count()) +
@@ -127,9 +98,9 @@ void expectToWithstandAllocationFailures(const FaultScenario& scenario) {
             if (::testing::Test::HasFailure()) return;
         }
     }
-    if (!isFullSweep()) return;
+    if (!isToReport()) return;
     std::printf("%-44s %6zu allocations %7zu tries %7zu failures %5zu done without\n",
-                scenario.name.c_str(), sweep.count(), 2 * chosen.size(), sweep.numInjected(),
+                scenario.name.c_str(), sweep.count(), 2 * sweep.count(), sweep.numInjected(),
                 sweep.numSurvived());
 }
 

@@ -10,8 +10,7 @@ namespace ptmatch::testing {
 /// again, with memory, and its outcome compared with that of an undisturbed one; and when all is
 /// gone, no block of memory may be.
 ///
-/// Of a call of many allocations some are left out; with PTMATCH_ALLOCATION_FAILURES=all in the
-/// environment none is, and a line is printed that tells how many failed.
+/// With PTMATCH_FAULT_REPORT in the environment a line is printed that tells how many failed.
 void expectToWithstandAllocationFailures(const FaultScenario& scenario);
 
 }  // namespace ptmatch::testing

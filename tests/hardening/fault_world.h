@@ -148,6 +148,12 @@ inline void prepare(MatcherRun& ready, Training training) {
     ready.found = earlierResults();
 }
 
+/// To a few steps around where the data are: what looks for all that can be there soon has it.
+inline void narrowTranslations(rxPointMatcherRunParams& params) {
+    params.xTranslationUncertainty(rxRange(95, 105));
+    params.yTranslationUncertainty(rxRange(45, 55));
+}
+
 /// The seconds in a set of which a run that failed late has emptied the results.
 inline double timeLeftByFailure(Training training) {
     return isGrid(training) ? 0.0 : 7.5;
