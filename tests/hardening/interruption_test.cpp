@@ -52,7 +52,7 @@ class Host {
         EXPECT_EQ(rxAttention::setHandler(&pollOfHost), nullptr);
     }
     ~Host() {
-        // What was put in its place meanwhile has been taken away again.
+        // Nobody has put another one in its place.
         EXPECT_EQ(rxAttention::setHandler(nullptr), &pollOfHost);
         rxAttention::clear();
     }
