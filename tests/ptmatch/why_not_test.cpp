@@ -175,6 +175,7 @@ TEST(WhyNot, OfGridModeTellsTheCoverageOrThatThereIsNoGrid) {
     EXPECT_EQ(half.reason, Why::eCoverage);
     EXPECT_NEAR(half.bestCoverage, 0.5, 0.01);
     EXPECT_EQ(half.numReturned, 0);
+    EXPECT_GT(half.numCandidates, params.maxNumResults());
     const Points scattered = {{0, 0}, {400, 31}, {90, 777}};
     EXPECT_EQ(rfWhyNot(matcher, scattered, params).reason, Why::eNoCandidate);
     EXPECT_EQ(rfWhyNot(matcher, {}, params).reason, Why::eNothingToSearch);
