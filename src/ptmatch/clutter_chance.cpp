@@ -42,8 +42,9 @@ double logFactorial(double n) {
 /// ln of the probability of at least k of n events of probability p; 0 where k is not above the
 /// mean, a bound like the others.
 double logBinomialTail(double n, double k, double p) {
+    if (k > n) return -kInfinity;
     if (k <= n * p || p >= 1.0) return 0.0;
-    if (k > n || p <= 0.0) return -kInfinity;
+    if (p <= 0.0) return -kInfinity;
     // The first term, k of n; the others relative to it, falling from there on.
     const double first = logFactorial(n) - logFactorial(k) - logFactorial(n - k) + k * std::log(p) +
                          (n - k) * std::log1p(-p);
@@ -93,9 +94,9 @@ double rfLog10FalseAlarms(const rxClutterScene& scene, double numMatched) {
         // Without data points nothing is met, also when one would meet all of the area.
         const double p =
             scene.numDataPoints > 0.0 ? -std::expm1(scene.numDataPoints * std::log1p(-share)) : 0.0;
-        const double log =
-            logCells(scene, d) + logBinomialTail(scene.numModelPoints, numMatched, p);
-        least = std::min(least, log);
+        const double tail = logBinomialTail(scene.numModelPoints, numMatched, p);
+        // What cannot be is not in any cell, be there more of them than a double counts.
+        least = std::min(least, tail == -kInfinity ? tail : logCells(scene, d) + tail);
     }
     return least / std::numbers::ln10;
 }
