@@ -85,7 +85,8 @@ struct PTMATCH_EXPORT rxCertainty {
 /// @param settings  what is known of the data; by default nothing is.
 /// @throws std::out_of_range  there is no such result.
 /// @throws rxPointMatcherDefs::NotTrained, BadParams  as `rfMatchedPairs` and the run; BadParams
-///         also for a setting that is negative or not finite.
+///         also for a setting that is negative or not finite, and a `pointSigma` that is neither 0
+///         nor within 1e-150 to 1e150.
 /// Cost: results times model points.
 PTMATCH_EXPORT rxCertainty rfCertainty(const rxPointMatcher& matcher,
                                        const std::vector<rxVector<2>>& data,

@@ -55,7 +55,7 @@ struct PTMATCH_EXPORT rxPoseCovariance {
 /// @param sigma  as above, if it is known (the accuracy of the detector); 0 estimates it from the
 ///     residuals, sigma^2 = sum |residual|^2 / (2 n - dof).
 /// @throws rxPointMatcherDefs::BadParams  the sequences differ in length; dof is none of these;
-///     sigma is negative or not finite.
+///     sigma is neither 0 nor within 1e-150 to 1e150.
 /// @throws rxMathError  the pairs do not determine the pose: none; model points in one place, for 6
 ///     on one line to within rounding; a pose that takes the x axis to a point; or coordinates or
 ///     residuals that are not finite or beyond the range of squares.

@@ -107,8 +107,9 @@ void checkArguments(Points model, Points data, int dof, double sigma) {
     if (dof != kRigid && dof != kSimilarity && dof != kAffine) {
         throw BadParams("a pose has a covariance for 3, 4 or 6 degrees of freedom\n");
     }
-    if (!(sigma >= 0.0 && std::isfinite(sigma))) {
-        throw BadParams("the sigma of the data points must be 0 or above\n");
+    // Its square is what is worked with.
+    if (!(sigma == 0.0 || (sigma >= 1e-150 && sigma <= 1e150))) {
+        throw BadParams("the sigma of the data points must be 0 or between 1e-150 and 1e150\n");
     }
     if (model.empty()) throw rxMathError("no pairs: the pose has no covariance\n");
 }
