@@ -82,6 +82,14 @@ struct RankedPose;
 ///   rotation uncertainty is added to the rotation: a range of 25 to 65 degrees finds what is
 ///   turned by 70 to 110. Ranges around 0, and a full one, mean what they say.
 ///
+/// Units and numbers. Lengths may be in any unit: a scene in another one has the same results in
+/// it, to the last bit where the units are a power of two apart. As squares of lengths are formed,
+/// patterns have to be between 1e-150 and 1e150 large, and a run refuses others. Data points may
+/// lie anywhere; one beyond 1e150 takes part in no fit, and a search by votes refuses data that
+/// spread too far for its images. A capture range below 1e-162 counts as 0 and captures nothing.
+/// A range with its start above its end is allowed and holds nothing; one of angles may lie in any
+/// turn. (By votes, a narrow reversed range of scales comes down to its middle.)
+///
 /// A value: a copy owns its own trained model. Copying takes over what was trained but not the
 /// training mode: a new copy of a matcher trained with `eExhaustiveMode` is a matcher of mode
 /// `ePointToPoint`, and assignment leaves the target's mode as it was. An exhaustive matcher that
@@ -181,7 +189,9 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// @throws rxPointMatcherDefs::NotTrained  the matcher is not trained, or records loaded one
     ///         over the other left it with parts of different grids.
     /// @throws rxPointMatcherDefs::BadParams   a coordinate of the data is not finite; the start
-    ///         pose is singular, or it or its inverse not finite; a bound of a range or a capture
+    ///         pose is singular, or it or its inverse not finite; the points to search for, in the
+    ///         model or where the start pose takes them, are not all in one place and not 1e-150
+    ///         to 1e150 apart (the larger side of their bounds); a bound of a range or a capture
     ///         range in use is not a number; a parameter of a loaded record breaks the rule of its
     ///         setter; the search images would not fit in memory (a grid size far too small for
     ///         the extent of the data); the ranges ask for more than 2^31 scales and rotations;

@@ -53,6 +53,10 @@ void rxPointMatcher::run(const std::vector<rxVector<2>>& data,
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
+    const bool isGrid = mode == rxPointMatcherDefs::ePointToGrid;
+    if (const rx_PointMatcherModel* model = isGrid ? sparseModel_() : trainedModel_()) {
+        checkModelExtent(*model, isGrid ? rxXform<2>::I : params.startPose());
+    }
     switch (mode) {
         case rxPointMatcherDefs::ePointToGrid:
             return runPtToGrid_(data, params, resultSet);

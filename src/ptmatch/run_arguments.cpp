@@ -1,16 +1,22 @@
 #include "ptmatch/run_arguments.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
 #include "foundation/exception.h"
 #include "ptmatch/point_matcher_defs.h"
+#include "ptmatch/point_matcher_model.h"
 #include "ptmatch/point_matcher_run_params.h"
 
 namespace ptmatch::detail {
 namespace {
 
 using BadParams = rxPointMatcherDefs::BadParams;
+
+// A margin for sums of squares, and for shares of these lengths, is left at either end.
+constexpr double kSmallestExtent = 1e-150;
+constexpr double kLargestExtent = 1e150;
 
 void checkStartPose(const rxXform<2>& startPose) {
     if (!startPose.isFinite()) throw BadParams("startPose must be finite\n");
@@ -40,6 +46,16 @@ void checkSetterRules(const rxPointMatcherRunParams& params) {
     checked.maxNumResults(params.maxNumResults());
 }
 
+bool canBeSquared(double length) {
+    return length >= kSmallestExtent && length <= kLargestExtent;
+}
+
+double largestElement(const rxMatrix<2>& matrix) {
+    const double inFirstRow =
+        std::max(std::abs(matrix.element(0, 0)), std::abs(matrix.element(0, 1)));
+    return std::max({inFirstRow, std::abs(matrix.element(1, 0)), std::abs(matrix.element(1, 1))});
+}
+
 }  // namespace
 
 void checkRunArguments(const std::vector<rxVector<2>>& data,
@@ -61,6 +77,20 @@ void checkRunArguments(const std::vector<rxVector<2>>& data,
         if (!data[k].isFinite()) {
             throw BadParams("data point " + std::to_string(k) + " is not finite\n");
         }
+    }
+}
+
+void checkModelExtent(const rx_PointMatcherModel& model, const rxXform<2>& startPose) {
+    const double extent = std::max(model.bounds().width(), model.bounds().height());
+    if (extent == 0.0) return;  // nothing to tell a pose by: nothing is found
+    if (!canBeSquared(extent)) {
+        throw BadParams(
+            "the points to search for must be between 1e-150 and 1e150 apart: "
+            "the larger side of their bounds\n");
+    }
+    if (!canBeSquared(extent * largestElement(startPose.matrix()))) {
+        throw BadParams(
+            "startPose must take the points to search for to between 1e-150 and 1e150 apart\n");
     }
 }
 
