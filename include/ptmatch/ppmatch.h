@@ -127,7 +127,8 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// @throws rxPointMatcherDefs::InsufficientModelPoints  fewer than 3 points.
     /// @throws rxPointMatcherDefs::BadParams  mode `ePointToPoint` or `ePointToGrid`; a coordinate
     ///         that is not finite. Checked in this order.
-    /// Cost about n log n for n points; more where many lie on a circle.
+    /// Cost about n log n for n points; more where many lie on a circle. Memory: at most 150 bytes
+    /// per point, and 64 for loading a record of it.
     void train(const std::vector<rxVector<2>>& points, rxPointMatcherDefs::Mode mode);
 
     /// Trains on a pattern whose points count differently. Points of weight 0 take no part in the
@@ -221,6 +222,11 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// points of the smaller one. Grid mode: linear in the data, and translations of the pattern
     /// over the data's positions times its points; each result takes a pass over the data and an
     /// image of the pattern's size, 8 bytes per position.
+    ///
+    /// Memory: of a search by votes, at most 2 GiB for its images (`rfRunCost` tells how much) and
+    /// 100 bytes per data point; of an exhaustive one, 64 MiB, 200 bytes per point of the larger
+    /// set and some times as much of the smaller one; in grid mode 500 bytes per data point, and
+    /// the images. Results take the memory of those found, however many are wanted.
     void run(const std::vector<rxVector<2>>& data, const rxPointMatcherRunParams& params,
              rxPointMatcherResultSet& resultSet) const;
 

@@ -172,9 +172,9 @@ PTMATCH_EXPORT rxArchive& operator||(rxArchive& ar, rxPtToGridMapResult& result)
 /// - Points more than 2^31 steps beyond the smallest coordinates are not told apart well enough to
 ///   be mapped: one stray point so far to the lower side leaves a whole grid without positions.
 ///
-/// Cost and memory are linear in the number of points on a grid. Neither points in one place, nor
-/// steps of very different length, nor far-flung points make it quadratic. Nothing is kept between
-/// calls; calls that fill different results may run at once.
+/// Cost and memory are linear in the number of points on a grid, at most 400 bytes each. Neither
+/// points in one place, nor steps of very different length, nor far-flung points make it quadratic.
+/// Nothing is kept between calls; calls that fill different results may run at once.
 PTMATCH_EXPORT long rfPtToGridMap(const std::vector<rxVector<2>>& points,
                                   const rxPtToGridMapRunParams& params,
                                   rxPtToGridMapResult& result);
