@@ -25,7 +25,7 @@ Bytes<Size> toBytes(std::uint64_t number) {
 template <std::size_t Size>
 std::uint64_t fromBytes(const Bytes<Size>& bytes) {
     std::uint64_t number = 0;
-    for (std::size_t i = Size; i-- > 0;) number = (number << 8U) | bytes[i];
+    for (std::size_t i = Size; i > 0; --i) number = (number << 8U) | bytes[i - 1];
     return number;
 }
 

@@ -82,8 +82,8 @@ template <class T>
 void decode(std::span<const unsigned char> bytes, T* row) {
     for (std::size_t begin = 0; begin < bytes.size(); begin += sizeof(Recorded<T>)) {
         std::uint32_t number = 0;
-        for (std::size_t i = sizeof(Recorded<T>); i-- > 0;) {
-            number = (number << 8U) | bytes[begin + i];
+        for (std::size_t i = sizeof(Recorded<T>); i > 0; --i) {
+            number = (number << 8U) | bytes[begin + i - 1];
         }
         *row++ = static_cast<Recorded<T>>(number);
     }
