@@ -1,4 +1,5 @@
 #include <iterator>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,6 +10,16 @@
 #include "ptmatch/point_matcher_model.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/try_fit.h"
+
+namespace {
+
+/// Whether the transform can be turned round, and round again.
+bool isInvertible(const rxXform<2>& xform) {
+    const std::optional<rxXform<2>> inverse = ptmatch::detail::tryInverse(xform);
+    return inverse && ptmatch::detail::tryInverse(*inverse);
+}
+
+}  // namespace
 
 const rx_PointMatcherModel* rxPointMatcher::sparseModel_() const {
     return gridMatcher_ ? gridMatcher_->trainedModel_() : nullptr;
@@ -62,11 +73,12 @@ void rxPointMatcher::runPtToGrid_(const std::vector<rxVector<2>>& data,
     timer.start();
     resultSet.setTime_(0.0);
     resultSet.getResults_().clear();
-    if (sparseModel_()) {
-        if (ptmatch::detail::isInvertible(gridXform_))
+    if (isInvertible(gridXform_)) {
+        if (sparseModel_()) {
             pointToPointMatching_(data, params, resultSet);
-    } else {
-        pointToGridMatching_(data, params, resultSet);
+        } else {
+            pointToGridMatching_(data, params, resultSet);
+        }
     }
     resultSet.setTime_(timer.sec());
 }

@@ -53,9 +53,9 @@ void rxPointMatcher::run(const std::vector<rxVector<2>>& data,
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
-    const bool isGrid = mode == rxPointMatcherDefs::ePointToGrid;
-    if (const rx_PointMatcherModel* model = isGrid ? sparseModel_() : trainedModel_()) {
-        checkModelExtent(*model, isGrid ? rxXform<2>::I : params.startPose());
+    // In grid mode the search of a sparse pattern, a run of its own, comes here as well.
+    if (mode != rxPointMatcherDefs::ePointToGrid) {
+        checkModelExtent(*trainedModel_(), params.startPose());
     }
     switch (mode) {
         case rxPointMatcherDefs::ePointToGrid:

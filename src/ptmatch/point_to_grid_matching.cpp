@@ -6,7 +6,6 @@
 #include "ptmatch/gridcorr.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/ptgdmap.h"
-#include "ptmatch/ptgdmap/map_arguments.h"
 #include "ptmatch/try_fit.h"
 
 namespace {
@@ -96,13 +95,9 @@ bool isBetterResult(const rxPointMatcherResult& a, const rxPointMatcherResult& b
 void rxPointMatcher::pointToGridMatching_(const std::vector<rxVector<2>>& data,
                                           const rxPointMatcherRunParams& params,
                                           rxPointMatcherResultSet& resultSet) const {
-    const rxPtToGridMapRunParams mapping = mappingParams(gridXform_, *corresponder_, params);
-    // Here as well: the determinant of steps that are too short or too long to work with leaves the
-    // range of double, and such a transform is not merely one that finds nothing.
-    checkMapArguments(data, mapping);
-    if (!isInvertible(gridXform_)) return;
     rxPtToGridMapResult mapped;
-    const long numMapped = rfPtToGridMap(data, mapping, mapped);
+    const long numMapped =
+        rfPtToGridMap(data, mappingParams(gridXform_, *corresponder_, params), mapped);
     if (numMapped < kFewestMapped) return;
 
     const rx_PointToGridCorresponderRunParams placing(params.minCoverage(), kConfusion,

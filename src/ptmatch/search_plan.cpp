@@ -20,9 +20,8 @@ void checkAsRun(const rxPointMatcher& matcher, const std::vector<rxVector<2>>& d
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
-    if (const rx_PointMatcherModel* model = MatcherAccess::pointModel(matcher)) {
-        const bool isGrid = MatcherAccess::isGrid(matcher);
-        checkModelExtent(*model, isGrid ? rxXform<2>::I : params.startPose());
+    if (matcher.trainMode() != rxPointMatcherDefs::ePointToGrid) {
+        checkModelExtent(*MatcherAccess::pointModel(matcher), params.startPose());
     }
 }
 

@@ -36,9 +36,4 @@ std::optional<rxXform<2>> tryInverse(const rxXform<2>& xform) {
     }
 }
 
-bool isInvertible(const rxXform<2>& xform) {
-    const std::optional<rxXform<2>> inverse = tryInverse(xform);
-    return inverse && tryInverse(*inverse);
-}
-
 }  // namespace ptmatch::detail

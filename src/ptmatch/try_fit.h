@@ -21,7 +21,4 @@ rxXform<2> fitOrIdentity(const rxLSPointToPointFitter& fitter, int dof);
 /// The inverse; nothing when the transform is singular or its inverse is not finite.
 std::optional<rxXform<2>> tryInverse(const rxXform<2>& xform);
 
-/// Whether the transform can be turned round, and round again.
-bool isInvertible(const rxXform<2>& xform);
-
 }  // namespace ptmatch::detail
