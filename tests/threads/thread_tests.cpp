@@ -332,18 +332,29 @@ void hooks() {
     const std::uint64_t alone = digestOf(runOf(task, task.matcher));
     std::atomic<int> numAtWork{kNumThreads - 2};
     std::atomic<long> numInterrupted{0};
+    std::atomic<long> numRuns{0};
+    numPolls = 0;
+    numAssertions = 0;
+    const auto hasSeenAll = [&] { return numInterrupted > 0 && numPolls > 0 && numAssertions > 0; };
     inThreads(kNumThreads, [&](int thread) {
         if (thread < 2) return changeHooks(thread, numAtWork);
-        for (int i = 0; i < 100; ++i) runUnderHooks(task, alone, numInterrupted);
+        // More where threads take long turns, on one core: until every hook has been in a run's
+        // way.
+        for (int i = 0; i < 100 || (i < 20000 && !hasSeenAll()); ++i) {
+            runUnderHooks(task, alone, numInterrupted);
+            ++numRuns;
+        }
         --numAtWork;
     });
     (void)rxAttention::setHandler(nullptr);
     (void)rfSetAssertionHook(nullptr);
     rxAttention::clear();
     expect(digestOf(runOf(task, task.matcher)) == alone, "a run after all that");
-    std::printf("%ld of %d runs interrupted, %ld polls, %ld assertions told\n",
-                numInterrupted.load(), (kNumThreads - 2) * 100, numPolls.load(),
-                numAssertions.load());
+    expect(numInterrupted > 0, "a run is interrupted");
+    expect(numPolls > 0, "a handler is asked");
+    expect(numAssertions > 0, "an assertion is told");
+    std::printf("%ld of %ld runs interrupted, %ld polls, %ld assertions told\n",
+                numInterrupted.load(), numRuns.load(), numPolls.load(), numAssertions.load());
 }
 
 /// Watched runs, with limits and without, beside runs that are not; handlers come and go.
