@@ -237,6 +237,7 @@ TEST(EdgeLengths, GridSizesOfAllSizesFindNothingOrAreRefused) {
         scene.params.gridSize(size);
         rxPointMatcherResultSet found;
         expectAsReference(scene.matcher(), {}, scene.data, scene.params, found);
+        EXPECT_TRUE(found.results().empty());
         const AllocationMeter meter;
         scene.matcher().run(scene.data, scene.params, found);
         EXPECT_LT(meter.total(), 1U << 20U);
