@@ -84,11 +84,12 @@ struct RankedPose;
 ///
 /// Units and numbers. Lengths may be in any unit: a scene in another one has the same results in
 /// it, to the last bit where the units are a power of two apart. As squares of lengths are formed,
-/// patterns have to be between 1e-150 and 1e150 large, and a run refuses others. Data points may
-/// lie anywhere; one beyond 1e150 takes part in no fit, and a search by votes refuses data that
-/// spread too far for its images. A capture range below 1e-162 counts as 0 and captures nothing.
-/// A range with its start above its end is allowed and holds nothing; one of angles may lie in any
-/// turn. (By votes, a narrow reversed range of scales comes down to its middle.)
+/// that holds for patterns between 1e-150 and 1e150 large; beyond, a run finds what it can, and
+/// where it finds nothing it says so by `BadParams`. Data points may lie anywhere; a search by
+/// votes refuses data that spread too far for its images. A capture range below 1e-162 counts as 0
+/// and captures nothing. A range with its start above its end is allowed and holds nothing; one of
+/// angles may lie in any turn. (By votes, a reversed range of scales comes down to its middle, and
+/// one of translations that is reversed by less than a cell to that cell.)
 ///
 /// A value: a copy owns its own trained model. Copying takes over what was trained but not the
 /// training mode: a new copy of a matcher trained with `eExhaustiveMode` is a matcher of mode
@@ -190,9 +191,7 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// @throws rxPointMatcherDefs::NotTrained  the matcher is not trained, or records loaded one
     ///         over the other left it with parts of different grids.
     /// @throws rxPointMatcherDefs::BadParams   a coordinate of the data is not finite; the start
-    ///         pose is singular, or it or its inverse not finite; the points to search for, in the
-    ///         model or where the start pose takes them, are not all in one place and not 1e-150
-    ///         to 1e150 apart (the larger side of their bounds); a bound of a range or a capture
+    ///         pose is singular, or it or its inverse not finite; a bound of a range or a capture
     ///         range in use is not a number; a parameter of a loaded record breaks the rule of its
     ///         setter; the search images would not fit in memory (a grid size far too small for
     ///         the extent of the data); the ranges ask for more than 2^31 scales and rotations;
@@ -202,6 +201,9 @@ class PTMATCH_EXPORT rxPointMatcher {
     ///         in use, steps with a length not within 1e-150 to 1e150, or a bound of the rotation
     ///         uncertainty beyond a million degrees. The environment variable PTMATCH_KERNEL names
     ///         no vote kernel of this machine (found only by a run that comes to voting).
+    ///         Also when nothing was found in data that could have held it, and the points to
+    ///         search for, in the model or where the start pose takes them, are neither in one
+    ///         place nor 1e-150 to 1e150 apart (the larger side of their bounds).
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory  the data spread over too large a
     ///         part of their grid (2^28 positions).
     /// @throws rxLSPointToPointFitter::Errors, rxMathError  in grid mode: the data were mapped, but

@@ -53,10 +53,6 @@ void rxPointMatcher::run(const std::vector<rxVector<2>>& data,
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
-    // In grid mode the search of a sparse pattern, a run of its own, comes here as well.
-    if (mode != rxPointMatcherDefs::ePointToGrid) {
-        checkModelExtent(*trainedModel_(), params.startPose());
-    }
     switch (mode) {
         case rxPointMatcherDefs::ePointToGrid:
             return runPtToGrid_(data, params, resultSet);
@@ -71,6 +67,7 @@ void rxPointMatcher::runPointToPoint_(const std::vector<rxVector<2>>& data,
                                       const rxPointMatcherRunParams& params,
                                       rxPointMatcherResultSet& resultSet) const {
     if (!canReachCoverage(data.size(), *model_, params.minCoverage())) return;
+    checkSearchable(*model_, params.startPose());
     rxTimer timer(false);
     timer.start();
     const rxPointMatcherRunParams search =
@@ -83,6 +80,7 @@ void rxPointMatcher::runPointToPoint_(const std::vector<rxVector<2>>& data,
     if (static_cast<long>(accepted.size()) > params.maxNumResults()) {
         accepted.resize(static_cast<std::size_t>(params.maxNumResults()));
     }
+    if (accepted.empty()) checkNothingFound(*model_, params.startPose());
     setResults_(std::move(accepted), rxPointMatcherDefs::ePointToPoint, timer, resultSet);
 }
 
@@ -92,6 +90,7 @@ void rxPointMatcher::runExhaustive_(const std::vector<rxVector<2>>& data,
     rxTimer timer(false);
     timer.start();
     std::vector<RankedPose> ranked = searchExhaustively(data, *model_, params);
+    if (ranked.empty() && !data.empty()) checkNothingFound(*model_, params.startPose());
     setResults_(std::move(ranked), rxPointMatcherDefs::eExhaustiveMode, timer, resultSet);
 }
 

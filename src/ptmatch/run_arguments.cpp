@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 #include "foundation/exception.h"
@@ -14,7 +15,8 @@ namespace {
 
 using BadParams = rxPointMatcherDefs::BadParams;
 
-// A margin for sums of squares, and for shares of these lengths, is left at either end.
+// Between these a margin for sums of squares, and for shares of these lengths, is left at either
+// end.
 constexpr double kSmallestExtent = 1e-150;
 constexpr double kLargestExtent = 1e150;
 
@@ -46,14 +48,43 @@ void checkSetterRules(const rxPointMatcherRunParams& params) {
     checked.maxNumResults(params.maxNumResults());
 }
 
-bool canBeSquared(double length) {
+bool isWellWithin(double length) {
     return length >= kSmallestExtent && length <= kLargestExtent;
 }
 
-double largestElement(const rxMatrix<2>& matrix) {
-    const double inFirstRow =
-        std::max(std::abs(matrix.element(0, 0)), std::abs(matrix.element(0, 1)));
-    return std::max({inFirstRow, std::abs(matrix.element(1, 0)), std::abs(matrix.element(1, 1))});
+bool canBeSquared(double length) {
+    const double square = length * length;
+    return square > 0.0 && std::isfinite(square);
+}
+
+/// The larger side of the bounds of the points, seen through the pose.
+double extentOf(const std::vector<rxVector<2>>& points, const rxXform<2>& pose) {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    rxVector<2> least(kInfinity, kInfinity);
+    rxVector<2> most(-kInfinity, -kInfinity);
+    for (const rxVector<2>& point : points) {
+        const rxVector<2> p = pose * point;
+        least = {std::min(least.x(), p.x()), std::min(least.y(), p.y())};
+        most = {std::max(most.x(), p.x()), std::max(most.y(), p.y())};
+    }
+    return std::max(most.x() - least.x(), most.y() - least.y());
+}
+
+/// Refuses an extent, in the model or as the start pose sees it, that is not acceptable.
+template <class IsAcceptable>
+void checkExtent(const rx_PointMatcherModel& model, const rxXform<2>& startPose,
+                 IsAcceptable isAcceptable) {
+    const double extent = std::max(model.bounds().width(), model.bounds().height());
+    if (extent == 0.0) return;  // nothing to tell a pose by
+    if (!isAcceptable(extent)) {
+        throw BadParams(
+            "the points to search for must be between 1e-150 and 1e150 apart: "
+            "the larger side of their bounds\n");
+    }
+    if (!isAcceptable(extentOf(model.points(), startPose))) {
+        throw BadParams(
+            "startPose must take the points to search for to between 1e-150 and 1e150 apart\n");
+    }
 }
 
 }  // namespace
@@ -80,18 +111,12 @@ void checkRunArguments(const std::vector<rxVector<2>>& data,
     }
 }
 
-void checkModelExtent(const rx_PointMatcherModel& model, const rxXform<2>& startPose) {
-    const double extent = std::max(model.bounds().width(), model.bounds().height());
-    if (extent == 0.0) return;  // nothing to tell a pose by: nothing is found
-    if (!canBeSquared(extent)) {
-        throw BadParams(
-            "the points to search for must be between 1e-150 and 1e150 apart: "
-            "the larger side of their bounds\n");
-    }
-    if (!canBeSquared(extent * largestElement(startPose.matrix()))) {
-        throw BadParams(
-            "startPose must take the points to search for to between 1e-150 and 1e150 apart\n");
-    }
+void checkSearchable(const rx_PointMatcherModel& model, const rxXform<2>& startPose) {
+    checkExtent(model, startPose, canBeSquared);
+}
+
+void checkNothingFound(const rx_PointMatcherModel& model, const rxXform<2>& startPose) {
+    checkExtent(model, startPose, isWellWithin);
 }
 
 }  // namespace ptmatch::detail

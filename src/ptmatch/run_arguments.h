@@ -16,10 +16,14 @@ namespace ptmatch::detail {
 ///         checked) or is not a number.   Cost O(data).
 void checkRunArguments(const std::vector<rxVector<2>>& data, const rxPointMatcherRunParams& params);
 
-/// Refuses points to search for whose distances, squared, leave the range of double, in the model
-/// or where the start pose takes them: taken for points in one place or for infinitely far ones,
-/// they would not be found where they are.
-/// @throws rxPointMatcherDefs::BadParams
-void checkModelExtent(const rx_PointMatcherModel& model, const rxXform<2>& startPose);
+/// Refuses points to search for whose extent, squared, is 0 or infinite, in the model or where the
+/// start pose takes them: no search finds them. Points in one place are accepted.
+/// @throws rxPointMatcherDefs::BadParams   Cost O(model).
+void checkSearchable(const rx_PointMatcherModel& model, const rxXform<2>& startPose);
+
+/// Says, after a search that found nothing, that the extent is so near to those of
+/// `checkSearchable` that sums and shares of squares leave the range of double: it may be why.
+/// @throws rxPointMatcherDefs::BadParams   Cost O(model).
+void checkNothingFound(const rx_PointMatcherModel& model, const rxXform<2>& startPose);
 
 }  // namespace ptmatch::detail

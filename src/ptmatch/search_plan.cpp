@@ -20,9 +20,6 @@ void checkAsRun(const rxPointMatcher& matcher, const std::vector<rxVector<2>>& d
         throw rxPointMatcherDefs::NotTrained("rxPointMatcher tool is not trained\n");
     }
     checkRunArguments(data, params);
-    if (matcher.trainMode() != rxPointMatcherDefs::ePointToGrid) {
-        checkModelExtent(*MatcherAccess::pointModel(matcher), params.startPose());
-    }
 }
 
 /// The steps of the search before its first vote, in their order.
