@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -60,6 +61,8 @@ class Tool : public testing::Test {
         arguments.push_back(nullptr);
         const pid_t child = ::fork();
         if (child != 0) return child;
+        ::setpgid(0, 0);  // so that it can be ended with all that it starts
+        receiveSignals();
         if (::chdir(work().c_str()) != 0) ::_exit(126);
         redirect(STDOUT_FILENO, "out");
         redirect(STDERR_FILENO, "err");
@@ -67,10 +70,34 @@ class Tool : public testing::Test {
         ::_exit(127);
     }
     Outcome finish(pid_t child) const {
-        int status = 0;
-        ::waitpid(child, &status, 0);
+        const int status = statusAtEnd(child);
         return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(folder_ / "out"),
                 readFile(folder_ / "err")};
+    }
+    // As waitpid() tells it. A program that does not end is ended, which is a failure.
+    static int statusAtEnd(pid_t child) {
+        using std::chrono::milliseconds;
+        constexpr std::chrono::seconds kPatience(120);  // for sanitizers on a busy machine
+        const auto start = std::chrono::steady_clock::now();
+        auto pause = std::chrono::microseconds(200);
+        int status = 0;
+        for (;;) {
+            const pid_t given = ::waitpid(child, &status, WNOHANG);
+            if (given == child) break;
+            if (given < 0 && errno != EINTR) {
+                ADD_FAILURE() << "the program cannot be waited for";
+                break;
+            }
+            if (std::chrono::steady_clock::now() - start > kPatience) {
+                ADD_FAILURE() << "did not end within " << kPatience.count() << " s";
+                ::kill(-child, SIGKILL);
+                ::waitpid(child, &status, 0);
+                break;
+            }
+            std::this_thread::sleep_for(pause);
+            pause = std::min<std::chrono::microseconds>(pause * 2, milliseconds(5));
+        }
+        return status;
     }
     Outcome runProgram(const std::vector<std::string>& command) const {
         return finish(start(command));
@@ -105,6 +132,13 @@ class Tool : public testing::Test {
     }
 
   private:
+    // Whoever runs the tests may ignore or hold signals (nohup does), which programs inherit.
+    static void receiveSignals() {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) ::signal(signal, SIG_DFL);
+        sigset_t none;
+        ::sigemptyset(&none);
+        ::sigprocmask(SIG_SETMASK, &none, nullptr);
+    }
     void redirect(int target, const char* name) const {
         const int file =
             ::open((folder_ / name).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
