@@ -18,8 +18,7 @@ JpegSize jpegSize(std::string_view bytes);
 
 /// Reads the whole file.
 /// @return nothing, or what is wrong with it: all that the reader of JPEG files warns of, such as
-/// an
-///         end that comes too early, and more than 200 scans or 1 GiB to read them.
+///         an end that comes too early, and more than 200 scans or 1 GiB to read them.
 std::string jpegFault(std::string_view bytes);
 
 }  // namespace ptmatch::tool

@@ -13,9 +13,8 @@ struct RoleOfFile {
 };
 
 /// Writing must not destroy what the user measured, nor what the same run wrote before.
-/// @throws InputError  an output is one of the inputs, also by another name of it, or where
-/// standard
-///                     output or error goes, or two outputs have the same name.
+/// @throws InputError  an output is one of the inputs, also by another name of it, or it is where
+///                     standard output or error goes, or two outputs have the same name.
 void requireSparedInputs(const std::vector<RoleOfFile>& outputs,
                          const std::vector<RoleOfFile>& inputs);
 
