@@ -48,7 +48,11 @@ std::string failureMessage(const CLI::App* app, const CLI::Error& error) {
 
 // Names of files and words of the library come from anywhere, and must not act on a terminal.
 int complain(std::string_view message) {
-    std::cerr << "ptmatch: " << withoutControls(message) << '\n';
+    try {
+        std::cerr << "ptmatch: " << withoutControls(message) << '\n';
+    } catch (const std::bad_alloc&) {
+        std::cerr << "ptmatch: " << kNotEnoughMemory << '\n';  // takes no memory
+    }
     return kExitBadInput;
 }
 
