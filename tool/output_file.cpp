@@ -136,23 +136,29 @@ void PreparedFile::writeAtOnce_(std::string_view text) {
 // whoever has put it there, also as a link.
 void PreparedFile::writeBeside_(std::string_view text) {
     tidyUpOnSignals();
+    int reason = 0;
     do {
         unfinished_.emplace(unfinishedName(target_));
         OpenFile file(unfinished_->path(), O_CREAT | O_EXCL | O_NOFOLLOW);
         if (file.isOpen()) {
+            unfinished_->stopIfEnding();
             if (!file.writeWhole(text)) failWrite(path_, std::strerror(errno));
             return;
         }
+        reason = errno;  // what follows may change it
         unfinished_->release();
-    } while (errno == EEXIST);
-    failWrite(path_, std::strerror(errno));
+    } while (reason == EEXIST);
+    failWrite(path_, std::strerror(reason));
 }
 
 void PreparedFile::commit() {
     if (!unfinished_) return;
     std::error_code error;
     fs::rename(unfinished_->path(), target_, error);
-    if (error) failWrite(path_, error.message());
+    if (error) {
+        unfinished_->stopIfEnding();  // somebody else may have removed it
+        failWrite(path_, error.message());
+    }
     unfinished_->release();
     unfinished_.reset();
 }

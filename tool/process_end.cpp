@@ -14,7 +14,8 @@ namespace ptmatch::tool {
 namespace {
 
 // A handler may come at any time, in any thread: it sees atomics that need no lock, and whoever
-// takes a value out of its slot owns it.
+// takes a value out of its slot owns it. All of them are in one order, that of the language's
+// default: who registers first and then finds that nothing ends was seen by whoever ends it later.
 template <class Value, std::size_t kSize>
 class Slots {
   public:
@@ -30,7 +31,11 @@ class Slots {
     Value take(std::size_t slot) noexcept {
         return slot < kSize ? values_[slot].exchange(Value{}) : Value{};
     }
-    void putBack(std::size_t slot, Value value) noexcept { values_[slot].store(value); }
+    /// Unless somebody else has taken the slot meanwhile.
+    void putBack(std::size_t slot, Value value) noexcept {
+        Value empty{};
+        values_[slot].compare_exchange_strong(empty, value);
+    }
     static constexpr std::size_t size() { return kSize; }
 
   private:
@@ -40,6 +45,8 @@ class Slots {
 
 constinit Slots<char*, 4096> unfinishedNames;
 constinit Slots<pid_t, 1024> startedLeaders;
+constinit std::atomic<bool> isEnding{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
 
 }  // namespace
 
@@ -58,15 +65,28 @@ UnfinishedFile::~UnfinishedFile() {
 
 void UnfinishedFile::release() {
     isHeld_ = false;
+    std::free(unfinishedNames.take(slot_));
+    slot_ = unfinishedNames.kNone;
 }
 
-StartedProgram::StartedProgram(pid_t leader) : slot_(startedLeaders.put(leader)) {}
+void UnfinishedFile::stopIfEnding() {
+    if (!isEnding) return;
+    if (isHeld_) ::unlink(path_.c_str());
+    // The thread that ends the process does so now; an error that is told meanwhile would be one
+    // of the tidying up, and an exit code would replace the signal.
+    for (;;) ::pause();
+}
+
+StartedProgram::StartedProgram(pid_t leader) : slot_(startedLeaders.put(leader)) {
+    if (isEnding) ::kill(-leader, SIGKILL);  // perhaps it was too late for the handler
+}
 
 StartedProgram::~StartedProgram() {
     startedLeaders.take(slot_);
 }
 
 void tidyUp() noexcept {
+    isEnding = true;
     for (std::size_t i = 0; i < unfinishedNames.size(); ++i) {
         char* const name = unfinishedNames.take(i);
         if (name == nullptr) continue;

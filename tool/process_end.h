@@ -22,8 +22,12 @@ class UnfinishedFile {
     ~UnfinishedFile();
 
     const std::string& path() const { return path_; }
-    /// The file got its place, or was never made.
+    /// The file got its place, or was never made: from now on nobody removes what has this name.
     void release();
+    /// To be called when the file was made, or is not there any more: while the process is tidied
+    /// up, a thread may make it after its name was removed. Then removes it and waits for the end
+    /// of the process.
+    void stopIfEnding();
 
   private:
     std::string path_;
@@ -45,7 +49,9 @@ class StartedProgram {
 };
 
 /// Removes all unfinished files and ends all started programs. For handlers of signals, and before
-/// the process ends without unwinding; what it removed stays removed.
+/// the process ends without unwinding, which must follow at once: other threads that make files
+/// from now on remove them and wait for the end, see UnfinishedFile::stopIfEnding(). A program that
+/// another thread has started and not yet registered may stay when the process ends first.
 void tidyUp() noexcept;
 
 /// From now on SIGINT, SIGTERM and SIGHUP tidy up before they end the process as they would have.

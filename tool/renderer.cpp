@@ -108,11 +108,16 @@ class OwnGroup {
   public:
     /// @param signals  those that are held in the process
     explicit OwnGroup(const sigset_t& signals) {
-        constexpr int kFlags = POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK;
+        constexpr int kFlags =
+            POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+        sigset_t usual;  // the tool ignores these, which a program that it starts would inherit
+        ::sigemptyset(&usual);
+        for (const int signal : {SIGPIPE, SIGXFSZ}) ::sigaddset(&usual, signal);
         ::posix_spawnattr_init(&attributes_);
         ::posix_spawnattr_setflags(&attributes_, kFlags);
         ::posix_spawnattr_setpgroup(&attributes_, 0);
         ::posix_spawnattr_setsigmask(&attributes_, &signals);
+        ::posix_spawnattr_setsigdefault(&attributes_, &usual);
     }
     ~OwnGroup() { ::posix_spawnattr_destroy(&attributes_); }
     OwnGroup(const OwnGroup&) = delete;

@@ -83,9 +83,7 @@ class HostileOutput : public Tool {
     }
     // The end of a process: the number of its signal, or 1000 and its exit code.
     static int endOf(pid_t child) {
-        int status = 0;
-        while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-        }
+        const int status = statusAtEnd(child);
         return WIFSIGNALED(status) ? WTERMSIG(status) : 1000 + WEXITSTATUS(status);
     }
 };
@@ -214,32 +212,141 @@ TEST_F(HostileOutput, TheLongestNamesAreWritten) {
 
 // The name of an unfinished file can be guessed.
 TEST_F(HostileOutput, FilesThatLieInTheWayAreNotWrittenTo) {
-    write("victim", "precious");
-    for (int i = 0; i < 200; ++i) {
-        fs::create_symlink("victim", work() / (".ptmatch-" + std::to_string(::getpid()) + "-" +
-                                               std::to_string(i) + ".tmp"));
-    }
     const std::string target = (work() / "out").string();
-    PreparedFile(target, "text").commit();
+    const std::string start = ".ptmatch-" + std::to_string(::getpid()) + "-";
+    int number = 0;  // counts all outputs of the process: where it stands, an output tells
+    {
+        const PreparedFile before(target, "text");
+        ASSERT_EQ(filesInWork().size(), 1U);
+        ASSERT_THAT(filesInWork()[0], StartsWith(start));
+        number = std::stoi(filesInWork()[0].substr(start.size()));
+    }
+    write("victim", "precious");
+    const auto inTheWay = [&](int step) { return start + std::to_string(number + step) + ".tmp"; };
+    for (int step = 1; step <= 20; ++step) {
+        fs::create_symlink("victim", work() / inTheWay(step));
+    }
+    {
+        PreparedFile output(target, "text");
+        EXPECT_EQ(readFile(work() / inTheWay(21)), "text");
+        output.commit();
+    }
     EXPECT_EQ(readFile(target), "text");
     EXPECT_EQ(readFile(work() / "victim"), "precious");
-    EXPECT_EQ(filesInWork().size(), 202U);
+    EXPECT_EQ(filesInWork().size(), 22U);
 }
 
+// Tidying up is for the end of a process.
 TEST_F(HostileOutput, UnfinishedFilesGoWithTheirObjectsAndByTidyingUp) {
     const auto path = [&](const char* name) { return (work() / name).string(); };
     for (const char* name : {"a", "b", "c", "d"}) write(name, "half");
-    {
+    { const UnfinishedFile c(path("c")); }
+    EXPECT_THAT(filesInWork(), ElementsAre("a", "b", "d"));
+    const pid_t child = ::fork();
+    if (child == 0) {
         const UnfinishedFile a(path("a"));
         UnfinishedFile b(path("b"));
-        b.release();
-        tidyUp();  // takes what is registered: also what was released and not yet forgotten
-        EXPECT_THAT(filesInWork(), ElementsAre("c", "d"));
+        b.release();  // the file may be somebody else's from now on
+        tidyUp();
+        ::_exit(0);
     }
-    { const UnfinishedFile c(path("c")); }
-    EXPECT_THAT(filesInWork(), ElementsAre("d"));
-    tidyUp();
-    EXPECT_THAT(filesInWork(), ElementsAre("d"));
+    EXPECT_EQ(endOf(child), 1000);
+    EXPECT_THAT(filesInWork(), ElementsAre("b", "d"));
+}
+
+// Threads of a batch go on while a signal is handled, or when they were left.
+TEST_F(HostileOutput, AFileThatIsMadeAfterTheTidyingUpGoesAndItsThreadStops) {
+    write("out", "old");
+    const std::string target = (work() / "out").string();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        tidyUp();
+        ::alarm(1);  // the end of the process, while its thread waits for that
+        PreparedFile(target, "new").commit();
+        ::_exit(0);
+    }
+    EXPECT_EQ(endOf(child), SIGALRM);
+    EXPECT_THAT(filesInWork(), ElementsAre("out"));
+    EXPECT_EQ(readFile(target), "old");
+}
+
+// Its temporary was taken away: an error of writing would come before the end by the signal.
+TEST_F(HostileOutput, AFileThatWasTidiedUpIsNotReportedAsAFault) {
+    write("out", "old");
+    const std::string target = (work() / "out").string();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        PreparedFile output(target, "new");
+        tidyUp();
+        ::alarm(1);
+        try {
+            output.commit();
+        } catch (const InputError&) {
+            ::_exit(1);
+        }
+        ::_exit(0);
+    }
+    EXPECT_EQ(endOf(child), SIGALRM);
+    EXPECT_THAT(filesInWork(), ElementsAre("out"));
+    EXPECT_EQ(readFile(target), "old");
+}
+
+TEST_F(HostileOutput, ARendererThatIsRegisteredAfterTheTidyingUpIsEnded) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        tidyUp();
+        const pid_t leader = ::fork();
+        if (leader == 0) {
+            for (;;) ::pause();
+        }
+        ::setpgid(leader, leader);
+        ::alarm(60);
+        const StartedProgram started(leader);
+        int status = 0;
+        ::waitpid(leader, &status, 0);
+        ::_exit(WIFSIGNALED(status) ? WTERMSIG(status) : 1);
+    }
+    EXPECT_EQ(endOf(child), 1000 + SIGKILL);
+}
+
+// What the tool ignores is not for what it starts.
+TEST_F(HostileOutput, TheRendererIsStartedWithTheUsualSignals) {
+    fs::create_directory(work() / "bin");
+    write("bin/rsvg-convert", "#!/bin/bash\ngrep SigIgn: /proc/$$/status >ignored\n");
+    fs::permissions(work() / "bin/rsvg-convert", fs::perms::owner_all);
+    shell("PATH=$PWD/bin:$PATH $tool match --model $model --data $data --png out.png");
+    const std::string ignored = readFile(work() / "ignored");
+    ASSERT_THAT(ignored, StartsWith("SigIgn:"));
+    const unsigned long long mask = std::stoull(ignored.substr(7), nullptr, 16);
+    for (const int signal : {SIGPIPE, SIGXFSZ}) EXPECT_EQ(mask >> (signal - 1) & 1U, 0U) << signal;
+}
+
+// The results of every command are more than nothing.
+TEST_F(HostileOutput, AReaderThatHasGoneIsNamedByEveryCommand) {
+    ASSERT_EQ(shell("$tool train --model $model --out card.ptm").exitCode, 0);
+    ASSERT_EQ(::mkfifo((work() / "gone").c_str(), 0600), 0);
+    write("old.svg", "old");
+    for (const char* command : kHostileWriters) {
+        const Outcome outcome =
+            shell(": <gone & exec 3>gone; wait; " + withOutput(command, "old.svg") + " >&3");
+        EXPECT_EQ(outcome.exitCode, 2) << command;
+        EXPECT_EQ(outcome.err, "ptmatch: the results cannot be written to standard output\n")
+            << command;
+        EXPECT_EQ(readFile(work() / "old.svg"), "old") << command;
+        EXPECT_THAT(filesInWork(), ElementsAre("card.ptm", "gone", "old.svg")) << command;
+    }
+}
+
+// Nor can root write there.
+TEST_F(HostileOutput, AFolderThatTakesNoFilesIsNamedByEveryCommand) {
+    ASSERT_EQ(shell("$tool train --model $model --out card.ptm").exitCode, 0);
+    for (const char* command : kHostileWriters) {
+        const Outcome outcome = shell(withOutput(command, "/proc/x.svg"));
+        EXPECT_EQ(outcome.exitCode, 2) << command;
+        EXPECT_EQ(outcome.out, "") << command;
+        EXPECT_THAT(outcome.err, HasSubstr("/proc/x.svg: cannot be written: ")) << command;
+        EXPECT_THAT(filesInWork(), ElementsAre("card.ptm")) << command;
+    }
 }
 
 // The process waits for a reader of its results, with all files written beside their targets.
@@ -311,32 +418,48 @@ TEST_F(HostileOutput, TooLittleMemoryIsSaidAtEveryLimit) {
         pairs.append("\n");
     }
     write("pairs.csv", pairs);
-    const char* const commands[] = {
-        "$tool fit --model affine --pairs pairs.csv --svg old.svg --json",
-        "$tool grid-map --data $dots --svg old.svg",
-        "$tool match --model $model --data $data $dots --jobs 2 --svg 'old-{number}.svg'"};
-    write("old.svg", "old");
+    struct Case {
+        const char* command;
+        std::vector<std::string> pictures;
+    };
+    const Case cases[] = {
+        {"$tool fit --model affine --pairs pairs.csv --svg old-1.svg --json", {"old-1.svg"}},
+        {"$tool grid-map --data $dots --svg old-1.svg", {"old-1.svg"}},
+        {"$tool match --model $model --data $data $dots --jobs 2 --svg 'old-{number}.svg'",
+         {"old-1.svg", "old-2.svg"}}};
     std::size_t tooLittle = 0;
-    std::size_t enough = 0;
-    for (const char* command : commands) {
+    for (const auto& [command, pictures] : cases) {
+        const bool isBatch = pictures.size() > 1;
+        const auto isWhole = [&](const std::string& picture) {
+            const std::string text = readFile(work() / picture);
+            return text.size() > 1000 && text.substr(text.size() - 7) == "</svg>\n";
+        };
+        std::size_t enough = 0;
         for (int limit = 10000; limit <= 80000; limit += limit / 5) {
+            for (const std::string& picture : pictures) write(picture, "old");
             const Outcome outcome = shell("ulimit -v " + std::to_string(limit) + "; " + command);
             SCOPED_TRACE(command + std::string(" within ") + std::to_string(limit) +
                          " KiB: " + outcome.err);
             if (outcome.exitCode == 127) continue;  // not even the program was loaded
-            EXPECT_TRUE(outcome.exitCode == 0 || outcome.exitCode == 2 || outcome.exitCode == 3)
+            EXPECT_TRUE(outcome.exitCode == 0 || outcome.exitCode == 2 ||
+                        (isBatch && outcome.exitCode == 3))
                 << outcome.exitCode;
             EXPECT_FALSE(hasUnfinished());
+            const auto whole = std::count_if(pictures.begin(), pictures.end(), isWhole);
             if (outcome.exitCode == 0) {
                 ++enough;
+                EXPECT_EQ(whole, std::ssize(pictures));
                 continue;
             }
             ++tooLittle;
+            EXPECT_EQ(whole, outcome.exitCode == 3 ? 1 : 0);
+            for (const std::string& picture : pictures) {
+                EXPECT_TRUE(isWhole(picture) || readFile(work() / picture) == "old") << picture;
+            }
             EXPECT_THAT(outcome.err, testing::AnyOf(HasSubstr("not enough memory for this input"),
                                                     HasSubstr("no thread can be started")));
-            EXPECT_TRUE(enough > 0 || readFile(work() / "old.svg") == "old");
         }
+        EXPECT_GT(enough, 0U) << command;
     }
-    EXPECT_GT(tooLittle, 0U);
-    EXPECT_GT(enough, 0U);
+    EXPECT_GT(tooLittle, 0U);  // a small table may fit wherever the program does
 }
