@@ -61,8 +61,13 @@ minimise() {
     local name=$1 fewest
     fewest=$(mktemp -d)
     mkdir -p "$found/$name"
-    "$programs/fuzz_$name" -set_cover_merge=1 -use_counters=0 -max_len=$longest "$fewest" "fuzz/corpus/$name" \
-        "$found/$name" >"$found/$name.merge.log" 2>&1
+    # Whole, whatever their length: what is cut is another input. A merge that fails leaves all as it is.
+    if ! "$programs/fuzz_$name" -set_cover_merge=1 -use_counters=0 "$fewest" "fuzz/corpus/$name" \
+        "$found/$name" >"$found/$name.merge.log" 2>&1; then
+        rm -rf "$fewest"
+        printf '%-14s not minimised, see %s\n' "$name" "$found/$name.merge.log" >&2
+        return 1
+    fi
     rm -rf "fuzz/corpus/$name"
     mv "$fewest" "fuzz/corpus/$name"
     chmod 755 "fuzz/corpus/$name"
