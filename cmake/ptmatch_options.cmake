@@ -32,6 +32,10 @@ endif()
 
 # Fuzzers choose their inputs by what these reached.
 if(PTMATCH_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "PTMATCH_BUILD_FUZZERS needs Clang, whose libFuzzer the fuzzers are linked with; "
+      "the compiler is ${CMAKE_CXX_COMPILER_ID}. Saved inputs are run again without it: ctest -L fuzz")
+  endif()
   target_compile_options(ptmatch_sanitizers INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
