@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "earlier_results.h"
 #include "fuzz_input.h"
 #include "fuzzers.h"
 #include "promise.h"
@@ -19,6 +20,7 @@
 #include "ptmatch/vote_planner.h"
 #include "reference/reference_model.h"
 #include "reference/reference_run.h"
+#include "refusals.h"
 
 namespace ptmatch::fuzz::runs {
 namespace {
@@ -30,13 +32,7 @@ constexpr double kMostLatticePoints = 800;
 constexpr double kMostImageBytes = 1 << 22;
 
 /// Passes a value to a setter that may refuse it.
-template <class Set>
-void offer(const Set& set) {
-    try {
-        set();
-    } catch (const rxPointMatcherDefs::BadParams&) {
-    }
-}
+constexpr Refusals<rxPointMatcherDefs::BadParams> offer;
 
 rxXform<2> startPose(FuzzInput& input) {
     if (input.flag()) return {};
@@ -76,15 +72,6 @@ std::vector<long> weightsFor(FuzzInput& input, std::size_t count) {
     for (long& weight : weights) weight = input.integer(-2, 5);
     if (input.byte() == 0) weights.push_back(1);
     return weights;
-}
-
-bool isSamePose(const rxXform<2>& a, const rxXform<2>& b) {
-    for (long row = 0; row < 2; ++row) {
-        for (long col = 0; col < 2; ++col) {
-            if (!isSame(a.matrix().element(row, col), b.matrix().element(row, col))) return false;
-        }
-    }
-    return isSame(a.trans().x(), b.trans().x()) && isSame(a.trans().y(), b.trans().y());
 }
 
 void compare(const rxPointMatcherResultSet& found, const reference::RunReport& expected) {
@@ -127,14 +114,20 @@ bool isSmall(const rxPointMatcher& matcher, const Points& data,
 void runAndCompare(const rxPointMatcher& matcher, const Points& model,
                    const std::vector<long>& weights, const Points& data,
                    const rxPointMatcherRunParams& params) {
-    rxPointMatcherResultSet found;
+    rxPointMatcherResultSet found = earlierResults();
+    bool isCounted = false;
     try {
         if (!isSmall(matcher, data, params)) return;
+        isCounted = true;
+    } catch (const rxPointMatcherDefs::BadParams&) {
+    }
+    try {
         matcher.run(data, params, found);
     } catch (const rxPointMatcherDefs::BadParams&) {
         promise(found.results().empty(), "no results after a failed run");
         return;
     }
+    promise(isCounted, "a run is refused when its cost is");
     checkResults(found, model, data, params);
     const auto reference = reference::trainModel(model, weights);
     const bool isExhaustive = matcher.trainMode() == rxPointMatcherDefs::eExhaustiveMode;
@@ -198,6 +191,8 @@ void run(std::span<const std::uint8_t> bytes) {
     if (isExhaustive && data.size() > 5) data.resize(5);
 
     rxPointMatcher matcher;
+    // Trained before, so that a failed training shows.
+    matcher.train({{0, 0}, {40, 0}, {0, 30}}, rxPointMatcherDefs::eAutoDetect);
     try {
         const auto mode =
             isExhaustive ? rxPointMatcherDefs::eExhaustiveMode : rxPointMatcherDefs::eAutoDetect;

@@ -6,6 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "foundation/vector.h"
+#include "foundation/xform.h"
+
 namespace ptmatch::fuzz {
 
 /// Ends the process, as a fuzzer notices, when a promise does not hold.
@@ -19,6 +22,19 @@ inline void promise(bool holds, const char* what) {
 inline bool isSame(double a, double b) {
     if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
     return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+
+inline bool isSamePoint(const rxVector<2>& a, const rxVector<2>& b) {
+    return isSame(a.x(), b.x()) && isSame(a.y(), b.y());
+}
+
+inline bool isSamePose(const rxXform<2>& a, const rxXform<2>& b) {
+    for (long row = 0; row < 2; ++row) {
+        for (long col = 0; col < 2; ++col) {
+            if (!isSame(a.matrix().element(row, col), b.matrix().element(row, col))) return false;
+        }
+    }
+    return isSamePoint(a.trans(), b.trans());
 }
 
 }  // namespace ptmatch::fuzz
