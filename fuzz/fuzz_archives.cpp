@@ -1,6 +1,8 @@
 // Promise: any bytes, and any record with bytes of it changed, are a record or are refused with
-// rxArchive::Errors, from memory as from streams; what was loaded can be stored, loads again,
-// stores to the same bytes, and can be used.
+// rxArchive::Errors, from memory as from streams; what was loaded can be stored, loads again, also
+// over an object that was there before, stores to the same bytes, can be copied and, where a class
+// does more than to hold numbers, used. A refused record leaves the object usable, and a matcher as
+// it was.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -11,6 +13,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "foundation/archive.h"
@@ -24,6 +27,7 @@
 #include "foundation/stream_archive.h"
 #include "fuzz_input.h"
 #include "fuzzers.h"
+#include "pattern_input.h"
 #include "promise.h"
 #include "ptmatch/certainty.h"
 #include "ptmatch/distinct_instances.h"
@@ -38,6 +42,7 @@
 #include "ptmatch/run_watch.h"
 #include "ptmatch/summaries.h"
 #include "ptmatch/tm.h"
+#include "refusals.h"
 #include "support/pipe_stream.h"
 
 namespace ptmatch::fuzz::archives {
@@ -52,21 +57,11 @@ constexpr double kMostImageBytes = 1 << 20;
 const std::vector<rxVector<2>> kDots = {{0, 0},   {40, 0},   {40, 25},  {10, 30},  {0, 15},
                                         {80, 10}, {75, 100}, {75, 140}, {50, 140}, {45, 110}};
 
-/// Whatever a call may throw of its own accord.
-template <class Call>
-void tolerate(const Call& call) {
-    try {
-        call();
-    } catch (const rxException&) {
-    } catch (const rxMatrixExt::SingularMatrix&) {
-    } catch (const rxMatrixExt::NotSquareMatrix&) {
-    } catch (const rx2PtMatchTm::BadArgs&) {
-    } catch (const rx2PTm::BadArgs&) {
-    } catch (const rx3PtMatchTm::BadArgs&) {
-    } catch (const std::out_of_range&) {
-    } catch (const std::length_error&) {
-    }
-}
+/// What a call may throw of its own accord.
+constexpr Refusals<rxException, rxMatrixExt::SingularMatrix, rxMatrixExt::NotSquareMatrix,
+                   rx2PtMatchTm::BadArgs, rx2PTm::BadArgs, rx3PtMatchTm::BadArgs, std::out_of_range,
+                   std::length_error>
+    tolerate;
 
 /// A search small enough for thousands of executions.
 bool isSmall(const rxPointMatcher& matcher, const rxPointMatcherRunParams& params) {
@@ -86,6 +81,7 @@ const rxPointMatcher& trainedOnDots() {
     return matcher;
 }
 
+/// What does nothing but hold numbers: that it is copied is seen to for everything.
 template <class T>
 void use(T&) {}
 
@@ -181,6 +177,36 @@ void use(rx_PointToGridCorresponder& tool) {
         tool.run(rxPelBuffer_const<unsigned char>(tool.pattern()),
                  rx_PointToGridCorresponderRunParams(0.5, 1.0, 3), found);
     });
+}
+
+void use(rx_PointToGridCorresponderResultSet& found) {
+    rx_PointToGridCorresponderResultSet other;
+    other = found;
+    promise(other.results().size() == found.results().size(), "as many placements in a copy");
+    for (std::size_t i = 0; i < other.results().size(); ++i) {
+        const auto& a = other.results()[i];
+        const auto& b = found.results()[i];
+        promise(
+            a.found() == b.found() && a.position() == b.position() && isSame(a.score(), b.score()),
+            "the same placement in a copy");
+    }
+}
+
+void use(rxRange& range) {
+    const bool isNormal = range.range() == rxRangeDefs::Normal;
+    const bool ascends = range.start() <= range.end();
+    const bool holdsStart = range.isWithin(range.start());
+    promise(!isNormal || holdsStart == ascends, "its bounds lie within a range that ascends");
+    promise(isNormal || holdsStart == (range.range() == rxRangeDefs::Full), "all or nothing");
+}
+
+void use(rxAngleRange& range) {
+    const double start = range.start().toDouble();
+    const bool ascends = start <= range.end().toDouble();
+    const bool isNormal = range.range() == rxRangeDefs::Normal;
+    promise(!isNormal || range.isWithin(range.start()) == ascends,
+            "its bounds lie within a range that ascends");
+    promise(isSame(range.length().toDouble(), range.end().toDouble() - start), "a length");
 }
 
 void use(rx2PtMatchTm& tm) {
@@ -283,14 +309,35 @@ void loadFromStreams(std::span<const std::uint8_t> bytes, bool isLoaded, const B
     }
 }
 
+/// Over an object that was there before, of the record `earlier` if it is one: what a record does
+/// not hold of a matcher stays, everything else becomes as if it was loaded anew.
+template <class T>
+void loadOver(std::span<const std::uint8_t> bytes, std::span<const std::uint8_t> earlier,
+              bool isLoaded, const Bytestring& record) {
+    T there{};
+    rxMemoryLoadArchive before(earlier);
+    loads(before, there);
+    rxMemoryLoadArchive loading(bytes);
+    promise(loads(loading, there) == isLoaded, "taken over another object as anew");
+    if (isLoaded && !std::is_same_v<T, rxPointMatcher>) {
+        promise(recordOf(there) == record, "over another object as anew");
+    }
+    const Bytestring left = recordOf(there);
+    T again{};
+    rxMemoryLoadArchive reloading(left);
+    promise(loads(reloading, again), "an object that can be stored and loaded");
+    use(there);
+}
+
 /// A record of T, whatever the bytes are.
 template <class T>
-void loadStoreUse(std::span<const std::uint8_t> bytes) {
+void loadStoreUse(std::span<const std::uint8_t> bytes, std::span<const std::uint8_t> earlier) {
     T loaded{};
     rxMemoryLoadArchive loading(bytes);
     const bool isLoaded = loads(loading, loaded);
     const bool isStreamed = !bytes.empty() && bytes.back() % 4 == 0;
     if (!isLoaded) {
+        loadOver<T>(bytes, earlier, false, {});
         if (isStreamed) loadFromStreams<T>(bytes, false, {});
         return;
     }
@@ -301,11 +348,15 @@ void loadStoreUse(std::span<const std::uint8_t> bytes) {
     reloading || again;
     promise(reloading.bytesLeft() == 0, "a record is read to its end");
     promise(recordOf(again) == first, "stored, loaded and stored again gives the same bytes");
+    loadOver<T>(bytes, earlier, true, first);
+    T copy(loaded);
+    promise(recordOf(copy) == first, "a copy stores to the same bytes");
     use(loaded);
 }
 
 /// A matcher that was trained before: what the record does not hold stays.
-void loadOver(std::span<const std::uint8_t> bytes) {
+void loadOverTrained(std::span<const std::uint8_t> bytes,
+                     std::span<const std::uint8_t> /*earlier*/) {
     rxPointMatcher matcher;
     const bool isExhaustive = !bytes.empty() && bytes.back() % 2 == 0;
     matcher.train({kDots.begin(), kDots.begin() + 3}, isExhaustive
@@ -329,7 +380,8 @@ struct Rectangle {
 };
 
 /// An object of a class that the record names.
-void loadPolymorphic(std::span<const std::uint8_t> bytes) {
+void loadPolymorphic(std::span<const std::uint8_t> bytes,
+                     std::span<const std::uint8_t> /*earlier*/) {
     std::unique_ptr<rxPersistent> object;
     try {
         rxMemoryLoadArchive loading(bytes);
@@ -356,7 +408,7 @@ void loadPolymorphic(std::span<const std::uint8_t> bytes) {
     }
 }
 
-using Load = void (*)(std::span<const std::uint8_t>);
+using Load = void (*)(std::span<const std::uint8_t>, std::span<const std::uint8_t>);
 
 constexpr Load kLoads[] = {
     loadStoreUse<rxPointMatcher>,
@@ -382,7 +434,7 @@ constexpr Load kLoads[] = {
     loadStoreUse<rxPelBuffer<unsigned int>>,
     loadStoreUse<rxPelBuffer<long>>,
     loadPolymorphic,
-    loadOver,
+    loadOverTrained,
     // Up to here they are made as well, in this order.
     loadStoreUse<bool>,
     loadStoreUse<unsigned char>,
@@ -410,13 +462,7 @@ constexpr Load kLoads[] = {
 
 rxPelBuffer<unsigned char> madePattern(FuzzInput& input) {
     const long side = input.integer(1, 5);
-    rxPelBuffer<unsigned char> image(side, side, 1);
-    for (long y = 0; y < side; ++y) {
-        const std::uint8_t row = input.byte();
-        for (long x = 0; x < side; ++x) {
-            image.pointToRow(y)[x] = static_cast<unsigned char>(row >> x & 1U);
-        }
-    }
+    rxPelBuffer<unsigned char> image = markImage(input, side, side);
     const double step = input.flag() ? 40.0 : input.moderate(100.0);
     image.clientFromImageXform({rxMatrix<2>(step, 0.0, 0.0, step), {}});
     return image;
@@ -527,8 +573,8 @@ Bytestring madeException(FuzzInput& input) {
         throwOut<rx_PointToGridCorresponderDefs::InsufficientModelPoints>,
         throwOut<rx_PointToGridCorresponderDefs::InsufficientMemory>,
         [](FuzzInput& in) {
-            throw rxArchive::UnknownVersion(in.flag() ? "source" : nullptr,
-                                            static_cast<int>(in.byte()));
+            const char* const source = in.flag() ? "source" : nullptr;
+            throw rxArchive::UnknownVersion(source, static_cast<int>(in.byte()));
         },
     };
     rxMemoryStoreArchive storing;
@@ -660,20 +706,35 @@ void tamper(FuzzInput& input, Bytestring& record) {
     }
 }
 
+/// The record of the object that is there before another one of its kind is loaded: one that is
+/// made, where they are, or else what the second half of the bytes is.
+std::span<const std::uint8_t> earlierRecord(std::size_t kind, Bytes bytes) {
+    if (kind >= kNumMade) return bytes.subspan(bytes.size() / 2);
+    static std::array<Bytestring, kNumMade> records;
+    if (records[kind].empty()) {
+        static constexpr std::array<std::uint8_t, 16> kAny = {3, 3, 3, 3, 3, 3, 3, 3,
+                                                              3, 3, 3, 3, 3, 3, 3, 3};
+        FuzzInput input(kAny);
+        records[kind] = madeRecord(input, kind);
+    }
+    return records[kind];
+}
+
 }  // namespace
 
 void run(Bytes bytes) {
     if (bytes.empty()) return;
     if (bytes.front() < 128) {
-        kLoads[bytes.front() % std::size(kLoads)](bytes.subspan(1));
+        const std::size_t kind = bytes.front() % std::size(kLoads);
+        kLoads[kind](bytes.subspan(1), earlierRecord(kind, bytes));
         return;
     }
     const std::size_t kind = bytes.front() % kNumMade;
     FuzzInput input(bytes.subspan(1));
     Bytestring record = madeRecord(input, kind);
-    if (!record.empty() && input.byte() < 64) kLoads[kind](record);
+    if (!record.empty() && input.byte() < 64) kLoads[kind](record, earlierRecord(kind, {}));
     tamper(input, record);
-    kLoads[kind](record);
+    kLoads[kind](record, earlierRecord(kind, {}));
 }
 
 }  // namespace ptmatch::fuzz::archives
