@@ -1,11 +1,12 @@
 // Promise: what is told beside a run (pairs, copies, certainty, refit, cost, reasons, votes) takes
-// any result and any settings: it is refused with a documented exception, or finite where it says
-// so.
+// any result and any settings: it is refused with a documented exception, or told; pairs are as
+// many on each side, probabilities lie in 0 to 1, and refits and the covariance are finite.
 #include <cmath>
 #include <cstdint>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "foundation/fitter.h"
@@ -23,6 +24,7 @@
 #include "ptmatch/summaries.h"
 #include "ptmatch/vote_image.h"
 #include "ptmatch/why_not.h"
+#include "refusals.h"
 
 namespace ptmatch::fuzz::additions {
 namespace {
@@ -31,14 +33,7 @@ using Points = std::vector<rxVector<2>>;
 
 constexpr double kSpread = 200.0;
 
-template <class Call>
-void tolerate(const Call& call) {
-    try {
-        call();
-    } catch (const rxException&) {
-    } catch (const std::out_of_range&) {
-    }
-}
+constexpr Refusals<rxException, std::out_of_range> tolerate;
 
 rxPointMatcherRunParams runParams(FuzzInput& input) {
     rxPointMatcherRunParams params(static_cast<double>(input.byte()) / 255.0);
@@ -53,6 +48,25 @@ rxPointMatcherRunParams runParams(FuzzInput& input) {
     }
     params.maxNumResults(input.integer(1, 10));
     return params;
+}
+
+void checkPairs(const rxMatchedPairs& pairs, std::size_t numData) {
+    promise(pairs.model.size() == pairs.data.size() &&
+                pairs.modelIndices.size() == pairs.data.size() &&
+                pairs.dataIndices.size() == pairs.data.size(),
+            "pairs of as many points on each side");
+    for (const long place : pairs.dataIndices) {
+        promise(place >= 0 && std::cmp_less(place, numData), "a data point");
+    }
+}
+
+void checkRefit(const rxRefit& refit) {
+    for (const double value : refit.dataFromModel.a2bParams()) {
+        promise(std::isfinite(value), "a finite refit");
+    }
+    // A perspective transform may take a point that it was fitted to to infinity.
+    const bool isPerspective = refit.model == rxRefitDefs::ePerspective;
+    promise(isPerspective || std::isfinite(refit.residual.rms), "a finite residual");
 }
 
 void tellOf(const rxPointMatcher& matcher, const Points& data,
@@ -73,15 +87,19 @@ void tellOf(const rxPointMatcher& matcher, const Points& data,
     for (std::size_t i = 0; i <= found.results().size(); ++i) {
         tolerate([&] {
             const rxCertainty sure = rfCertainty(matcher, data, params, found, i, settings);
-            if (const auto chance = sure.clutterProbability()) {
-                promise(*chance >= 0.0 && *chance <= 1.0, "a probability");
+            for (const auto& chance : {sure.clutterProbability(), sure.closeClutterProbability()}) {
+                promise(!chance || (*chance >= 0.0 && *chance <= 1.0), "a probability");
             }
+            checkPairs(sure.pairs, data.size());
+            promise(sure.residuals.size() == sure.pairs.data.size(), "a residual for each pair");
+            for (const double residual : sure.residuals) promise(residual >= 0.0, "a residual");
+            if (sure.covariance) promise(sure.covariance->centreVariance >= 0.0, "a variance");
         });
     }
     for (const rxPointMatcherResult& result : found.results()) {
-        tolerate([&] { (void)rfMatchedPairs(matcher, data, result); });
+        tolerate([&] { checkPairs(rfMatchedPairs(matcher, data, result), data.size()); });
         const auto model = static_cast<rxRefitDefs::Model>(input.integer(2, 9));
-        tolerate([&] { (void)rfRefit(matcher, data, result, model); });
+        tolerate([&] { checkRefit(rfRefit(matcher, data, result, model)); });
     }
 }
 

@@ -1,6 +1,7 @@
 // Promise: numbers, ranges, transforms, lines, views of images, score stores and points of hosts
-// take any values: what they answer is what a plain computation says, or they refuse with a
-// documented exception and change nothing.
+// take any values: what they answer is what a plain computation says (of angles and transforms to
+// within rounding, of lines that distances are not negative), or they refuse with a documented
+// exception; a view that refuses is as it was.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -25,20 +26,13 @@
 #include "ptmatch/adapters.h"
 #include "ptmatch/score_hashing.h"
 #include "reference/reference_store.h"
+#include "refusals.h"
 
 namespace ptmatch::fuzz::foundations {
 namespace {
 
-/// Whether the call is not refused.
-template <class Call>
-bool succeeds(const Call& call) {
-    try {
-        call();
-        return true;
-    } catch (const rxException&) {
-        return false;
-    }
-}
+/// Whether a call is not refused.
+constexpr Refusals<rxException> succeeds;
 
 void numbers(FuzzInput& input) {
     const double a = input.number();
@@ -52,6 +46,22 @@ void numbers(FuzzInput& input) {
     if (std::abs(a) < 2147483647.0) {
         promise(std::abs(static_cast<double>(nearest) - a) <= 0.5, "the nearest integer");
     }
+}
+
+/// By the way from the start in the positive direction, away from the limits, which are not sharp
+/// after a turn.
+void requireWithinByTurns(double start, double end, double angle, bool isWithin) {
+    constexpr double kFullTurn = 2.0 * std::numbers::pi;
+    constexpr double kMost = 1e6;
+    constexpr double kBlur = 1e-6;
+    const bool isPlain =
+        std::abs(start) < kMost && std::abs(end) < kMost && std::abs(angle) < kMost;
+    if (!isPlain || end < start || end - start >= kFullTurn) return;
+    double way = std::fmod(angle - start, kFullTurn);
+    if (way < 0.0) way += kFullTurn;
+    const double length = end - start;
+    if (way > kBlur && way < length - kBlur) promise(isWithin, "an angle between the bounds");
+    if (way > length + kBlur && way < kFullTurn - kBlur) promise(!isWithin, "an angle outside");
 }
 
 void ranges(FuzzInput& input) {
@@ -70,6 +80,7 @@ void ranges(FuzzInput& input) {
     if (angles.range() != rxRangeDefs::Normal) return;
     const double start = angles.start().toDouble();
     const double end = angles.end().toDouble();
+    requireWithinByTurns(start, end, angle.toDouble(), isTurnedWithin);
     promise(isSame(angles.length().toDouble(), end - start), "the length");
     if (start <= angle.toDouble() && angle.toDouble() <= end && std::isfinite(angle.toDouble())) {
         promise(isTurnedWithin, "what lies between the bounds as it stands");
@@ -92,18 +103,57 @@ rxXform<2> xform(FuzzInput& input) {
     return {matrix, input.point()};
 }
 
+double largestOf(const rxMatrix<2>& m) {
+    return std::max({std::abs(m.element(0, 0)), std::abs(m.element(0, 1)),
+                     std::abs(m.element(1, 0)), std::abs(m.element(1, 1))});
+}
+
+double largestOf(const rxVector<2>& v) {
+    return std::max(std::abs(v.x()), std::abs(v.y()));
+}
+
+constexpr double kRounding = 1e-12;
+
+/// Both at once are one after the other, to within rounding.
+void requireComposed(const rxXform<2>& a, const rxXform<2>& b) {
+    const rxVector<2> p(3.0, 4.0);
+    const double size =
+        largestOf(a.matrix()) * (8.0 * largestOf(b.matrix()) + largestOf(b.trans())) +
+        largestOf(a.trans());
+    if (!a.isFinite() || !b.isFinite() || !(size > 1e-100 && size < 1e100)) return;
+    promise(largestOf((a * b) * p - a * (b * p)) <= kRounding * size, "one after the other");
+}
+
+/// There and back is where one was, to within rounding; of matrices far from singular.
+void requireInverse(const rxXform<2>& a, const rxXform<2>& inverse) {
+    const double size = largestOf(a.matrix());
+    if (!(size > 1e-50 && size < 1e50 && largestOf(a.trans()) < 1e50)) return;
+    if (std::abs(a.matrix().determinant()) < 1e-3 * size * size) return;
+    const rxXform<2> back = inverse * a;
+    const rxMatrix<2>& m = back.matrix();
+    const rxMatrix<2> difference(m.element(0, 0) - 1.0, m.element(0, 1), m.element(1, 0),
+                                 m.element(1, 1) - 1.0);
+    promise(largestOf(difference) <= 1e3 * kRounding, "the inverse of the matrix");
+    promise(
+        largestOf(back.trans()) <= kRounding * largestOf(inverse.matrix()) * largestOf(a.trans()),
+        "there and back");
+}
+
 void transforms(FuzzInput& input) {
     const rxXform<2> a = xform(input);
     const rxXform<2> b = xform(input);
-    (void)(a * b);
+    requireComposed(a, b);
     const rxRadian rotation = a.rotation();
     promise(isSame(rotation.toDouble(), a.xRot().toDouble()), "one rotation");
     if (a.isFinite()) {
         promise(a.xScale() >= 0.0, "a scale that is not negative");
         promise(std::abs(rotation.toDouble()) <= std::numbers::pi, "a rotation within a turn");
     }
-    const bool isInverted =
-        succeeds([&] { promise(a.inverse().isFinite(), "an inverse that is finite"); });
+    const bool isInverted = succeeds([&] {
+        const rxXform<2> inverse = a.inverse();
+        promise(inverse.isFinite(), "an inverse that is finite");
+        requireInverse(a, inverse);
+    });
     promise(!isInverted || !a.isSingular(), "no inverse of what is singular");
 }
 
@@ -168,16 +218,10 @@ void moveView(FuzzInput& input, rxPelBuffer<T>& image, View& view, const rxPair<
             const long bottom = std::clamp(y + height, top, view.height);
             view = {view.x + left, view.y + top, right - left, bottom - top,
                     view.offset + rxPair<long>(left, top)};
-            if (view.width == 0 || view.height == 0) {
-                promise(image.width() == 0 || image.height() == 0, "no pixels in an empty view");
-                view.width = image.width();
-                view.height = image.height();
-                view.offset = image.offset();
-            }
             break;
         }
         default:
-            if (view.width == 0 || view.height == 0) break;
+            if (storeSize.x() == 0 || storeSize.y() == 0) break;
             image.setEntire();
             view = {0, 0, storeSize.x(), storeSize.y(), view.offset - rxPair<long>(view.x, view.y)};
             break;

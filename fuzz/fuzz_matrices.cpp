@@ -1,6 +1,10 @@
-// Promise: the solvers take matrices of any sizes and numbers: they refuse with a documented
-// exception and change nothing where they say so, or give what the plain reference gives, to the
-// last bit.
+// Promise: decomposition, substitution, elimination of square systems and sums of equations take
+// any sizes and numbers that they are made for: they refuse with a documented exception, or give
+// what the plain reference gives, to the last bit. Least squares take matrices of any sizes: they
+// refuse, or give a finite solution, the residual that they tell, and singular values in their
+// order.
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
@@ -121,15 +125,41 @@ void accumulate(FuzzInput& input) {
     std::vector<double> expected;
     const Outcome outcome = outcomeOf([&] { fitted = sums.fit(); });
     promise(outcome == outcomeOf([&] { expected = reference.fit(); }), "fits as the reference");
+    promise(fitted.size() == expected.size(), "as many unknowns as the reference");
     for (std::size_t i = 0; i < fitted.size(); ++i) {
         promise(isSame(fitted[i], expected[i]), "the solution of the reference");
     }
     try {
         const rxLeastSquaresSolution best = factor.fit();
         promise(best.rank >= 0 && best.rank <= unknowns, "a rank within the unknowns");
+        promise(std::ssize(best.x) == unknowns, "a value for each unknown");
+        promise(best.residualNorm >= 0.0, "a residual that is not negative");
         for (const double value : best.x) promise(std::isfinite(value), "a finite solution");
     } catch (const rxMathError&) {
     }
+}
+
+/// What the solution leaves of each equation, computed anew. Numbers of moderate size only: others
+/// drown in the rounding of the largest.
+void checkResidual(const rxMatrixExt& a, const std::vector<double>& b,
+                   const rxLeastSquaresSolution& best) {
+    double largestOfA = 0.0;
+    double largestOfX = 0.0;
+    double largestOfB = 0.0;
+    double norm = 0.0;
+    for (const double value : best.x) largestOfX = std::max(largestOfX, std::abs(value));
+    for (long r = 0; r < a.rows(); ++r) {
+        double left = b[static_cast<std::size_t>(r)];
+        largestOfB = std::max(largestOfB, std::abs(left));
+        for (long c = 0; c < a.cols(); ++c) {
+            largestOfA = std::max(largestOfA, std::abs(a.element(r, c)));
+            left -= a.element(r, c) * best.x[static_cast<std::size_t>(c)];
+        }
+        norm = std::hypot(norm, left);
+    }
+    const double scale = largestOfA * largestOfX + largestOfB;
+    if (!(scale > 1e-100 && scale < 1e100)) return;
+    promise(std::abs(norm - best.residualNorm) <= 1e-9 * scale, "the residual of the solution");
 }
 
 void solve(FuzzInput& input) {
@@ -140,6 +170,9 @@ void solve(FuzzInput& input) {
     try {
         const rxLeastSquaresSolution best = rfSolveLeastSquares(a, b);
         promise(best.rank <= std::min(a.rows(), a.cols()), "a rank within the sizes");
+        promise(std::ssize(best.x) == a.cols(), "a value for each unknown");
+        promise(best.numEquations == a.rows(), "the equations counted");
+        checkResidual(a, b, best);
         for (const double value : best.x) promise(std::isfinite(value), "a finite solution");
         const std::vector<double> values = rfSingularValues(a);
         for (std::size_t i = 1; i < values.size(); ++i) {
