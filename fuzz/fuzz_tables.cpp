@@ -1,5 +1,5 @@
 // Promise: any bytes are a table of points, frames or pairs, or a pattern, with finite coordinates,
-// or are refused with a message that names the file.
+// or are refused with a message in one line that names the file.
 #include <cmath>
 #include <cstdint>
 #include <string>
@@ -26,6 +26,7 @@ void readOrRefuse(const Read& read) {
     } catch (const InputError& error) {
         const std::string_view message = error.what();
         promise(message.substr(0, kName.size()) == kName, "a message that names the file");
+        promise(message.find('\n') == std::string_view::npos, "a message in one line");
     }
 }
 
@@ -42,6 +43,18 @@ void check(const GridPattern& pattern) {
         promise(p.x() >= pattern.corner.x() && p.x() < pattern.corner.x() + pattern.width &&
                     p.y() >= pattern.corner.y() && p.y() < pattern.corner.y() + pattern.height,
                 "positions in their rectangle");
+    }
+}
+
+void check(const PairTable& table) {
+    promise(table.size() > 0, "a pair at least");
+    promise(table.b.size() == table.size() && table.lines.size() == table.size(),
+            "two points and a line for each pair");
+    for (const auto* const side : {&table.a, &table.b}) {
+        for (const Coordinates& p : *side) {
+            for (const double value : p) promise(std::isfinite(value), "finite coordinates");
+            promise(table.dimensions == 3 || p[2] == 0.0, "no third coordinate in the plane");
+        }
     }
 }
 
@@ -63,10 +76,10 @@ void run(std::span<const std::uint8_t> bytes) {
             });
             break;
         case 2:
-            readOrRefuse([&] { (void)parsePairs(text, 2, kName); });
+            readOrRefuse([&] { check(parsePairs(text, 2, kName)); });
             break;
         case 3:
-            readOrRefuse([&] { (void)parsePairs(text, 3, kName); });
+            readOrRefuse([&] { check(parsePairs(text, 3, kName)); });
             break;
         default:
             readOrRefuse([&] { check(parsePattern(text, kName)); });
