@@ -151,6 +151,17 @@ TEST(MarkBitmap, LayersShowWindowsThatAreLargerThanTiles) {
     }
 }
 
+// A point that sees no cell must not cost a kernel anything.
+TEST(MarkBitmap, BlocksMeetColumnsFromTheirLastOneOnTheFirstCellToTheirFirstOneOnTheLast) {
+    const MarkBitmap bitmap(kTileShapes[0], 100, 3, Pixels{{0, 1}, {99, 1}});
+    const std::int64_t first = bitmap.sightFrom(-1, 0).column;
+    const std::int64_t last = bitmap.sightFrom(99, 0).column;
+    EXPECT_FALSE(bitmap.meetsColumns(first - 64));
+    EXPECT_TRUE(bitmap.meetsColumns(first - 63));
+    EXPECT_TRUE(bitmap.meetsColumns(last));
+    EXPECT_FALSE(bitmap.meetsColumns(last + 1));
+}
+
 TEST(MarkBitmap, OverlappingBlocksCountOnceInTheDensity) {
     const Pixels pixels{{1, 1}, {1, 1}, {2, 1}};
     EXPECT_DOUBLE_EQ(MarkBitmap(kTileShapes[0], 10, 6, pixels).density(), 12.0 / 60.0);

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "ptmatch/vote_kernel.h"
 #include "support/allocation_meter.h"
 
 namespace ptmatch::detail {
@@ -82,6 +83,14 @@ TEST(PlacedPoints, EveryDigitHoldsItsPointsFromTopToBottom) {
 }
 
 // One heavy point of either sign asks for fifteen lists, in which nobody else needs room.
+// The vote kernels have room for that many groups, and for no more.
+TEST(PlacedPoints, TheLargestWeightHasAsManyDigitsAsKernelsCount) {
+    const std::vector<std::int16_t> weights{32767, -32767};
+    const PlacedPoints points(weights.size(), weights);
+    EXPECT_EQ(points.positive().size(), kMaxDigits);
+    EXPECT_EQ(points.negative().size(), kMaxDigits);
+}
+
 TEST(PlacedPoints, RoomIsTakenForThePointsOfEachDigitAlone) {
     constexpr std::size_t kPoints = 100000;
     std::vector<std::int16_t> weights(kPoints, 0);
