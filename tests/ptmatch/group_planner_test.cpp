@@ -101,7 +101,8 @@ TEST(GroupPlanner, MemoryIsTakenByWhatIsDrawnAlone) {
 }
 
 TEST(GroupPlanner, ShapesWhoseTilesKeepSurvivingAreGivenUp) {
-    Planning plan(taskOf(60));
+    // So many that the drawing pays at the end as well, and is no reason to give up.
+    Planning plan(taskOf(60), 1e9);
     for (int i = 0; i < 5000; ++i) {
         const auto shape = plan.planner.shapeFor(20, 1, 13);
         if (!shape) return;

@@ -239,6 +239,35 @@ TEST(GroupSearch, SparseImageIsSearchedByGroupsAndGivesWhatASearchWithoutThemGiv
     }
 }
 
+// Nothing is where the model would fit, and groups of any shape have to see that.
+TEST(GroupSearch, GroupsOfEveryShapeSkipWhatIsHopeless) {
+    Random random(18);
+    Task task;
+    task.model = ptmatch::reference::spreadPoints(random, 12, 150.0, 6.0);
+    for (int i = 0; i < 12; ++i) {
+        task.data.emplace_back(random.uniform(0.0, 300.0), random.uniform(0.0, 300.0));
+    }
+    task.params.rotationUncertainty(
+        rxAngleRange(rxRadian(rxDegree(-10.0)), rxRadian(rxDegree(10.0)), false));
+    task.params.scaleUncertainty(rxRange(-0.2, 0.2));
+    const PreparedTask prepared(task, 0.9);
+    TranslationSearch search(prepared.grid, prepared.model, prepared.weights, prepared.window);
+    for (std::size_t shape = 0; shape < kNumGroupShapes; ++shape) {
+        const ForcedGroups forced(static_cast<int>(shape));
+        GroupSearch groups(prepared.grid, prepared.model, task.params, prepared.weights,
+                           prepared.window, search);
+        CoarseStore store(prepared.model.totalWeight(), 8);
+        long numPoints = 0;
+        const auto offer = [&](double scale, double degrees, long threshold, CoarseStore& to) {
+            ++numPoints;
+            groups.offerPeaks(scale, degrees, threshold, to);
+        };
+        voteOverLattice(prepared.model, task.params, 1.0, prepared.weights.minimumScore, offer,
+                        store);
+        EXPECT_GT(2 * groups.numSkipped(), numPoints) << "shape " << shape;
+    }
+}
+
 TEST(GroupSearch, WeightsOfAnotherNumberOfPointsOfferNothing) {
     Random random(16);
     const Task task = taskOverScales(random, 60.0, 40.0);

@@ -124,6 +124,17 @@ TEST(SolveLeastSquares, MatrixOfZerosDeterminesNothing) {
     EXPECT_DOUBLE_EQ(s.residualNorm, 5.0);
 }
 
+TEST(SolveLeastSquares, OneUnknownThatNoEquationHoldsIsOpen) {
+    const rxLeastSquaresSolution ofZeros =
+        rfSolveLeastSquares(rxMatrixExt(2, 1), std::vector<double>{3, 4});
+    EXPECT_FALSE(ofZeros.isDetermined());
+    EXPECT_EQ(ofZeros.condition, kInfinity);
+    EXPECT_DOUBLE_EQ(ofZeros.residualNorm, 5.0);
+    const rxLeastSquaresSolution ofNothing = rfSolveLeastSquares(rxMatrixExt(0, 1), {});
+    EXPECT_FALSE(ofNothing.isDetermined());
+    EXPECT_EQ(ofNothing.condition, kInfinity);
+}
+
 TEST(SolveLeastSquares, ProblemsWithoutEquationsOrUnknowns) {
     const rxLeastSquaresSolution open = rfSolveLeastSquares(rxMatrixExt(0, 2), {});
     EXPECT_THAT(open.x, ElementsAre(0, 0));
