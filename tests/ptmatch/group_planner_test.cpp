@@ -114,6 +114,35 @@ TEST(GroupPlanner, ShapesWhoseTilesKeepSurvivingAreGivenUp) {
     ADD_FAILURE() << "still groups";
 }
 
+/// How often the planner is asked until it no longer wants a shape whose tiles all survive.
+/// @param numBefore  how often it was asked before, when nothing was known about it.
+int lookupsUntilGivenUp(int numBefore) {
+    Planning plan(taskOf(60), 1e9);
+    const auto shape = plan.planner.shapeFor(20, 1, 13);
+    for (int i = 1; i < numBefore; ++i) EXPECT_EQ(plan.planner.shapeFor(20, 1, 13), shape);
+    if (!shape) return 0;
+    const TileShape& next = kTileShapes[kTileShapes[kGroupShapes[*shape].tile].next];
+    const TileExtent extent(next, plan.prepared.window.width() + 1,
+                            plan.prepared.window.height() + 1);
+    for (int i = 0; i < 100; ++i) plan.planner.learn(*shape, 20, extent.blocks());
+    int lookups = 1;
+    while (plan.planner.shapeFor(20, 1, 13) == shape && lookups < 1000) ++lookups;
+    return lookups;
+}
+
+TEST(GroupPlanner, DecisionsHoldTwiceAsLongEachTimeUpToALimit) {
+    const int first = lookupsUntilGivenUp(1);
+    EXPECT_GT(first, 1);
+    // Just after the second decision, and the third.
+    const int second = lookupsUntilGivenUp(1 + first);
+    EXPECT_EQ(second - 1, 2 * (first - 1));
+    const int third = lookupsUntilGivenUp(1 + first + second);
+    EXPECT_EQ(third - 1, 4 * (first - 1));
+    for (int numBefore = 500; numBefore < 600; numBefore += 7) {
+        EXPECT_LE(lookupsUntilGivenUp(numBefore), 65);
+    }
+}
+
 TEST(GroupPlanner, SameHistoryGivesTheSameChoice) {
     Planning a(taskOf(60));
     Planning b(taskOf(60));

@@ -18,6 +18,11 @@ TEST(VotePlanner, SmallWindowIsSearchedWithoutTiles) {
     EXPECT_EQ(planner(50, 0.05, 12).shapeFor(8), 0U);
 }
 
+// The search without tiles is what a plan has to be better than.
+TEST(VotePlanner, WindowThatIsSmallForTilesAloneIsPlanned) {
+    EXPECT_NE(planner(100, 0.001, 20).shapeFor(15), 0U);
+}
+
 TEST(VotePlanner, SparseMarksAndAHighThresholdAskForLargeTiles) {
     VotePlanner plan = planner(2400, 0.003, 300);
     EXPECT_GE(kTileShapes[plan.shapeFor(100)].columns(), 8);
