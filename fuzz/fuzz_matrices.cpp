@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <vector>
 
@@ -159,7 +160,10 @@ void checkResidual(const rxMatrixExt& a, const std::vector<double>& b,
     }
     const double scale = largestOfA * largestOfX + largestOfB;
     if (!(scale > 1e-100 && scale < 1e100)) return;
-    promise(std::abs(norm - best.residualNorm) <= 1e-9 * scale, "the residual of the solution");
+    // Unknowns next to 0 are rounded to multiples of the smallest number there is.
+    const double lost = 100.0 * std::numeric_limits<double>::denorm_min() * largestOfA;
+    promise(std::abs(norm - best.residualNorm) <= 1e-9 * scale + lost,
+            "the residual of the solution");
 }
 
 void solve(FuzzInput& input) {
