@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "ptmatch/search_memory.h"
 #include "ptmatch/search_task.h"
 #include "ptmatch/translation_search.h"
@@ -138,9 +140,11 @@ TEST(GroupPlanner, DecisionsHoldTwiceAsLongEachTimeUpToALimit) {
     EXPECT_EQ(second - 1, 2 * (first - 1));
     const int third = lookupsUntilGivenUp(1 + first + second);
     EXPECT_EQ(third - 1, 4 * (first - 1));
-    for (int numBefore = 500; numBefore < 600; numBefore += 7) {
-        EXPECT_LE(lookupsUntilGivenUp(numBefore), 65);
+    int longest = 0;
+    for (int numBefore = 500; numBefore < 600; ++numBefore) {
+        longest = std::max(longest, lookupsUntilGivenUp(numBefore));
     }
+    EXPECT_EQ(longest - 1, 16 * (first - 1));
 }
 
 TEST(GroupPlanner, SameHistoryGivesTheSameChoice) {
