@@ -5,13 +5,16 @@
     scripts/seed_faults.py prepare SCRATCH        copies the project, builds it, times every test
     scripts/seed_faults.py run SCRATCH            tries the faults; each verdict is appended to
                                                   SCRATCH/verdicts.jsonl, and a run that was stopped goes on
+                                                  (--only 12,40: these; of another seed: verdicts_SEED.jsonl)
     scripts/seed_faults.py again SCRATCH          takes the tests anew from the project, and tries the survivors
                                                   once more (--only 12,40: these)
     scripts/seed_faults.py report SCRATCH         figures for each kind, and the survivors
 
-Options: --count N faults that count (205), --seed N (1), --cases N random cases of each kind in the tests that compare
-with a reference (30), --jobs N for what is built at the start (1), --quick: leave out tests of more than a fifth
-of a second; what they do not catch stays open, for a later run without that option.
+Options: --count N faults that count (205), --seed N (1), --sources: draw in .cpp files alone, --cases N random cases
+of each kind in the tests that compare with a reference (30), --jobs N for what is built at the start (1), --quick:
+leave out tests of more than a fifth of a second (of a second, of those that mirror the file); what they do not catch
+stays open, for a later run without that option. A fault that another seed has tried in the same folder is not tried
+again.
 
 Kinds: strict (< for <=), flip (< for >, == for !=), constant (one more or less), arithmetic (+ for -), logical
 (&& for ||), negation (of a condition, or one left out), statement (left out), arguments (two neighbours swapped),
@@ -22,8 +25,8 @@ takes minutes. A fault that does not compile, or compiles to the same bytes, is 
 A fault is tried by compiling its source and linking the library anew, as a shared library with all of its names
 visible, which the test executables load; a header, with all of the library that includes it, and before that the
 tests that mirror it, each as an executable of its own. Run are, until one fails: the tests that mirror the file,
-all quick tests, the slow ones. A crash and a run that takes three times as long as it should (20 s at least) are
-failures too. Tests of the tool, the guide, the packages and the Python package are not run.
+all quick tests, the slow ones. A crash and a run that computes for three times as long as it should (20 s at least)
+are failures too. Tests of the tool, the guide, the packages and the Python package are not run.
 """
 
 import argparse
@@ -234,14 +237,14 @@ def seeded_files(root):
     return sorted(str(name.relative_to(root)) for name in names if name.name not in LEFT_OUT)
 
 
-def drawn(root, count, seed):
+def drawn(root, count, seed, sources_alone=False):
     """The file of each of the faults that count, and the queue of each file."""
     queues, weights = {}, {}
     for name in seeded_files(root):
         text = (root / name).read_text(encoding="utf-8")
         queues[name] = queue_of(name, text, seed)
         lines = len({text.count("\n", 0, site.start) for site in queues[name]})
-        weights[name] = lines if name.endswith(".cpp") else lines / 2
+        weights[name] = lines if name.endswith(".cpp") else 0 if sources_alone else lines / 2
     step = sum(weights.values()) / count
     position = random.Random(seed).random() * step
     slots, passed = [], 0.0
@@ -261,12 +264,12 @@ def drawn(root, count, seed):
 class Scratch:
     """A copy of the project with a build of its own, and what was found out in it."""
 
-    def __init__(self, folder, cases, is_quick=False):
+    def __init__(self, folder, cases, seed, is_quick=False):
         self.root = Path(folder).resolve()
         self.tree = self.root / "tree"
         self.build = self.root / "build"
         self.work = self.root / "work"
-        self.verdicts = self.root / "verdicts.jsonl"
+        self.verdicts = self.root / ("verdicts.jsonl" if seed == 1 else f"verdicts_{seed}.jsonl")
         self.cases = cases
         self.is_quick = is_quick
 
@@ -372,13 +375,17 @@ class Scratch:
         environment = {**os.environ, "PTMATCH_DIFFERENTIAL_CASES": str(self.cases)}
         words = [self.work / executable, f"--gtest_filter={filter_text}", "--gtest_brief=1", *extra]
         with open(self.work / "output.txt", "w+b") as output:
+            # The clock may run much faster than the test where others use the machine.
             try:
-                ended = subprocess.run(words, stdout=output, stderr=subprocess.STDOUT, timeout=timeout, check=False,
-                                       env=environment, cwd=self.work, preexec_fn=limit_memory)
+                ended = subprocess.run(words, stdout=output, stderr=subprocess.STDOUT, timeout=20 * timeout,
+                                       check=False, env=environment, cwd=self.work,
+                                       preexec_fn=lambda: limit(int(timeout) + 1))
             except subprocess.TimeoutExpired:
                 return f"{executable} takes too long"
             if ended.returncode == 0:
                 return ""
+            if ended.returncode == -signal.SIGXCPU:
+                return f"{executable} takes too long"
             output.seek(0)
             text = output.read().decode(errors="replace")
         if ended.returncode == NOT_FOUND and "symbol lookup error" in text:
@@ -535,16 +542,22 @@ class Scratch:
         return (survived, "") if differs or self.is_changed(objects) else ("discarded", "is the same")
 
     def past(self):
-        if not self.verdicts.is_file():
-            return []
-        return [json.loads(line) for line in self.verdicts.read_text(encoding="utf-8").splitlines()]
+        return entries_of(self.verdicts) if self.verdicts.is_file() else []
+
+    def past_of_all_seeds(self):
+        return [entry for log in sorted(self.root.glob("verdicts*.jsonl")) for entry in entries_of(log)]
 
     def note(self, entry):
         with open(self.verdicts, "a", encoding="utf-8") as log:
             log.write(json.dumps(entry) + "\n")
 
 
-def limit_memory():
+def entries_of(log):
+    return [json.loads(line) for line in log.read_text(encoding="utf-8").splitlines()]
+
+
+def limit(seconds):
+    resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 5))
     resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
@@ -578,21 +591,23 @@ def tried_again(scratch, number, entry):
     return tried(scratch, number, entry["file"], text, site)
 
 
-def run(scratch, count, seed):
+def run(scratch, count, seed, sources_alone, only):
     scratch.load()
-    slots, queues = drawn(scratch.tree, count, seed)
+    slots, queues = drawn(scratch.tree, count, seed, sources_alone)
     past = scratch.past()
     done = set(latest(past))
     still_open = {} if scratch.is_quick else {
         entry["number"]: entry for entry in past if entry["verdict"] == "open" and entry["number"] not in done}
     done |= {entry["number"] for entry in past if entry["verdict"] == "open"}
-    used = {(entry["file"], entry["start"], entry["end"], entry["text"], entry["kind"]) for entry in past}
+    used = {(entry["file"], entry["start"], entry["end"], entry["text"], entry["kind"])
+            for entry in scratch.past_of_all_seeds()}
     for name, queue in queues.items():
         queues[name] = [site for site in queue if (name, site.start, site.end, site.text, site.kind) not in used]
     for number, entry in sorted(still_open.items()):
-        tried_again(scratch, number, entry)
+        if not only or number in only:
+            tried_again(scratch, number, entry)
     for number, name in enumerate(slots):
-        if number in done:
+        if number in done or (only and number not in only):
             continue
         text = (scratch.tree / name).read_text(encoding="utf-8")
         while queues[name]:
@@ -641,8 +656,8 @@ def report(scratch):
                   f"    {entry['before']}\n    {entry['after']}")
 
 
-def show(count, seed):
-    slots, queues = drawn(PROJECT, count, seed)
+def show(count, seed, sources_alone):
+    slots, queues = drawn(PROJECT, count, seed, sources_alone)
     kinds = Counter()
     for number, name in enumerate(slots):
         site = queues[name].pop(0)
@@ -660,16 +675,18 @@ def main():
     parser.add_argument("scratch", nargs="?")
     parser.add_argument("--count", type=int, default=205)
     parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--sources", action="store_true", help="draw in .cpp files alone")
     parser.add_argument("--cases", type=int, default=30)
     parser.add_argument("--jobs", type=int, default=1)
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--only", default="", help="numbers, with commas")
     options = parser.parse_args()
+    only = {int(number) for number in options.only.split(",") if number}
     if options.command == "list":
-        return show(options.count, options.seed)
+        return show(options.count, options.seed, options.sources)
     if options.scratch is None:
         parser.error("which scratch folder?")
-    scratch = Scratch(options.scratch, options.cases, options.quick)
+    scratch = Scratch(options.scratch, options.cases, options.seed, options.quick)
     if options.command == "prepare":
         scratch.copy()
         scratch.show_all_names()
@@ -681,9 +698,9 @@ def main():
         scratch.link_executables()
         scratch.time_tests()
     elif options.command == "run":
-        run(scratch, options.count, options.seed)
+        run(scratch, options.count, options.seed, options.sources, only)
     elif options.command == "again":
-        again(scratch, {int(number) for number in options.only.split(",") if number})
+        again(scratch, only)
     else:
         report(scratch)
     return None
