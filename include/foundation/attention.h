@@ -31,9 +31,10 @@ class PTMATCH_EXPORT rxAttention {
     /// Returns true to interrupt the search that asks. What it throws passes through check().
     using Handler = bool (*)();
 
-    /// Returns when no interruption is wanted.   Cost: two atomic loads, and the handler if there
-    /// is one.
+    /// Returns when no interruption is wanted.   Cost: two atomic loads and one of the thread; a
+    /// look at the clock in a watched run, and the handler if there is one.
     /// @throws Interrupted: a request stands, or the handler returned true.
+    /// @throws what a handler throws; in a watched run (ptmatch/run_watch.h) what its watch throws.
     static void check();
 
     /// Asks for interruption. Safe in a signal handler.

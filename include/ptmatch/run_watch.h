@@ -58,9 +58,7 @@ class PTMATCH_EXPORT rxDeadlinePassed : public rxAttention::Interrupted {
 /// Any number of threads may watch a run of their own. The watch is a matter of its thread alone:
 /// the handler of `rxAttention` is asked as ever, after the watch, and may be set meanwhile.
 ///
-/// @throws rxDeadlinePassed  the limit passed; also an `rxAttention::Interrupted`. The result set
-/// is
-///         left as that leaves it.
+/// @throws rxDeadlinePassed  the limit passed; also an `rxAttention::Interrupted`.
 /// @throws rxPointMatcherDefs::BadParams  a limit or an interval is negative or not a number.
 /// @throws whatever `run` and `onProgress` throw.
 /// After an exception the result set is left as `run` leaves it; as it was, when the limits are

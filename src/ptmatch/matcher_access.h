@@ -4,7 +4,8 @@
 
 namespace ptmatch::detail {
 
-/// What the additions beside the matcher read of it; they change nothing of it.
+/// What the additions beside the matcher read of it, and how they empty a result set; they change
+/// nothing of the matcher.
 struct MatcherAccess {
     /// The model that is searched for as points, or null: that of the matcher, in grid mode that of
     /// a sparse pattern.
