@@ -1,18 +1,22 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <vector>
 
 #include "foundation/image.h"
+#include "foundation/image_functions.h"
 #include "foundation/memory_archive.h"
 #include "hardening/edge_world.h"
 #include "ptmatch/certainty.h"
 #include "ptmatch/distinct_instances.h"
 #include "ptmatch/gridcorr.h"
+#include "ptmatch/matched_pairs.h"
 #include "ptmatch/matext.h"
 #include "ptmatch/ppmatch.h"
 #include "ptmatch/ptgdmap.h"
+#include "ptmatch/refit.h"
 #include "ptmatch/run_cost.h"
 #include "ptmatch/why_not.h"
 #include "support/allocation_meter.h"
@@ -169,25 +173,92 @@ TEST(EdgeSizes, GridsAroundTheEndOf16BitsAreMappedAndPlacedInTheMemoryStated) {
     }
 }
 
-TEST(EdgeSizes, PlateAroundTheEndOf16BitsIsFoundWhole) {
-    rxPelBuffer<unsigned char> plate(kSide, kSide, 32);
-    for (long y = 0; y < kSide; ++y) {
-        for (long x = 0; x < kSide; ++x) plate.put(x, y, 1);
-    }
-    plate.put(kSide - 1, kSide - 1, 0);  // 65,535 points
-    plate.clientFromImageXform(rxXform<2>(rxMatrix<2>(10, 0, 0, 10), rxVector<2>()));
-    rxPointMatcher matcher;
-    matcher.train(plate);
-    auto params = EdgePlate::params();
-    const Points data = manyPoints(65535);
+/// Found in few data, 40 units away: the first ten points of the model.
+void expectFirstTenFound(const rxPointMatcher& matcher, const Points& model, double coverage) {
+    Points data;
+    for (std::size_t i = 0; i < 10; ++i) data.push_back(model[i] + rxVector<2>(40, -20));
+    rxPointMatcherRunParams params(0.9 * coverage);
+    params.rotationUncertainty(rxAngleRange(rxDegree(0), rxDegree(0)));
+    params.autoGridSize(false);
+    params.gridSize(2.0);
+    params.autoCaptureRange(false);
+    params.captureRange(3.0);
     rxPointMatcherResultSet found;
-    const AllocationMeter meter;
-    matcher.run(data, params, found);
-    EXPECT_LE(meter.total(), (1U << 20U) + 500U * data.size());
+    const double imageBytes = rfRunCost(matcher, data, params).imageBytes;
+    {
+        const AllocationMeter meter;
+        matcher.run(data, params, found);
+        EXPECT_LE(static_cast<double>(meter.total()),
+                  (1 << 20) + 2.0 * imageBytes + 400.0 * static_cast<double>(model.size()));
+    }
     ASSERT_EQ(found.results().size(), 1U);
-    EXPECT_EQ(found.results()[0].coverage(), 1.0);
-    EXPECT_EQ(found.results()[0].gridToDataMap({kSide - 2, kSide - 1}), 65534);
-    EXPECT_EQ(found.results()[0].gridToDataMap({kSide - 1, kSide - 1}), -1);
+    const rxPointMatcherResult& best = found.results()[0];
+    EXPECT_DOUBLE_EQ(best.coverage(), coverage);
+    ASSERT_EQ(best.modelToDataMap().size(), model.size());
+    for (std::size_t i = 0; i < model.size(); ++i) {
+        ASSERT_EQ(best.modelToDataMap()[i], i < 10 ? static_cast<long>(i) : -1) << i;
+    }
+    EXPECT_EQ(rfMatchedPairs(matcher, data, best).data, data);
+    EXPECT_LT(rfRefit(matcher, data, best, rxRefitDefs::eRigid).residual.largest, 1e-9);
+    EXPECT_EQ(rfCertainty(matcher, data, params, found, 0).residuals.size(), 10U);
+    EXPECT_EQ(rfDistinctInstances(matcher, found), std::vector<std::size_t>{0});
+    const auto record = stored(found);
+    EXPECT_EQ(stored(loaded<rxPointMatcherResultSet>(record)), record);
+}
+
+TEST(EdgeSizes, ModelsAroundTheEndOf16BitsAreFoundInFewData) {
+    for (const std::size_t size : kSizes) {
+        SCOPED_TRACE(size);
+        // The ten lie about the middle of the others, which is looked for among the data.
+        Points model = manyPoints(size);
+        const Points ten = ptmatch::testing::tenPoints();
+        rxVector<2> middle;
+        for (const rxVector<2>& p : ten) middle = middle + rxVector<2>(p.x() / 10, p.y() / 10);
+        for (std::size_t i = 0; i < 10; ++i) {
+            model[i] = ten[i] - middle + rxVector<2>(1275, 1275);
+        }
+        rxPointMatcher plain;
+        plain.train(model, rxPointMatcherDefs::eAutoDetect);
+        expectFirstTenFound(plain, model, 10.0 / static_cast<double>(size));
+        std::vector<long> weights(size, 0);
+        std::fill_n(weights.begin(), 10, 5);
+        rxPointMatcher weighted;
+        weighted.train(model, weights, rxPointMatcherDefs::eAutoDetect);
+        expectFirstTenFound(weighted, model, 1.0);
+    }
+}
+
+TEST(EdgeSizes, PlatesAroundTheEndOf16BitsAreFoundWhole) {
+    for (const std::size_t size : kSizes) {
+        SCOPED_TRACE(size);
+        rxPelBuffer<unsigned char> plate(kSide, kSide, 32);
+        rfPelSet(plate, 1);
+        const bool isFull = size == 65536;
+        if (!isFull) plate.put(kSide - 1, kSide - 1, 0);
+        plate.clientFromImageXform(rxXform<2>(rxMatrix<2>(10, 0, 0, 10), rxVector<2>()));
+        rxPointMatcher matcher;
+        matcher.train(plate);
+        const Points data = manyPoints(size);
+        rxPointMatcherResultSet found;
+        {
+            const AllocationMeter meter;
+            matcher.run(data, EdgePlate::params(), found);
+            EXPECT_LE(meter.total(), (1U << 20U) + 500U * size);
+        }
+        ASSERT_EQ(found.results().size(), 1U);
+        EXPECT_EQ(found.results()[0].coverage(), 1.0);
+        EXPECT_EQ(found.results()[0].gridToDataMap({kSide - 2, kSide - 1}), 65534);
+        EXPECT_EQ(found.results()[0].gridToDataMap({kSide - 1, kSide - 1}), isFull ? 65535 : -1);
+        const auto record = stored(found);
+        EXPECT_EQ(stored(loaded<rxPointMatcherResultSet>(record)), record);
+        // The same on images of the positions.
+        rx_PointToGridCorresponder tool;
+        tool.train(plate, rx_PointToGridCorresponderTrainParams());
+        rx_PointToGridCorresponderResultSet placed;
+        EXPECT_TRUE(tool.run(plate, rx_PointToGridCorresponderRunParams(1.0), placed));
+        ASSERT_EQ(placed.results().size(), 1U);
+        EXPECT_EQ(placed.results()[0].score(), 1.0);
+    }
 }
 
 TEST(EdgeSizes, ExhaustiveSearchOfManyPointsIsToldBeforehandAndOneIsNoPair) {
