@@ -11,7 +11,7 @@ build="g++ cmake ninja-build"
 tool="libcli11-dev nlohmann-json3-dev libjpeg-dev libpng-dev librsvg2-bin"
 python="python3-dev pybind11-dev python3-numpy python3-matplotlib"
 tests="libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev make pkg-config dpkg-dev file groff-base
-    python3 python3-pytest python3-pip python3-distributed mypy"
+    locales python3 python3-pytest python3-pip python3-distributed mypy"
 checks="clang libclang-rt-14-dev clang-format clang-tidy doxygen gcovr"
 case "${1:-}" in
 "") packages="$build $tool $python $tests" ;;
