@@ -156,9 +156,9 @@ double csvCoordinate(const CsvFields& fields, std::size_t column, const std::str
     return *value;
 }
 
-void requireRoomInTable(std::size_t count, const CsvPlace& place) {
-    if (count < kLargestTable) return;
-    place.fail("more than " + std::to_string(kLargestTable) + " lines of numbers");
+void requireRoomInTable(std::size_t count, std::size_t largest, const CsvPlace& place) {
+    if (count < largest) return;
+    place.fail("more than " + std::to_string(largest) + " lines of numbers");
 }
 
 void requireCsvColumns(const CsvFields& fields, std::size_t count, const CsvPlace& place) {

@@ -36,7 +36,7 @@ std::string likelyCause(const CsvFields& fields, std::size_t count);
 constexpr std::size_t kLargestTable = 10'000'000;
 
 /// @throws InputError  the table has `count` points or pairs already, and may have no more.
-void requireRoomInTable(std::size_t count, const CsvPlace& place);
+void requireRoomInTable(std::size_t count, std::size_t largest, const CsvPlace& place);
 
 /// Calls `use` for every line of `text` that is neither blank nor begins with '#', in order; a byte
 /// order mark and CR LF line ends are fine.

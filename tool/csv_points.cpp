@@ -51,9 +51,9 @@ Columns columnsWithoutHeader(const CsvFields& fields, const CsvPlace& place) {
 }
 
 void appendPoint(PointTable& table, const CsvFields& fields, const Columns& columns,
-                 const CsvPlace& place) {
+                 std::size_t largest, const CsvPlace& place) {
     requireCsvColumns(fields, columns.count, place);
-    requireRoomInTable(table.points.size(), place);
+    requireRoomInTable(table.points.size(), largest, place);
     const double x = csvCoordinate(fields, columns.x, "x", place);
     const double y = csvCoordinate(fields, columns.y, "y", place);
     if (columns.weight) {
@@ -77,7 +77,8 @@ std::size_t frameColumn(const CsvFields& header, const CsvPlace& place) {
 
 }  // namespace
 
-std::vector<Frame> parseFrames(std::string_view text, const std::string& name) {
+std::vector<Frame> parseFrames(std::string_view text, const std::string& name,
+                               std::size_t largest) {
     std::vector<Frame> frames;
     std::map<std::string, std::size_t, std::less<>> indices;
     std::optional<Columns> columns;
@@ -93,13 +94,13 @@ std::vector<Frame> parseFrames(std::string_view text, const std::string& name) {
         if (frame.empty()) failCsvField(place, "the name of a frame", column, "frame", frame);
         const auto [known, isNew] = indices.try_emplace(frame, frames.size());
         if (isNew) frames.push_back({frame, {}});
-        appendPoint(frames[known->second].table, fields, *columns, place);
+        appendPoint(frames[known->second].table, fields, *columns, largest, place);
     });
     if (frames.empty()) throw InputError(name + ": holds no points");
     return frames;
 }
 
-PointTable parsePoints(std::string_view text, const std::string& name) {
+PointTable parsePoints(std::string_view text, const std::string& name, std::size_t largest) {
     PointTable table;
     std::optional<Columns> columns;
     forEachCsvLine(text, name, [&](const CsvFields& fields, const CsvPlace& place) {
@@ -108,7 +109,7 @@ PointTable parsePoints(std::string_view text, const std::string& name) {
             columns = header ? columnsOfHeader(fields, place) : columnsWithoutHeader(fields, place);
             if (header) return;
         }
-        appendPoint(table, fields, *columns, place);
+        appendPoint(table, fields, *columns, largest, place);
     });
     if (table.points.empty()) throw InputError(name + ": holds no points");
     return table;

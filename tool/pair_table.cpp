@@ -86,9 +86,9 @@ Columns columnsWithoutHeader(const CsvFields& fields, std::size_t dimensions,
 }
 
 void appendPair(PairTable& table, const CsvFields& fields, const Columns& columns,
-                const CsvPlace& place) {
+                std::size_t largest, const CsvPlace& place) {
     requireCsvColumns(fields, columns.count, place);
-    requireRoomInTable(table.a.size(), place);
+    requireRoomInTable(table.a.size(), largest, place);
     const auto pointFrom = [&](std::size_t first) {
         Coordinates point{};
         for (std::size_t k = 0; k < table.dimensions; ++k) {
@@ -109,7 +109,8 @@ std::vector<std::string> pairColumns(std::size_t dimensions) {
     return {"ax", "ay", "az", "bx", "by", "bz"};
 }
 
-PairTable parsePairs(std::string_view text, std::size_t dimensions, const std::string& name) {
+PairTable parsePairs(std::string_view text, std::size_t dimensions, const std::string& name,
+                     std::size_t largest) {
     PairTable table;
     table.dimensions = dimensions;
     std::optional<Columns> columns;
@@ -124,7 +125,7 @@ PairTable parsePairs(std::string_view text, std::size_t dimensions, const std::s
                 return;
             }
         }
-        appendPair(table, fields, *columns, place);
+        appendPair(table, fields, *columns, largest, place);
     });
     if (table.a.empty()) throw InputError(name + ": holds no pairs");
     return table;

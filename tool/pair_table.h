@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "csv_lines.h"
+
 namespace ptmatch::tool {
 
 /// A point of the plane (z is 0) or of space.
@@ -33,9 +35,11 @@ struct PairTable {
 /// @param text        the whole file
 /// @param dimensions  2 or 3
 /// @param name        what messages call the file
+/// @param largest     how many pairs it may have
 /// @throws InputError  "name:line: ..." for the first line that breaks a rule, "name: ..." when
 ///                     there is no pair at all.
-PairTable parsePairs(std::string_view text, std::size_t dimensions, const std::string& name);
+PairTable parsePairs(std::string_view text, std::size_t dimensions, const std::string& name,
+                     std::size_t largest = kLargestTable);
 
 /// The table in the file at `path`.
 /// @throws InputError  as parsePairs, and when `path` is missing, a directory or cannot be read.

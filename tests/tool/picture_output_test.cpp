@@ -10,6 +10,8 @@
 // Needs FILE of cstdio, which it does not include.
 #include <jpeglib.h>
 
+#include "input_error.h"
+#include "photograph.h"
 #include "picture_output.h"
 #include "raster_picture.h"
 #include "svg_canvas.h"
@@ -257,6 +259,18 @@ TEST_F(Pictures, OtherCommandsDrawOverPhotographsToo) {
     over("grid-map", {"--data", "dots.csv"});
     over("grid-match", {"--pattern", "pattern.txt", "--data", "dots.csv"});
     over("fit", {"--pairs", "pairs.csv", "--model", "affine"});
+}
+
+TEST_F(Pictures, HalfWrittenPhotographsAreRefusedWhereverTheyEnd) {
+    const std::string file = (work() / "p").string();
+    for (const std::string& whole : {samplePng(9, 7), sampleJpeg(9, 7)}) {
+        write("p", whole);
+        EXPECT_EQ(readPhotograph(file).width, 9);
+        for (std::size_t length = 0; length < whole.size(); ++length) {
+            write("p", whole.substr(0, length));
+            EXPECT_THROW(readPhotograph(file), InputError) << length << " of " << whole.size();
+        }
+    }
 }
 
 TEST_F(Pictures, PhotographsThatCannotBeUsedAreRefused) {
