@@ -84,12 +84,13 @@ struct RankedPose;
 ///
 /// Units and numbers. Lengths may be in any unit: a scene in another one has the same results in
 /// it, to the last bit where the units are a power of two apart. As squares of lengths are formed,
-/// that holds for patterns between 1e-150 and 1e150 large; beyond, a run finds what it can, and
-/// where it finds nothing it says so by `BadParams`. Data points may lie anywhere; a search by
-/// votes refuses data that spread too far for its images. A capture range below 1e-162 counts as 0
-/// and captures nothing. A range with its start above its end is allowed and holds nothing; one of
-/// angles may lie in any turn. (By votes, a reversed range of scales comes down to its middle, and
-/// one of translations that is reversed by less than a cell to that cell.)
+/// that holds for patterns between 1e-150 and 1e150 large; beyond, a run finds what it can;
+/// where it finds nothing a search by votes says so by `BadParams`, an exhaustive one does not.
+/// Data points may lie anywhere; a search by votes refuses data that spread too far for its images.
+/// A capture range below 1e-162 counts as 0 and captures nothing. A range with its start above its
+/// end is allowed and holds nothing; one of angles may lie in any turn. (By votes, a reversed range
+/// of scales comes down to its middle, and one of translations that is reversed by less than a cell
+/// to that cell.)
 ///
 /// A value: a copy owns its own trained model. Copying takes over what was trained but not the
 /// training mode: a new copy of a matcher trained with `eExhaustiveMode` is a matcher of mode
@@ -201,9 +202,9 @@ class PTMATCH_EXPORT rxPointMatcher {
     ///         in use, steps with a length not within 1e-150 to 1e150, or a bound of the rotation
     ///         uncertainty beyond a million degrees. The environment variable PTMATCH_KERNEL names
     ///         no vote kernel of this machine (found only by a run that comes to voting).
-    ///         Also when nothing was found in data that could have held it, and the points to
-    ///         search for, in the model or where the start pose takes them, are neither in one
-    ///         place nor 1e-150 to 1e150 apart (the larger side of their bounds).
+    ///         Also when a search by votes found nothing in data that could have held it, and the
+    ///         points to search for, in the model or where the start pose takes them, are neither
+    ///         in one place nor 1e-150 to 1e150 apart (the larger side of their bounds).
     /// @throws rx_PointToGridCorresponderDefs::InsufficientMemory  the data spread over too large a
     ///         part of their grid (2^28 positions).
     /// @throws rxLSPointToPointFitter::Errors, rxMathError  in grid mode: the data were mapped, but

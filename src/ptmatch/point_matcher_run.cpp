@@ -90,7 +90,6 @@ void rxPointMatcher::runExhaustive_(const std::vector<rxVector<2>>& data,
     rxTimer timer(false);
     timer.start();
     std::vector<RankedPose> ranked = searchExhaustively(data, *model_, params);
-    if (ranked.empty() && !data.empty()) checkNothingFound(*model_, params.startPose());
     setResults_(std::move(ranked), rxPointMatcherDefs::eExhaustiveMode, timer, resultSet);
 }
 

@@ -21,7 +21,7 @@ void checkRunArguments(const std::vector<rxVector<2>>& data, const rxPointMatche
 /// @throws rxPointMatcherDefs::BadParams   Cost O(model).
 void checkSearchable(const rx_PointMatcherModel& model, const rxXform<2>& startPose);
 
-/// Says, after a search that found nothing, that the extent is so near to those of
+/// Says, after a search by votes that found nothing, that the extent is so near to those of
 /// `checkSearchable` that sums and shares of squares leave the range of double: it may be why.
 /// @throws rxPointMatcherDefs::BadParams   Cost O(model).
 void checkNothingFound(const rx_PointMatcherModel& model, const rxXform<2>& startPose);
