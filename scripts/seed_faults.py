@@ -356,17 +356,17 @@ class Scratch:
         words[words.index("-c") + 1] = str(source)
         return subprocess.run(words, cwd=self.build, capture_output=True, check=False).returncode == 0
 
-    def make_helpers(self):
+    def make_support(self):
         """What tests share, for those that become an executable of their own."""
-        helpers = []
+        support = []
         for source in sorted((self.tree / "tests/ptmatch").glob("*.cpp")):
             if not source.stem.endswith("_test"):
-                helpers.append(self.work / f"{source.stem}.o")
-                if not self.compile_test(source, helpers[-1]):
+                support.append(self.work / f"{source.stem}.o")
+                if not self.compile_test(source, support[-1]):
                     raise SystemExit(f"{source} does not compile")
-        archive = self.work / "libhelpers.a"
+        archive = self.work / "libsupport.a"
         archive.unlink(missing_ok=True)
-        subprocess.run(["ar", "rc", archive, *helpers], check=True)
+        subprocess.run(["ar", "rc", archive, *support], check=True)
 
     # -- running --
 
@@ -488,7 +488,7 @@ class Scratch:
             if compiled.read_bytes() == clean.read_bytes():
                 continue
             differs = True
-            words = self.link_words([meter, compiled, self.work / "libhelpers.a"], self.work / "own_tests")
+            words = self.link_words([meter, compiled, self.work / "libsupport.a"], self.work / "own_tests")
             if subprocess.run(words, capture_output=True, check=False).returncode:
                 continue
             tests = {test: seconds for of_executable in self.times.values()
@@ -625,7 +625,7 @@ def again(scratch, only):
     scratch.compile_all(1)
     scratch.load()
     scratch.link_library([])
-    scratch.make_helpers()
+    scratch.make_support()
     scratch.link_executables()
     scratch.time_tests()
     for number, entry in sorted(latest(scratch.past()).items()):
@@ -694,7 +694,7 @@ def main():
         scratch.load()
         scratch.precompile()
         scratch.link_library([])
-        scratch.make_helpers()
+        scratch.make_support()
         scratch.link_executables()
         scratch.time_tests()
     elif options.command == "run":
