@@ -10,6 +10,7 @@
 #include "input_error.h"
 #include "input_file.h"
 #include "jpeg_check.h"
+#include "png_file.h"
 
 namespace ptmatch::tool {
 namespace {
@@ -29,6 +30,7 @@ void checkSize(const std::string& path, std::uint64_t width, std::uint64_t heigh
 
 /// Reads all of it, for the size alone does not tell that it is whole.
 void checkPng(const std::string& path, std::string_view bytes, Photograph& photograph) {
+    if (bytes.find(kPngEnd) == std::string_view::npos) failDamaged(path, "it ends too early");
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     if (png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()) == 0) {
@@ -86,7 +88,7 @@ Photograph readPhotograph(const std::string& path) {
     }
     Photograph photograph;
     photograph.file = path;
-    if (beginsWith(bytes, "\x89PNG\r\n\x1a\n")) {
+    if (beginsWith(bytes, kPngStart)) {
         checkPng(path, bytes, photograph);
         photograph.dataUri = "data:image/png;base64," + base64Text(bytes);
     } else if (beginsWith(bytes, "\xff\xd8\xff")) {

@@ -21,6 +21,7 @@
 #include "foundation/attention.h"
 #include "input_error.h"
 #include "number_text.h"
+#include "png_file.h"
 #include "process_end.h"
 
 namespace ptmatch::tool {
@@ -179,10 +180,7 @@ int run(const std::string& program, const Streams& streams) {
 /// Whether it begins and ends as a PNG file does: a renderer whose disk is full may say nothing.
 bool isWholePng(std::string_view bytes) {
     constexpr std::string_view kStart = "\x89PNG";
-    constexpr std::string_view kEnd("\0\0\0\0IEND\xae\x42\x60\x82", 12);
-    return bytes.size() >= kStart.size() + kEnd.size() &&
-           bytes.substr(0, kStart.size()) == kStart &&
-           bytes.substr(bytes.size() - kEnd.size()) == kEnd;
+    return bytes.starts_with(kStart) && bytes.ends_with(kPngEnd);
 }
 
 }  // namespace

@@ -108,9 +108,8 @@ class Pictures : public Tool {
     // Ctrl-C in a terminal while the renderer runs: the signal goes to the whole group.
     Outcome interruptRenderer(std::vector<std::string> options) const {
         writeRenderer("echo x >started\nexec /bin/sleep 30\n");
-        options.insert(options.begin(),
-                       {"/usr/bin/setsid", "/usr/bin/env", "PATH=" + (work() / "bin").string(),
-                        PTMATCH_TOOL, "match", "--model", "m.csv"});
+        options.insert(options.begin(), {"/usr/bin/env", "PATH=" + (work() / "bin").string(),
+                                         PTMATCH_TOOL, "match", "--model", "m.csv"});
         const pid_t child = start(options);
         for (int k = 0; k < 2000 && !fs::exists(work() / "started"); ++k) {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
