@@ -17,9 +17,9 @@
 #include "ptmatch/vote_image.h"
 #include "ptmatch/why_not.h"
 
-namespace {
+namespace ptmatch::testing {
 
-using namespace ptmatch::testing;
+namespace {
 
 class AllocationFailureOfMatching : public ::testing::TestWithParam<FaultScenario> {};
 
@@ -31,15 +31,11 @@ using Scenarios = std::vector<FaultScenario>;
 
 // ---- training: untrained after a failure
 
-ByteVector describeMatcher(const rxPointMatcher& matcher) {
-    return describe(matcher);
-}
-
 FaultScenario trainingScenario(Training training, Training before) {
     FaultTable<rxPointMatcher> table;
     table.prepare = [before](rxPointMatcher& matcher) { train(matcher, before); };
     table.call = [training](rxPointMatcher& matcher) { train(matcher, training); };
-    table.outcome = describeMatcher;
+    table.outcome = [](const rxPointMatcher& matcher) { return describe(matcher); };
     // What is left of a grid tells nothing.
     table.left = [](const rxPointMatcher& matcher) {
         return matcher.isTrained() ? describe(matcher) : ByteVector();
@@ -58,7 +54,7 @@ FaultScenario refusedTrainingScenario() {
         } catch (const rxPointMatcherDefs::InsufficientModelPoints&) {
         }
     };
-    table.outcome = describeMatcher;
+    table.outcome = [](const rxPointMatcher& matcher) { return describe(matcher); };
     table.spoil = [](rxPointMatcher& matcher) { matcher.untrain(); };
     return table.named("TrainOnTwoPoints");
 }
@@ -257,9 +253,9 @@ FaultScenario corresponderTrainingOnImageScenario() {
 Scenarios gridScenarios() {
     const rxPtToGridMapRunParams upright(rxVector<2>(20, 0), rxVector<2>(0, 20));
     const rxPtToGridMapRunParams staggered(rxVector<2>(20, 0), rxVector<2>(0, 20), true, 4.0);
-    return {mappingScenario("MapUprightGrid", upright, seen(pointsOf(denseImage()))),
+    return {mappingScenario("MapUprightGrid", upright, seenDots(densePicture())),
             mappingScenario("MapStaggeredGrid", staggered,
-                            seen(pointsOf(patternImage({"x.x.x", ".x.x.", "x.x.x", ".x.x."})))),
+                            seenDots({"#.#.#", ".#.#.", "#.#.#", ".#.#."})),
             placingOnListScenario(),
             placingOnImageScenario(),
             corresponderTrainingOnListScenario(),
@@ -270,47 +266,6 @@ INSTANTIATE_TEST_SUITE_P(Grids, AllocationFailureOfMatching, ::testing::ValuesIn
                          nameOfScenario);
 
 // ---- what stands beside the matcher: it changes none of its arguments
-
-ByteVector describeAnswer(const std::string& text) {
-    return stored(text);
-}
-ByteVector describeAnswer(const std::vector<long>& numbers) {
-    return stored(numbers);
-}
-ByteVector describeAnswer(const std::vector<std::size_t>& indices) {
-    return stored(indices);
-}
-ByteVector describeAnswer(const rxMatchedPairs& pairs) {
-    return stored(pairs.model, pairs.data, pairs.modelIndices, pairs.dataIndices);
-}
-ByteVector describeAnswer(const rxRefit& refit) {
-    return stored(refit.dataFromModel, refit.residual.rms, refit.residual.largest, refit.numPairs);
-}
-ByteVector describeAnswer(const rxCertainty& sure) {
-    const rxPoseCovariance covariance = sure.covariance.value_or(rxPoseCovariance());
-    return joined({describeAnswer(sure.pairs), stored(sure.residuals),
-                   stored(sure.covariance.has_value(), covariance.sigma, covariance.centre,
-                          covariance.centreVariance, covariance.rotationSigma),
-                   stored(sure.log10FalseAlarms.value_or(1e9),
-                          sure.log10CloseFalseAlarms.value_or(1e9), sure.nextPose.has_value())});
-}
-ByteVector describeAnswer(const std::optional<rxVotePlace>& place) {
-    if (!place) return stored(false);
-    return stored(true, place->scale, place->rotationDegrees);
-}
-ByteVector describeAnswer(const rxVoteImage& image) {
-    return stored(image.place.scale, image.width, image.height, image.votes, image.firstStep,
-                  image.step, image.threshold, image.highestPossible);
-}
-ByteVector describeAnswer(const rxWhyNot& why) {
-    return stored(static_cast<long>(why.reason), why.cost.work, why.isWidened, why.numReturned,
-                  why.numCandidates, why.numBelowCoverage, why.numOutsideRotation, why.bestCoverage,
-                  why.nearestMiss.has_value(),
-                  why.nearestMiss.value_or(rxNearestMiss()).modelToDataXform);
-}
-ByteVector describeAnswer(const rxRunCost& cost) {
-    return stored(static_cast<long>(cost.mode), cost.gridSize, cost.imageBytes, cost.work);
-}
 
 template <class Answer>
 struct AskedRun {
@@ -328,7 +283,7 @@ FaultScenario questionScenario(const std::string& name, Training training, Ask a
         asked.run.run();
     };
     table.call = [ask](AskedRun<Answer>& asked) { asked.answer = ask(asked.run); };
-    table.outcome = [](const AskedRun<Answer>& asked) { return describeAnswer(asked.answer); };
+    table.outcome = [](const AskedRun<Answer>& asked) { return describe(asked.answer); };
     table.left = [](const AskedRun<Answer>& asked) { return describeOutcome(asked.run); };
     return table.named(name + nameOf(training));
 }
@@ -410,6 +365,12 @@ Scenarios questionScenarios() {
                                    [](MatcherRun& run) { return run.matcher.weights(); }));
     all.push_back(questionScenario("UnitWeights", Training::eByVotes,
                                    [](MatcherRun& run) { return run.matcher.weights(); }));
+    all.push_back(
+        withoutMemory(questionScenario("ExtractedPoints", Training::eByVotes, [](MatcherRun& run) {
+            rfExtractPointsFromPointMatcherResults(run.matcher, run.data, bestOf(run), smallModel(),
+                                                   run.data);
+            return run.found.results().size();
+        })));
     all.push_back(questionScenario("SummaryOfParams", Training::eByVotes,
                                    [](MatcherRun& run) { return textOfValue(run.params); }));
     all.push_back(questionScenario("SummaryOfSet", Training::eByVotes,
@@ -421,3 +382,5 @@ INSTANTIATE_TEST_SUITE_P(Questions, AllocationFailureOfMatching,
                          ::testing::ValuesIn(questionScenarios()), nameOfScenario);
 
 }  // namespace
+
+}  // namespace ptmatch::testing

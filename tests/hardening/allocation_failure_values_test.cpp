@@ -4,27 +4,30 @@
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <ranges>
 #include <sstream>
-#include <type_traits>
 
 #include "foundation/fitter.h"
+#include "foundation/image_functions.h"
 #include "foundation/stream_archive.h"
 #include "hardening/allocation_sweep.h"
 #include "hardening/fault_world.h"
+#include "ptmatch/adapters.h"
 #include "ptmatch/affine_approximation.h"
-#include "ptmatch/certainty.h"
+#include "ptmatch/clutter_chance.h"
 #include "ptmatch/condition_estimate.h"
+#include "ptmatch/fit_residual.h"
 #include "ptmatch/least_squares.h"
 #include "ptmatch/perspective_fit.h"
+#include "ptmatch/pose_covariance.h"
 #include "ptmatch/ptgdmap.h"
 #include "ptmatch/run_watch.h"
 #include "ptmatch/score_hashing.h"
 #include "ptmatch/space_fit.h"
-#include "ptmatch/vote_image.h"
+
+namespace ptmatch::testing {
 
 namespace {
-
-using namespace ptmatch::testing;
 
 class AllocationFailureOfValues : public ::testing::TestWithParam<FaultScenario> {};
 
@@ -35,31 +38,6 @@ TEST_P(AllocationFailureOfValues, LeavesWhatIsPromised) {
 using Table = std::vector<FaultScenario>;
 
 // ---- copies, assignments and records of everything that has them
-
-/// All of a value that a copy or a record has to bring along.
-template <class T>
-ByteVector describeValue(const T& value) {
-    if constexpr (std::is_same_v<T, rxPointMatcher>) {
-        return describe(value);
-    } else {
-        return stored(value);
-    }
-}
-ByteVector describeValue(const rxLeastSquaresSolution& best) {
-    return stored(best.x, best.rank, best.condition, best.residualNorm, best.numEquations);
-}
-ByteVector describeValue(const rxLeastSquares& system) {
-    return describeValue(system.fit());
-}
-ByteVector describeValue(const rxMatchedPairs& pairs) {
-    return stored(pairs.model, pairs.data, pairs.modelIndices, pairs.dataIndices);
-}
-ByteVector describeValue(const rxCertainty& sure) {
-    return joined({describeValue(sure.pairs), stored(sure.residuals)});
-}
-ByteVector describeValue(const rxVoteImage& image) {
-    return stored(image.width, image.height, image.votes);
-}
 
 template <class T>
 struct Operands {
@@ -83,16 +61,14 @@ class ValueScenarios {
             makeOther(operands.target);
         };
         table_.left = [](const Operands<T>& operands) {
-            return joined({describeValue(operands.source), describeValue(operands.target)});
+            return joined({describe(operands.source), describe(operands.target)});
         };
     }
 
     ValueScenarios& copies(bool takesMemory = true) {
         FaultTable<Operands<T>> table = table_;
         table.call = [](Operands<T>& operands) { operands.copy.emplace(operands.source); };
-        table.outcome = [](const Operands<T>& operands) {
-            return describeValue(operands.copy.value());
-        };
+        table.outcome = [](const Operands<T>& operands) { return describe(operands.copy.value()); };
         return add(table, "Copy", takesMemory);
     }
 
@@ -108,7 +84,7 @@ class ValueScenarios {
         FaultTable<Operands<T>> table = table_;
         table.call = [](Operands<T>& operands) { operands.target = operands.source; };
         table.outcome = describeTarget;
-        table.left = [](const Operands<T>& operands) { return describeValue(operands.source); };
+        table.left = [](const Operands<T>& operands) { return describe(operands.source); };
         return add(table, "AssignMembers", true);
     }
 
@@ -176,7 +152,7 @@ class ValueScenarios {
 
   private:
     static ByteVector describeTarget(const Operands<T>& operands) {
-        return describeValue(operands.target);
+        return describe(operands.target);
     }
 
     ValueScenarios& add(const FaultTable<Operands<T>>& table, const std::string& what,
@@ -510,7 +486,7 @@ FaultScenario changeScenario(const std::string& name, const T& value,
     FaultTable<std::optional<T>> table;
     table.prepare = [value](std::optional<T>& changed) { changed.emplace(value); };
     table.call = [change](std::optional<T>& changed) { change(*changed); };
-    table.outcome = [](const std::optional<T>& changed) { return describeValue(*changed); };
+    table.outcome = [](const std::optional<T>& changed) { return describe(*changed); };
     FaultScenario scenario = table.named(name);
     scenario.takesMemory = takesMemory;
     return scenario;
@@ -526,7 +502,7 @@ FaultScenario functionScenario(const std::string& name, Ask ask, bool takesMemor
     FaultTable<Answered> answered;
     answered.prepare = [](Answered&) {};
     answered.call = [ask](Answered& state) { state.answer.emplace(ask()); };
-    answered.outcome = [](const Answered& state) { return describeValue(state.answer.value()); };
+    answered.outcome = [](const Answered& state) { return describe(state.answer.value()); };
     answered.left = [](const Answered& state) { return stored(state.answer.has_value()); };
     FaultScenario scenario = answered.named(name);
     scenario.takesMemory = takesMemory;
@@ -558,7 +534,7 @@ void addPlaneFits(Table& all) {
     FaultTable<rx2PTm> anew;
     anew.prepare = [oblique](rx2PTm& tm) { tm = oblique; };
     anew.call = [](rx2PTm& tm) { tm.fit(kImages, kPlane); };
-    anew.outcome = [](const rx2PTm& tm) { return describeValue(tm); };
+    anew.outcome = [](const rx2PTm& tm) { return describe(tm); };
     anew.spoil = [](rx2PTm& tm) {
         tm.identity();
         tm.update(kImages, kPlane);
@@ -601,7 +577,7 @@ void addSpaceFits(Table& all) {
     FaultTable<rx3PtMatchTm> anew;
     anew.prepare = [moved](rx3PtMatchTm& tm) { tm = moved; };
     anew.call = [](rx3PtMatchTm& tm) { tm.fit(kMovedSpace, kSpace); };
-    anew.outcome = [](const rx3PtMatchTm& tm) { return describeValue(tm); };
+    anew.outcome = [](const rx3PtMatchTm& tm) { return describe(tm); };
     anew.spoil = [](rx3PtMatchTm& tm) {
         tm.identity();
         tm.update(kMovedSpace, kSpace);
@@ -669,17 +645,45 @@ void addSolvers(Table& all) {
     }
 }
 
+/// How well fits hold: all of it without memory.
+void addJudgements(Table& all) {
+    const auto add = [&all](const std::string& name, auto ask) {
+        all.push_back(functionScenario(name, ask, false));
+    };
+    const rx2PtMatchTm affine = affineWithPairs();
+    add("ResidualOfAffine", [=] { return rfFitResidual(affine, kPlane, kImages); });
+    add("ResidualOfPerspective",
+        [tm = rx2PTm(kPlane, kImages)] { return rfFitResidual(tm, kPlane, kImages); });
+    add("ResidualInSpace", [tm = rx3PtMatchTm(kSpace, kMovedSpace)] {
+        return rfFitResidual(tm, kSpace, kMovedSpace);
+    });
+    add("PoseCovariance", [=] { return rfPoseCovariance(affine.a2bXform(), kPlane, kImages, 6); });
+    add("FalseAlarms", [] {
+        return rfLog10FalseAlarms({.numDataPoints = 30,
+                                   .area = 1e4,
+                                   .captureRange = 1.5,
+                                   .numModelPoints = 10,
+                                   .modelRadius = 40,
+                                   .translationWidth = 60,
+                                   .translationHeight = 60},
+                                  7);
+    });
+    for (const int dof : {3, 4, 5, 6}) {
+        add("Fitter" + std::to_string(dof),
+            [=] { return rxLSPointToPointFitter(kImages, kPlane).fit(dof); });
+    }
+}
+
 struct Scores {
     std::unique_ptr<rxScoreHashing> store;
 };
 
-FaultScenario scoreScenario() {
+FaultTable<Scores> scoreTable() {
     FaultTable<Scores> table;
     table.prepare = [](Scores& scores) {
         scores.store = std::make_unique<rxScoreHashing>(50, 3);
         for (long i = 0; i < 5; ++i) scores.store->add(10 * i, rxPair<long>(i, -i));
     };
-    table.call = [](Scores& scores) { scores.store->max(70, 9); };
     table.outcome = [](const Scores& scores) {
         std::vector<rxPair<long>> positions;
         rxPair<long> position;
@@ -688,14 +692,49 @@ FaultScenario scoreScenario() {
         }
         return stored(positions, scores.store->maxScore(), scores.store->maxResults());
     };
-    return table.named("ResizeScores");
+    return table;
+}
+
+void addScores(Table& all) {
+    FaultTable<Scores> table = scoreTable();
+    table.call = [](Scores& scores) { scores.store->max(70, 9); };
+    all.push_back(table.named("ResizeScores"));
+    table.call = [](Scores& scores) { scores.store = std::make_unique<rxScoreHashing>(70, 9); };
+    all.push_back(table.named("MakeScores"));
+    table.call = [](Scores& scores) { scores.store->add(30, rxPair<long>(8, 8)); };
+    all.push_back(table.named("AddScore"));
+    all.back().takesMemory = false;
+}
+
+// ---- points and pixels on their way in and out
+
+void addConversions(Table& all) {
+    struct Dot {
+        float x, y;
+    };
+    const auto add = [&all](const std::string& name, auto ask, bool takesMemory = true) {
+        all.push_back(functionScenario(name, ask, takesMemory));
+    };
+    add("PointsOfHost",
+        [dots = std::vector<Dot>{{1, 2}, {3, 4}, {5, 6}}] { return rfPoints(dots); });
+    // Of a range that does not tell its size.
+    add("PointsOfHostOneByOne", [dots = std::vector<Dot>{{1, 2}, {3, 4}, {5, 6}}] {
+        return rfPoints(dots | std::views::filter([](const Dot& dot) { return dot.x > 2; }));
+    });
+    add(
+        "PointForHost", [] { return rfPoint(rfPointAs<Dot>(rxVector<2>(1.5, 2.5))); }, false);
+    static const std::vector<unsigned char> kNegative = {1, 0};
+    add("MapPixels", [] { return rfPelMap(denseImage(), kNegative); });
 }
 
 Table fitScenarios() {
-    Table all = {scoreScenario()};
+    Table all;
     addPlaneFits(all);
     addSpaceFits(all);
     addSolvers(all);
+    addJudgements(all);
+    addScores(all);
+    addConversions(all);
     return all;
 }
 
@@ -703,3 +742,5 @@ INSTANTIATE_TEST_SUITE_P(Fits, AllocationFailureOfValues, ::testing::ValuesIn(fi
                          nameOfScenario);
 
 }  // namespace
+
+}  // namespace ptmatch::testing

@@ -8,10 +8,9 @@
 
 #include "foundation/image.h"
 
-namespace {
+namespace ptmatch::testing {
 
-using ptmatch::testing::AllocationBalance;
-using ptmatch::testing::AllocationFailure;
+namespace {
 
 // Out of the compiler's sight: it may leave out pairs of new and delete.
 void* volatile heldBlock = nullptr;
@@ -79,3 +78,5 @@ TEST(AllocationFailure, OfOneLetsThoseAfterItSucceed) {
 }
 
 }  // namespace
+
+}  // namespace ptmatch::testing

@@ -1,7 +1,6 @@
 #include "hardening/allocation_sweep.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <new>
 #include <optional>
@@ -12,10 +11,6 @@
 namespace ptmatch::testing {
 
 namespace {
-
-bool isToReport() {
-    return std::getenv("PTMATCH_FAULT_REPORT") != nullptr;
-}
 
 enum class Ending { eSucceeded, eBadAlloc, eArchiveErrors };
 
@@ -98,7 +93,7 @@ void expectToWithstandAllocationFailures(const FaultScenario& scenario) {
             if (::testing::Test::HasFailure()) return;
         }
     }
-    if (!isToReport()) return;
+    if (!isReportAsked()) return;
     std::printf("%-44s %6zu allocations %7zu tries %7zu failures %5zu done without\n",
                 scenario.name.c_str(), sweep.count(), 2 * sweep.count(), sweep.numInjected(),
                 sweep.numSurvived());

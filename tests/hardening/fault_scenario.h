@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <ostream>
@@ -41,6 +42,11 @@ struct FaultScenario {
 
 inline std::string nameOfScenario(const ::testing::TestParamInfo<FaultScenario>& info) {
     return info.param.name;
+}
+
+/// Whether a test that passes shall print what it tried.
+inline bool isReportAsked() {
+    return std::getenv("PTMATCH_FAULT_REPORT") != nullptr;
 }
 
 /// A scenario of a call on a state that is prepared anew each time.

@@ -1,14 +1,14 @@
 #pragma once
 
 #include <array>
-#include <string_view>
 
 #include "foundation/geometry_archive.h"
+#include "hardening/fault_descriptions.h"
 #include "hardening/fault_scenario.h"
 #include "ptmatch/addition_world.h"
 #include "ptmatch/gridcorr.h"
 #include "ptmatch/ppmatch.h"
-#include "support/archive_bytes.h"
+#include "support/pattern_pictures.h"
 
 namespace ptmatch::testing {
 
@@ -36,39 +36,30 @@ inline Points seen(const Points& model) {
     return data;
 }
 
-/// An image in which `x` is a point, with steps of 20.
-inline rxPelBuffer<unsigned char> patternImage(std::initializer_list<std::string_view> rows) {
-    const auto width = static_cast<long>(rows.begin()->size());
-    rxPelBuffer<unsigned char> image(width, static_cast<long>(rows.size()), 32);
-    for (long y = 0; y < image.height(); ++y) {
-        for (long x = 0; x < width; ++x) {
-            const char c = rows.begin()[y][static_cast<std::size_t>(x)];
-            image.put(x, y, c == 'x' ? 1 : 0);
-        }
-    }
-    image.clientFromImageXform(rxXform<2>(rxMatrix<2>(20, 0, 0, 20), rxVector<2>()));
-    return image;
+// Grid patterns, with steps of 20.
+inline const Picture& densePicture() {
+    static const Picture picture = {"####", "##.#", "####"};
+    return picture;
 }
-
+inline const Picture& sparsePicture() {
+    static const Picture picture = {"#...#", ".....", "#..#.", "....."};
+    return picture;
+}
+inline rxXform<2> pictureGrid() {
+    return gridOf({20, 0}, {0, 20});
+}
 inline const rxPelBuffer<unsigned char>& denseImage() {
-    static const rxPelBuffer<unsigned char> image = patternImage({"xxxx", "xx.x", "xxxx"});
+    static const rxPelBuffer<unsigned char> image = imageOf(densePicture(), pictureGrid());
     return image;
 }
 inline const rxPelBuffer<unsigned char>& sparseImage() {
-    static const rxPelBuffer<unsigned char> image =
-        patternImage({"x...x", ".....", "x..x.", "....."});
+    static const rxPelBuffer<unsigned char> image = imageOf(sparsePicture(), pictureGrid());
     return image;
 }
 
-inline Points pointsOf(const rxPelBuffer<unsigned char>& image) {
-    Points points;
-    for (long y = 0; y < image.height(); ++y) {
-        for (long x = 0; x < image.width(); ++x) {
-            if (image.get(x, y) == 0) continue;
-            points.push_back(image.clientFromImageXform() * rxVector<2>(rxPair<long>(x, y)));
-        }
-    }
-    return points;
+/// The dots of a pattern, seen as the points above.
+inline Points seenDots(const Picture& picture) {
+    return seen(dotsOf(picture, pictureGrid()));
 }
 
 /// The five ways in which a matcher can be trained.
@@ -136,11 +127,11 @@ inline void prepare(MatcherRun& ready, Training training) {
             ready.data = seen(tinyModel());
             break;
         case Training::eDense:
-            ready.data = seen(pointsOf(denseImage()));
+            ready.data = seenDots(densePicture());
             ready.params.scaleUncertainty(rxRange(-0.2, 0.2));
             break;
         case Training::eSparse:
-            ready.data = seen(pointsOf(sparseImage()));
+            ready.data = seenDots(sparsePicture());
             break;
     }
     ready.params.rotationUncertainty(rxAngleRange(rxDegree(-10), rxDegree(10)));
@@ -159,10 +150,6 @@ inline double timeLeftByFailure(Training training) {
     return isGrid(training) ? 0.0 : 7.5;
 }
 
-inline ByteVector describe(const rxPointMatcher& matcher) {
-    return joined({stored(matcher), stored(matcher.isTrained()),
-                   stored(matcher.isTrained() ? static_cast<long>(matcher.trainMode()) : -1L)});
-}
 /// All but the time.
 inline ByteVector describeResults(const rxPointMatcherResultSet& found) {
     return stored(found.results());

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -19,9 +18,9 @@
 #include "ptmatch/why_not.h"
 #include "support/allocation_meter.h"
 
-namespace {
+namespace ptmatch::testing {
 
-using namespace ptmatch::testing;
+namespace {
 
 /// What a host does at a check.
 enum class Act { eInterrupt, eThrow, eRequest };
@@ -104,10 +103,6 @@ void interruptAt(const FaultScenario& scenario, const ByteVector& outcome, int p
     EXPECT_EQ(balance.bytes(), 0);
 }
 
-bool isToReportPolls() {
-    return std::getenv("PTMATCH_FAULT_REPORT") != nullptr;
-}
-
 // ---- calls that look for interruption
 
 class InterruptedCall : public ::testing::TestWithParam<FaultScenario> {};
@@ -130,7 +125,7 @@ TEST_P(InterruptedCall, LeavesWhatIsPromisedAtEveryPoll) {
             if (HasFailure()) return;
         }
     }
-    if (isToReportPolls()) std::printf("%-44s %6d polls\n", scenario.name.c_str(), count);
+    if (isReportAsked()) std::printf("%-44s %6d polls\n", scenario.name.c_str(), count);
 }
 
 FaultTable<MatcherRun> watchedTable(Training training) {
@@ -170,31 +165,21 @@ FaultScenario askedOf(Training training, const std::string& name,
     return table.named(name + nameOf(training));
 }
 
-ByteVector whyNotAnswer(const MatcherRun& run, const rxPointMatcherRunParams& params) {
-    const rxWhyNot why = rfWhyNot(run.matcher, run.data, params);
-    return stored(static_cast<long>(why.reason), why.numReturned, why.numCandidates,
-                  why.numBelowCoverage, why.bestCoverage);
-}
-
 ByteVector whyNot(const MatcherRun& run) {
-    return whyNotAnswer(run, run.params);
+    return describe(rfWhyNot(run.matcher, run.data, run.params));
 }
 
 ByteVector whyNothing(const MatcherRun& run) {
     rxPointMatcherRunParams params = run.params;
     params.rotationUncertainty(rxAngleRange(rxDegree(44), rxDegree(52)));
     narrowTranslations(params);
-    return whyNotAnswer(run, params);
-}
-
-ByteVector placeOrNothing(const std::optional<rxVotePlace>& place) {
-    return place ? stored(place->scale, place->rotationDegrees) : ByteVector();
+    return describe(rfWhyNot(run.matcher, run.data, params));
 }
 
 ByteVector bestPlace(const MatcherRun& run) {
     rxPointMatcherRunParams params = run.params;
     params.rotationUncertainty(rxAngleRange::FullRange());
-    return placeOrNothing(rfBestVotePlace(run.matcher, run.data, params));
+    return describe(rfBestVotePlace(run.matcher, run.data, params));
 }
 
 std::vector<FaultScenario> interruptible() {
@@ -260,21 +245,20 @@ std::vector<FaultScenario> uninterruptible() {
         table.outcome = [](const rxPointMatcher& matcher) { return describe(matcher); };
         all.push_back(table.named("Train" + nameOf(training)));
         all.push_back(askedOf(training, "Certainty", [](const MatcherRun& run) {
-            return stored(rfCertainty(run.matcher, run.data, run.params, run.found, 0).residuals);
+            return describe(rfCertainty(run.matcher, run.data, run.params, run.found, 0));
         }));
         all.push_back(askedOf(training, "DistinctInstances", [](const MatcherRun& run) {
             return stored(rfDistinctInstances(run.matcher, run.found));
         }));
         all.push_back(askedOf(training, "RunCost", [](const MatcherRun& run) {
-            return stored(rfRunCost(run.matcher, run.data, run.params).work);
+            return describe(rfRunCost(run.matcher, run.data, run.params));
         }));
     }
     all.push_back(askedOf(Training::eByVotes, "VoteImage", [](const MatcherRun& run) {
-        return stored(rfVoteImage(run.matcher, run.data, run.params, {1.0, 4.0}).votes);
+        return describe(rfVoteImage(run.matcher, run.data, run.params, {1.0, 4.0}));
     }));
     all.push_back(askedOf(Training::eByVotes, "NearestVotePlace", [](const MatcherRun& run) {
-        return placeOrNothing(
-            rfNearestVotePlace(run.matcher, run.data, run.params, poseAt(100, 50, 4)));
+        return describe(rfNearestVotePlace(run.matcher, run.data, run.params, poseAt(100, 50, 4)));
     }));
     return all;
 }
@@ -346,7 +330,7 @@ TEST_P(InterruptedWatchedRun, ListenerThatThrowsEndsItWhereverItIs) {
         run(watched, 0, [] {});
         EXPECT_EQ(describeOutcome(watched), outcome);
     }
-    if (isToReportPolls())
+    if (isReportAsked())
         std::printf("WatchedRun%-34s %6d times told\n", nameOf(GetParam()).c_str(), count);
 }
 
@@ -395,3 +379,5 @@ TEST(WatchedRunOfRefusedLimits, LeavesTheResults) {
 }
 
 }  // namespace
+
+}  // namespace ptmatch::testing
