@@ -26,7 +26,9 @@
 ///
 /// On random regular systems of up to 64 unknowns the residual |A x - b| of `lubksb` stayed within
 /// 1.2 * 2^-52 |A| |x| (largest row sum, largest components). What condition_estimate.h tells about
-/// a system has to be asked for.
+/// a system has to be asked for. Elements of any size are taken as long as products with a solution
+/// stay in the range of double; `gaussj` takes reciprocals of its pivots, which those below 6e-309
+/// do not have: what it leaves is then not a number.
 ///
 /// The results do not depend on the platform, the compiler or its options: every element undergoes
 /// the operations stated here, each rounded once, in the order stated here. The loops run over the

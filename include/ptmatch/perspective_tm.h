@@ -36,6 +36,9 @@
 ///   its sign within it), the inverse loses digits, too.
 /// - `a2bXform` knows the square from -5 to 5 alone: of the transform with p6 = 1e-4 it is 129
 ///   pixels off at a corner of such a plane, where the best affine transform is 27 off.
+/// - The normal equations hold products of four coordinates. Where coordinates are below 1e-76,
+///   these lose their digits: the parameters are then meaningless, or the fit throws. Beyond 1e76
+///   it throws.
 /// - A regular transform with p0 p4 = p1 p3 has no inverse of the eight-parameter form; the fitted
 ///   one is meaningless or has huge parameters, and nothing tells so.
 /// The functions of ptmatch/perspective_fit.h and ptmatch/affine_approximation.h have none of these

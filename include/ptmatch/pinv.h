@@ -23,6 +23,10 @@
 /// 0.2.) `rxLeastSquares` in least_squares.h errs by 2e-12, 8e-11 and 2e-8 on the same points, and
 /// tells the residual and the rank.
 ///
+/// Coefficients are squared: from 1e-150 to 1e150 they keep their digits. Smaller ones lose them
+/// and, below 1e-162, count as zero; where the sums of larger ones leave the range of double, as
+/// from 1e154 on, the solution is not a number.
+///
 /// A system that leaves an unknown open is reported only when the unknown never had a coefficient
 /// other than zero; otherwise the solution is large and meaningless.
 ///

@@ -85,7 +85,8 @@ struct RankedPose;
 /// Units and numbers. Lengths may be in any unit: a scene in another one has the same results in
 /// it, to the last bit where the units are a power of two apart. As squares of lengths are formed,
 /// that holds for patterns between 1e-150 and 1e150 large; beyond, a run finds what it can;
-/// where it finds nothing a search by votes says so by `BadParams`, an exhaustive one does not.
+/// where it finds nothing a search by votes says so by `BadParams`, an exhaustive one and one on a
+/// grid that is densely filled do not.
 /// Data points may lie anywhere; a search by votes refuses data that spread too far for its images.
 /// A capture range below 1e-162 counts as 0 and captures nothing. A range with its start above its
 /// end is allowed and holds nothing; one of angles may lie in any turn. (By votes, a reversed range

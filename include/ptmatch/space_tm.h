@@ -29,8 +29,9 @@
 /// The fits solve normal equations in plain doubles about the origin of space a. Of 5 or 30 exact
 /// pairs within 5 of an offset in all coordinates, the worst of 200 sets of each: without an offset
 /// the elements of the matrix are good to 7e-14 and the images to 2e-14; at 1,000, to 1e-8 and
-/// 5e-9; at 1e6, to 0.013 and 0.005. The functions of ptmatch/space_fit.h fit about the means and
-/// return the same class.
+/// 5e-9; at 1e6, to 0.013 and 0.005. The equations hold products of two coordinates: those of
+/// coordinates below 1e-153 lose their digits (at 1e-160, all but three), and beyond 1e152 the fit
+/// throws. The functions of ptmatch/space_fit.h fit about the means and return the same class.
 ///
 /// A plain value, also in what it accumulated. When memory runs out, the object is what it was, but
 /// for `fit(a, b)`. Const members may be called by any number of threads at once; mapping a point

@@ -23,27 +23,9 @@
 #include "support/allocation_meter.h"
 #include "support/archive_bytes.h"
 
-namespace {
+namespace ptmatch::testing {
 
-using ptmatch::testing::AllocationMeter;
-using ptmatch::testing::densePlate;
-using ptmatch::testing::EdgePlate;
-using ptmatch::testing::EdgeScene;
-using ptmatch::testing::exhaustiveScene;
-using ptmatch::testing::expectAsReference;
-using ptmatch::testing::expectScaledResults;
-using ptmatch::testing::foundIn;
-using ptmatch::testing::kDenormal;
-using ptmatch::testing::kEdgeInfinity;
-using ptmatch::testing::kEdgeNan;
-using ptmatch::testing::kLongMax;
-using ptmatch::testing::kLongMin;
-using ptmatch::testing::loaded;
-using ptmatch::testing::Points;
-using ptmatch::testing::saidBy;
-using ptmatch::testing::sparsePlate;
-using ptmatch::testing::stored;
-using ptmatch::testing::votedScene;
+namespace {
 
 rxAngleRange degrees(double start, double end) {
     return {rxDegree(start), rxDegree(end)};
@@ -131,9 +113,9 @@ TEST(EdgeRanges, ThoseThatAskForTooManyPosesAreRefusedByVotes) {
         {rxRange(0.0, 0.0), degrees(1e300, -1e300)},
     };
     for (const RefusedRange& ranges : refused) {
-        SCOPED_TRACE(testing::Message() << ranges.scale.start() << " to " << ranges.scale.end()
-                                        << ", " << rxDegree(ranges.rotation.start()).toDouble()
-                                        << " to " << rxDegree(ranges.rotation.end()).toDouble());
+        SCOPED_TRACE(::testing::Message() << ranges.scale.start() << " to " << ranges.scale.end()
+                                          << ", " << rxDegree(ranges.rotation.start()).toDouble()
+                                          << " to " << rxDegree(ranges.rotation.end()).toDouble());
         for (EdgeScene scene : {votedScene(), exhaustiveScene()}) {
             scene.params.scaleUncertainty(ranges.scale);
             scene.params.rotationUncertainty(ranges.rotation);
@@ -178,7 +160,7 @@ TEST(EdgeRanges, OfPlatesHoldWhatTheyHoldOrAreRefused) {
         {degrees(-15, 15), rxRange(-0.0, kDenormal), 0, ""},
     };
     for (const PlateCase& plateCase : cases) {
-        SCOPED_TRACE(testing::Message()
+        SCOPED_TRACE(::testing::Message()
                      << rxDegree(plateCase.rotation.start()).toDouble() << " to "
                      << rxDegree(plateCase.rotation.end()).toDouble() << ", scale "
                      << plateCase.scale.start() << " to " << plateCase.scale.end());
@@ -200,7 +182,7 @@ TEST(EdgeLengths, CaptureRangesOfAllSizesAreThoseOfThePlainReference) {
         scene.params.autoCaptureRange(false);
         for (const double range :
              {0.0, -0.0, kDenormal, 1e-300, 1e-160, 1e-3, 1e3, 1e154, 1e300, kEdgeInfinity}) {
-            SCOPED_TRACE(testing::Message() << scene.name << ", capture range " << range);
+            SCOPED_TRACE(::testing::Message() << scene.name << ", capture range " << range);
             scene.params.captureRange(range);
             rxPointMatcherResultSet found;
             expectAsReference(scene.matcher(), {}, scene.data, scene.params, found);
@@ -363,7 +345,7 @@ TEST(EdgeIntegers, ModesModelsAndFeatureTypesBeyondTheirEnumeratorsDoAsDocumente
 TEST(EdgeIntegers, PositionsAndOffsetsAtTheEndsGoThroughEveryRecord) {
     for (const long x : {kLongMin, kLongMin + 1, -1L, 0L, kLongMax - 1, kLongMax}) {
         for (const long y : {kLongMax, 0L, kLongMin}) {
-            SCOPED_TRACE(testing::Message() << x << ", " << y);
+            SCOPED_TRACE(::testing::Message() << x << ", " << y);
             EXPECT_EQ(loaded<rxPair<long>>(stored(rxPair<long>(x, y))), rxPair<long>(x, y));
             // A pattern of three positions at that place, none of them beyond.
             const long right = x > 0 ? x - 2 : x;
@@ -585,3 +567,5 @@ TEST(EdgeNumbers, SettingsOfACertaintyAtTheirEndsAreTakenOrRefused) {
 }
 
 }  // namespace
+
+}  // namespace ptmatch::testing

@@ -21,25 +21,9 @@
 
 // The unit of length is the caller's: a scene in other units has the results in other units, from
 // 1e-150 to 1e150 to the last bit where the units are a power of two apart. Beyond, runs say so.
-namespace {
+namespace ptmatch::testing {
 
-using ptmatch::testing::densePlate;
-using ptmatch::testing::EdgePlate;
-using ptmatch::testing::EdgeScene;
-using ptmatch::testing::exhaustiveScene;
-using ptmatch::testing::expectAsReference;
-using ptmatch::testing::expectScaledResults;
-using ptmatch::testing::foundIn;
-using ptmatch::testing::numbersOf;
-using ptmatch::testing::Points;
-using ptmatch::testing::saidBy;
-using ptmatch::testing::sameNumbers;
-using ptmatch::testing::scaledBy;
-using ptmatch::testing::scalingBy;
-using ptmatch::testing::sparsePlate;
-using ptmatch::testing::trainedOnPoints;
-using ptmatch::testing::UnitFactors;
-using ptmatch::testing::votedScene;
+namespace {
 
 // The patterns are 39 to 150 units large: 2^491 units are below 1e150, 2^-502 above 1e-150.
 const std::vector<int>& exponentsWithin() {
@@ -65,7 +49,7 @@ TEST(EdgeScales, PowersOfTwoScaleTheResultsOfPointsExactly) {
         ASSERT_FALSE(base.results().empty());
         ASSERT_EQ(base.results().front().coverage(), 1.0);
         for (const int exponent : exponentsWithin()) {
-            SCOPED_TRACE(testing::Message() << "2^" << exponent);
+            SCOPED_TRACE(::testing::Message() << "2^" << exponent);
             const double unit = std::ldexp(1.0, exponent);
             const auto matcher = trainedOnPoints(scaledBy(unit, scene.model), scene.mode);
             expectScaledResults(foundIn(scaledBy(unit, scene.data), matcher, scene.params), base,
@@ -82,7 +66,7 @@ TEST(EdgeScales, PowersOfTwoScaleTheResultsOfPlatesExactly) {
         ASSERT_EQ(base.results().size(), 1U);
         ASSERT_EQ(base.results().front().coverage(), 1.0);
         for (const int exponent : exponentsWithin()) {
-            SCOPED_TRACE(testing::Message() << "2^" << exponent);
+            SCOPED_TRACE(::testing::Message() << "2^" << exponent);
             const double unit = std::ldexp(1.0, exponent);
             const auto found =
                 foundIn(scaledBy(unit, plate.data()), plate.matcher(unit), EdgePlate::params());
@@ -124,7 +108,7 @@ TEST(EdgeScales, PowersOfTenFindTheSamePoints) {
 TEST(EdgeScales, NearTheEndsRunsAreStillThoseOfThePlainReference) {
     for (const EdgeScene& scene : {votedScene(), exhaustiveScene()}) {
         for (const double unit : {2e-151, 7e-150, 3e-99, 3e99, 1e147, 2e148}) {
-            SCOPED_TRACE(testing::Message() << scene.name << " in units of " << unit);
+            SCOPED_TRACE(::testing::Message() << scene.name << " in units of " << unit);
             const auto matcher = trainedOnPoints(scaledBy(unit, scene.model), scene.mode);
             rxPointMatcherResultSet found;
             expectAsReference(matcher, {}, scaledBy(unit, scene.data), scene.params, found);
@@ -141,7 +125,7 @@ TEST(EdgeScales, PointsWhoseSquaresLeaveTheRangeAreFoundRightOrRefused) {
         const bool isExhaustive = scene.mode == rxPointMatcherDefs::eExhaustiveMode;
         const std::string refusal = isExhaustive ? "" : kTooFarApart;
         for (const double unit : unitsBeyond()) {
-            SCOPED_TRACE(testing::Message() << scene.name << " in units of " << unit);
+            SCOPED_TRACE(::testing::Message() << scene.name << " in units of " << unit);
             const auto matcher = trainedOnPoints(scaledBy(unit, scene.model), scene.mode);
             rxPointMatcherResultSet found = base;
             const Points data = scaledBy(unit, scene.data);
@@ -164,7 +148,7 @@ TEST(EdgeScales, PointsWhoseSquaresLeaveTheRangeAreFoundRightOrRefused) {
 TEST(EdgeScales, WithTooFewDataToHoldItNoPatternIsRefused) {
     for (const EdgeScene& scene : {votedScene(), exhaustiveScene()}) {
         for (const double unit : {1e-200, 1e200}) {
-            SCOPED_TRACE(testing::Message() << scene.name << " in units of " << unit);
+            SCOPED_TRACE(::testing::Message() << scene.name << " in units of " << unit);
             const auto matcher = trainedOnPoints(scaledBy(unit, scene.model), scene.mode);
             EXPECT_TRUE(foundIn({}, matcher, scene.params).results().empty());
         }
@@ -213,7 +197,7 @@ TEST(EdgeScales, StartPoseCarriesThePatternThroughAllScales) {
         ASSERT_FALSE(base.results().empty());
         scene.params.scaleUncertainty(rxRange(-0.1, 0.1));
         for (const int exponent : exponentsWithin()) {
-            SCOPED_TRACE(testing::Message() << "2^" << exponent);
+            SCOPED_TRACE(::testing::Message() << "2^" << exponent);
             const double unit = std::ldexp(1.0, exponent);
             auto params = scene.params;
             params.startPose(scalingBy(unit));
@@ -282,7 +266,7 @@ TEST(EdgeScales, GridMapOfAnyUnitHasTheSamePositions) {
     rxPtToGridMapResult base;
     ASSERT_EQ(rfPtToGridMap(points, rxPtToGridMapRunParams({25, 0}, {0, 25}), base), 24);
     for (const int exponent : exponentsWithin()) {
-        SCOPED_TRACE(testing::Message() << "2^" << exponent);
+        SCOPED_TRACE(::testing::Message() << "2^" << exponent);
         const double unit = std::ldexp(1.0, exponent);
         rxPtToGridMapResult result;
         rfPtToGridMap(scaledBy(unit, points),
@@ -339,7 +323,7 @@ TEST(EdgeScales, WhatIsSaidOfAResultScalesWithIt) {
     const auto votePlace = rfBestVotePlace(matcher, scene.data, scene.params);
     ASSERT_TRUE(votePlace);
     for (const int exponent : exponentsWithin()) {
-        SCOPED_TRACE(testing::Message() << "2^" << exponent);
+        SCOPED_TRACE(::testing::Message() << "2^" << exponent);
         const double unit = std::ldexp(1.0, exponent);
         const Points data = scaledBy(unit, scene.data);
         const auto scaledMatcher = trainedOnPoints(scaledBy(unit, scene.model));
@@ -382,3 +366,5 @@ TEST(EdgeScales, WhatIsSaidOfAResultScalesWithIt) {
 }
 
 }  // namespace
+
+}  // namespace ptmatch::testing

@@ -24,21 +24,9 @@
 
 // Nothing, one, two, and the sizes about which 16 bits end: what the headers say of memory is
 // counted, not timed.
-namespace {
+namespace ptmatch::testing {
 
-using ptmatch::testing::AllocationMeter;
-using ptmatch::testing::densePlate;
-using ptmatch::testing::EdgePlate;
-using ptmatch::testing::EdgeScene;
-using ptmatch::testing::exhaustiveScene;
-using ptmatch::testing::expectAsReference;
-using ptmatch::testing::foundIn;
-using ptmatch::testing::loaded;
-using ptmatch::testing::Points;
-using ptmatch::testing::saidBy;
-using ptmatch::testing::sparsePlate;
-using ptmatch::testing::stored;
-using ptmatch::testing::votedScene;
+namespace {
 
 constexpr long kSide = 256;
 constexpr std::size_t kSizes[] = {65535, 65536};
@@ -59,7 +47,7 @@ TEST(EdgeSizes, FewDataAreSearchedInEveryMode) {
         const Points all = scene.data;
         scene.params.minCoverage(0.0);
         for (const std::size_t size : {0U, 1U, 2U, 3U}) {
-            SCOPED_TRACE(testing::Message() << scene.name << ", " << size << " data points");
+            SCOPED_TRACE(::testing::Message() << scene.name << ", " << size << " data points");
             scene.data.assign(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(size));
             rxPointMatcherResultSet found;
             expectAsReference(scene.matcher(), {}, scene.data, scene.params, found);
@@ -76,7 +64,7 @@ TEST(EdgeSizes, FewDataAreSearchedInEveryMode) {
     }
     for (const EdgePlate& plate : {densePlate(), sparsePlate()}) {
         for (const std::size_t size : {0U, 1U, 2U}) {
-            SCOPED_TRACE(testing::Message() << plate.name << ", " << size << " data points");
+            SCOPED_TRACE(::testing::Message() << plate.name << ", " << size << " data points");
             Points data = plate.data();
             data.resize(size);
             EXPECT_TRUE(foundIn(data, plate.matcher(), EdgePlate::params()).results().empty());
@@ -112,8 +100,8 @@ TEST(EdgeSizes, ModelsAroundTheEndOf16BitsTakeTheMemoryStated) {
             EXPECT_LE(meter.total(), 4096 + 150 * size);
         }
         // However the points lie.
-        for (const Points& other : {ptmatch::testing::Randoms(3).uniformPoints(size, 1e6),
-                                    Points(size, rxVector<2>(3, 4))}) {
+        for (const Points& other :
+             {Randoms(3).uniformPoints(size, 1e6), Points(size, rxVector<2>(3, 4))}) {
             rxPointMatcher another;
             const AllocationMeter meter;
             another.train(other, rxPointMatcherDefs::eExhaustiveMode);
@@ -211,7 +199,7 @@ TEST(EdgeSizes, ModelsAroundTheEndOf16BitsAreFoundInFewData) {
         SCOPED_TRACE(size);
         // The ten lie about the middle of the others, which is looked for among the data.
         Points model = manyPoints(size);
-        const Points ten = ptmatch::testing::tenPoints();
+        const Points ten = tenPoints();
         rxVector<2> middle;
         for (const rxVector<2>& p : ten) middle = middle + rxVector<2>(p.x() / 10, p.y() / 10);
         for (std::size_t i = 0; i < 10; ++i) {
@@ -261,6 +249,76 @@ TEST(EdgeSizes, PlatesAroundTheEndOf16BitsAreFoundWhole) {
     }
 }
 
+TEST(EdgeSizes, SparsePlatesAreFoundAmongDataAroundTheEndOf16Bits) {
+    Randoms randoms(5);
+    Picture picture(60, std::string(60, '.'));
+    for (int i = 0; i < 60; ++i) {
+        const auto row = static_cast<std::size_t>(randoms.uniform(0, 60));
+        picture[row][static_cast<std::size_t>(randoms.uniform(0, 60))] = '#';
+    }
+    const rxXform<2> grid = gridOf({10, 0}, {0, 10});
+    rxPointMatcher matcher;
+    matcher.train(imageOf(picture, grid));
+    const rxPair<long> place(150, 100);
+    for (const std::size_t size : kSizes) {
+        SCOPED_TRACE(size);
+        // Three of four nodes of a plate that is larger than the pattern, and all of the pattern's.
+        Points data;
+        std::vector<long> expected;
+        for (long y = 0; data.size() < size; ++y) {
+            for (long x = 0; x < 320 && data.size() < size; ++x) {
+                const rxPair<long> inPattern = rxPair<long>(x, y) - place;
+                const bool isInside = inPattern.x() >= 0 && inPattern.x() < 60 &&
+                                      inPattern.y() >= 0 && inPattern.y() < 60;
+                const bool isDot = isInside && picture[static_cast<std::size_t>(inPattern.y())]
+                                                      [static_cast<std::size_t>(inPattern.x())] ==
+                                                   '#';
+                if (isDot) expected.push_back(static_cast<long>(data.size()));
+                if (isDot || randoms.uniform(0, 1) < 0.75)
+                    data.push_back(grid * rxPair<long>(x, y));
+            }
+        }
+        rxPointMatcherResultSet found;
+        const AllocationMeter meter;
+        matcher.run(data, EdgePlate::params(), found);
+        EXPECT_LE(meter.total(), (1U << 20U) + 1000U * size);
+        ASSERT_EQ(found.results().size(), 1U);
+        EXPECT_EQ(found.results()[0].coverage(), 1.0);
+        std::vector<long> taken;
+        for (const rxPair<long>& dot : positionsOf(picture)) {
+            taken.push_back(found.results()[0].gridToDataMap(dot));
+        }
+        EXPECT_EQ(taken, expected);
+    }
+}
+
+TEST(EdgeSizes, SparsePlatesWithDotsAroundTheEndOf16BitsTakeTheMemoryStated) {
+    for (const std::size_t size : kSizes) {
+        SCOPED_TRACE(size);
+        rxPelBuffer<unsigned char> plate(8 * kSide, 8 * kSide, 32);
+        for (std::size_t i = 0; i < size; ++i) {
+            const auto dot = static_cast<long>(i);
+            plate.put(8 * (dot % kSide), 8 * (dot / kSide), 1);
+        }
+        plate.clientFromImageXform(gridOf({10, 0}, {0, 10}));
+        rxPointMatcher matcher;
+        {
+            const AllocationMeter meter;
+            matcher.train(plate);
+            EXPECT_LE(meter.total(), (8U << 20U) + 500U * size);
+        }
+        const auto record = stored(matcher);
+        EXPECT_EQ(stored(loaded<rxPointMatcher>(record)), record);
+        // Nine of so many are no plate.
+        const AllocationMeter meter;
+        EXPECT_TRUE(foundIn(dotsOf({"###", "###", "###"}, gridOf({10, 0}, {0, 10})), matcher,
+                            EdgePlate::params())
+                        .results()
+                        .empty());
+        EXPECT_LE(meter.total(), (8U << 20U) + 500U * size);
+    }
+}
+
 TEST(EdgeSizes, ExhaustiveSearchOfManyPointsIsToldBeforehandAndOneIsNoPair) {
     const EdgeScene scene = exhaustiveScene();
     for (const std::size_t size : kSizes) {
@@ -293,3 +351,5 @@ TEST(EdgeSizes, MatricesAndImagesAreAsLargeAsTheirElements) {
 }
 
 }  // namespace
+
+}  // namespace ptmatch::testing
