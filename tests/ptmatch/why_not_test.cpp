@@ -52,6 +52,36 @@ TEST(WhyNot, ReturnsAsManyAsTheRun) {
     EXPECT_LT(numEmpty, 55);
 }
 
+// Where weights below zero take from a candidate all that the others give, it is one all the same.
+TEST(WhyNot, ReturnsAsManyAsTheRunWithThoseThatCountForNothing) {
+    int numWorthless = 0;
+    for (unsigned seed = 1; seed <= 150; ++seed) {
+        SCOPED_TRACE(seed);
+        Randoms random(seed);
+        const Points model = random.uniformPoints(7, 30);
+        std::vector<long> weights = {1, 1};
+        while (weights.size() < model.size()) {
+            weights.push_back(static_cast<long>(random.uniform(-4, 5)));
+        }
+        Points data = random.uniformPoints(3, 30);
+        for (const rxVector<2>& p : model) {
+            if (random.uniform(0, 1) < 0.6) data.push_back(p);
+        }
+        rxPointMatcher matcher;
+        matcher.train(model, weights, rxPointMatcherDefs::eAutoDetect);
+        rxPointMatcherRunParams params(0.0);
+        params.rotationUncertainty(rxAngleRange(rxDegree(-3), rxDegree(3)));
+        params.maxNumResults(100);
+        const rxPointMatcherResultSet found = foundIn(data, matcher, params);
+        for (const rxPointMatcherResult& result : found.results()) {
+            if (result.coverage() == 0.0) ++numWorthless;
+        }
+        EXPECT_EQ(rfWhyNot(matcher, data, params).numReturned,
+                  static_cast<long>(found.results().size()));
+    }
+    EXPECT_GT(numWorthless, 3);
+}
+
 TEST(WhyNot, TheCoverageIsTooLow) {
     const rxPointMatcher matcher = trainedOnPoints(tenPoints());
     Points data = mapped(poseAt(100, 50, 5), tenPoints());
