@@ -6,7 +6,9 @@
 #   scripts/check_determinism.sh                  in a folder of its own, which goes afterwards
 #   scripts/check_determinism.sh FOLDER [WAY]...  there, where builds stay; only the ways named
 #
-# Exit code: 0 if all digests are equal to those in tests/determinism/digests.txt.
+# Exit code: 0 if something was compared, and all digests are equal to those in tests/determinism/digests.txt.
+# Where the sines and logarithms of the system are others than there, give digests of its own:
+# ptmatch_digest > FILE, of any build, and DIGESTS=FILE.
 # Compilers: CXX_COMPILERS="g++ clang++" or what that variable says. Takes about half an hour of one core.
 set -euo pipefail
 source=$(cd "$(dirname "$0")/.." && pwd)
@@ -20,8 +22,9 @@ else
 fi
 wanted=$*
 compilers=${CXX_COMPILERS:-g++ clang++}
-expected=$source/tests/determinism/digests.txt
+expected=${DIGESTS:-$source/tests/determinism/digests.txt}
 failures=0
+comparisons=0
 
 # compare WAY PROGRAM: with each kernel; a kernel that this machine does not run is passed over.
 compare() {
@@ -30,7 +33,10 @@ compare() {
         code=0
         output=$(PTMATCH_KERNEL=$kernel "$2" "$expected" 2>&1) || code=$?
         case $code in
-        0) printf '%-28s %-9s %s\n' "$1" "$kernel" "$(tail -n1 <<<"$output")" ;;
+        0)
+            printf '%-28s %-9s %s\n' "$1" "$kernel" "$(tail -n1 <<<"$output")"
+            comparisons=$((comparisons + 1))
+            ;;
         77) printf '%-28s %-9s passed over: %s\n' "$1" "$kernel" "$(head -n1 <<<"$output")" ;;
         *)
             printf '%-28s %-9s DIFFERS\n%s\n' "$1" "$kernel" "$output"
@@ -71,8 +77,12 @@ check O3-native "-O3 -DNDEBUG -march=native"
 if grep -qw fma /proc/cpuinfo 2>/dev/null; then check O2-avx2-fma "-O2 -DNDEBUG -mavx2 -mfma"; fi
 check O0-sanitized "-O0 -g1" -DPTMATCH_SANITIZE=ON
 
-if [ "$failures" -gt 0 ]; then
-    echo "$failures of the builds differ or cannot be built" >&2
+if [ "$comparisons" -eq 0 ]; then
+    echo "nothing was compared: no such way, compiler or kernel" >&2
     exit 1
 fi
-echo "all equal"
+if [ "$failures" -gt 0 ]; then
+    echo "$failures of the builds differ, cannot be compared or cannot be built" >&2
+    exit 1
+fi
+echo "all $comparisons equal"
