@@ -16,6 +16,10 @@ add_library(ptmatch_sanitizers INTERFACE)
 if(PTMATCH_SANITIZE AND PTMATCH_SANITIZE_THREADS)
   message(FATAL_ERROR "PTMATCH_SANITIZE and PTMATCH_SANITIZE_THREADS exclude each other")
 endif()
+if(PTMATCH_SANITIZE_INTEGERS AND NOT (PTMATCH_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang"))
+  message(FATAL_ERROR "PTMATCH_SANITIZE_INTEGERS needs PTMATCH_SANITIZE, and Clang; "
+    "the compiler is ${CMAKE_CXX_COMPILER_ID}")
+endif()
 if(PTMATCH_SANITIZE_THREADS)
   target_compile_options(ptmatch_sanitizers INTERFACE -fsanitize=thread -fno-omit-frame-pointer
     $<$<CXX_COMPILER_ID:Clang>:-Wno-pass-failed>)
@@ -24,6 +28,11 @@ endif()
 if(PTMATCH_SANITIZE)
   set(sanitizer_flags -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all
       -fno-omit-frame-pointer)
+  if(PTMATCH_SANITIZE_INTEGERS)
+    # Words of bits are joined by shifts to the left, which drop bits on purpose: of these no check.
+    list(APPEND sanitizer_flags -fsanitize=integer -fno-sanitize=unsigned-shift-base
+      -fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/integer_checks.ignore)
+  endif()
   # Clang warns of loops that were asked to vectorise and, instrumented, do not.
   target_compile_options(ptmatch_sanitizers INTERFACE ${sanitizer_flags}
     $<$<CXX_COMPILER_ID:Clang>:-Wno-pass-failed>)
