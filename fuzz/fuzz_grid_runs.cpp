@@ -1,6 +1,6 @@
-// Promise: a pattern image of any transform trains or is refused; a run on any points is refused
-// with a documented exception and empty results, or gives what the plain reference gives, to the
-// last bit.
+// Promise: a small pattern image, of a transform of moderate numbers, trains or is refused; a run
+// on points of moderate coordinates is refused with a documented exception and empty results, or
+// gives what the plain reference gives, to the last bit.
 #include <algorithm>
 #include <cmath>
 #include <cstdint>

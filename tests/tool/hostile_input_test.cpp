@@ -42,6 +42,7 @@ using testing::StartsWith;
 constexpr const char* kHostileModel = PTMATCH_DATA_DIR "/demo_pick/model.csv";
 constexpr const char* kHostileData = PTMATCH_DATA_DIR "/demo_pick/data.csv";
 constexpr const char* kHostilePattern = PTMATCH_DATA_DIR "/dots_staggered/pattern.txt";
+constexpr const char* kHostilePairs = PTMATCH_DATA_DIR "/oblique_plate/pairs.csv";
 constexpr const char* kHostileDots = PTMATCH_DATA_DIR "/dots_staggered/data.csv";
 
 using Words = std::vector<std::string>;
@@ -53,9 +54,19 @@ std::vector<Words> readersOf(const std::string& file) {
             {"match", "--model", kHostileModel, "--data", kHostileData, "--svg", "out.svg",
              "--background", file},
             {"grid-map", "--data", file, "--csv", "out.csv"},
+            {"grid-map", "--data", kHostileDots, "--svg", "out.svg", "--background", file},
             {"grid-match", "--pattern", file, "--data", kHostileDots},
+            {"grid-match", "--pattern", kHostilePattern, "--data", file},
+            {"grid-match", "--pattern", kHostilePattern, "--data", kHostileDots, "--svg", "out.svg",
+             "--background", file},
             {"explain", "--model", file, "--data", kHostileData},
+            {"explain", "--model", kHostileModel, "--data", file},
+            {"explain", "--pattern", file, "--data", kHostileDots},
+            {"explain", "--model", kHostileModel, "--data", kHostileData, "--svg", "out.svg",
+             "--background", file},
             {"fit", "--model", "affine", "--pairs", file, "--csv", "out.csv"},
+            {"fit", "--model", "affine", "--pairs", kHostilePairs, "--svg", "out.svg",
+             "--background", file},
             {"train", "--model", file, "--out", "out.ptm"},
             {"train", "--pattern", file, "--out", "out.ptm"},
             {"info", file}};
