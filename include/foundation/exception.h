@@ -12,9 +12,11 @@
 /// have no answer. Also a std::exception; what() gives the message. Those of the matcher and of
 /// computations end with a line feed.
 ///
-/// What else may come: the standard library's own (std::bad_alloc, and std::out_of_range where a
-/// sequence is too short), and some empty classes without a base, which a catch of std::exception
-/// does not see: NotSquareMatrix and SingularMatrix of rxMatrixExt, BadArgs of the transforms.
+/// What else may come: the standard library's own (std::bad_alloc; std::out_of_range where a
+/// sequence is too short or an index too large, std::length_error where a size is negative or too
+/// large, std::invalid_argument where an argument is another one itself), and some empty classes
+/// without a base, which a catch of std::exception does not see: NotSquareMatrix and SingularMatrix
+/// of rxMatrixExt, BadArgs of the transforms.
 class PTMATCH_EXPORT rxException : public rxPersistent, public std::exception {
   public:
     ~rxException() override;

@@ -22,6 +22,8 @@ struct PTMATCH_EXPORT rxVotePlace {
 /// moved, seen from the start pose. Its vote is the number (with weights: the sum of the weights,
 /// as they vote) of the model points that fall on the mark of a data point. A mark is the cell of a
 /// data point with its eight neighbours, so a point of a true match votes for 3 x 3 translations.
+///
+/// Plain members: an assignment that runs out of memory may leave some of them new.
 struct PTMATCH_EXPORT rxVoteImage {
     rxVotePlace place;  ///< where the votes were counted
     long width = 0;     ///< translations in x; 0 when the run returns without a search

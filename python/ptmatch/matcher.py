@@ -302,7 +302,8 @@ class Matcher(Trained):
 
         found, data: what match returned for these data; 10 results or more tell the margin.
         index: of the match in found.
-        point_sigma: standard deviation of a coordinate of a data point; 0: from the residuals.
+        point_sigma: standard deviation of a coordinate of a data point, 1e-150 to 1e150; 0: from the
+            residuals.
         min_pose_distance: poses further apart are different, data units; 0: from the model.
         data_area: area over which the data are scattered; 0: of their bounding box.
         """

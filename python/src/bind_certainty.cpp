@@ -59,8 +59,8 @@ void bindPoseCovariance(py::module_& m) {
         py::arg("dataFromModel"), py::arg("model"), py::arg("data"), py::arg("dof").noconvert(),
         py::arg("sigma") = 0.0,
         "The covariance of a pose fitted by least squares to the pairs (model[i], data[i]); dof 3 "
-        "rigid, 4 similarity, 6 affine; sigma 0 is estimated from the residuals. Raises BadParams, "
-        "MathError.");
+        "rigid, 4 similarity, 6 affine; sigma, 1e-150 to 1e150, or 0 to estimate it from the "
+        "residuals. Raises BadParams, MathError.");
 }
 
 void bindSettings(py::module_& m) {
