@@ -28,11 +28,15 @@ void solveTransposed(const rxMatrixExt& decomposed, std::span<const long> index,
         b[i] /= row[i];
         for (std::size_t k = i + 1; k < n; ++k) b[k] -= row[k] * b[i];
     }
-    for (std::size_t i = n; i-- > 0;) {
+    for (std::size_t i = n; i > 0;) {
+        --i;
         const double* const row = decomposed.pointToRow(static_cast<long>(i));
         for (std::size_t k = 0; k < i; ++k) b[k] -= row[k] * b[i];
     }
-    for (std::size_t i = n; i-- > 0;) std::swap(b[i], b[static_cast<std::size_t>(index[i])]);
+    for (std::size_t i = n; i > 0;) {
+        --i;
+        std::swap(b[i], b[static_cast<std::size_t>(index[i])]);
+    }
 }
 
 // A lower bound of the 1-norm of the inverse: climbs from corner to corner of the unit ball of the

@@ -68,7 +68,8 @@ void solveLower(const double* a, std::span<const long> index, std::span<double> 
 // U x = y. Each sum begins with the unknown that was found last: nothing can be done in advance.
 void solveUpper(const double* a, std::span<double> b) {
     const std::size_t n = b.size();
-    for (std::size_t i = n; i-- > 0;) {
+    for (std::size_t i = n; i > 0;) {
+        --i;
         double sum = b[i];
         for (std::size_t k = i + 1; k < n; ++k) sum -= a[i * n + k] * b[k];
         b[i] = sum / a[i * n + i];

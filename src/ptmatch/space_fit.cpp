@@ -253,7 +253,8 @@ rx3PtMatchTm rfFitAffine3D(std::span<const rxVector<3>> a, std::span<const rxVec
     }
     Matrix m;
     for (std::size_t row = 0; row < 3; ++row) {
-        for (std::size_t k = 3; k-- > 0;) {
+        for (std::size_t k = 3; k > 0;) {
+            --k;
             double sum = r[k][3 + row];
             for (std::size_t j = k + 1; j < 3; ++j) sum -= r[k][j] * m[row][j];
             m[row][k] = sum / r[k][k];

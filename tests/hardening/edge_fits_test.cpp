@@ -329,7 +329,7 @@ constexpr double kEquationUnits[] = {kDenormal, 1e-320, 1e-316, 1e-312, 1e-309, 
 /// What is left of the digits of numbers of a few units, when the least steps are those of
 /// denormals.
 double toleranceInUnits(double unit) {
-    return 1e-12 + 0.25 * kDenormal / unit;
+    return 1e-12 + kDenormal / (4.0 * unit);
 }
 
 TEST(EdgeEquations, CoefficientsOfAllSizesAreSolvedWithTheDigitsTheyHaveOrRefused) {

@@ -35,10 +35,9 @@ std::size_t TileCounts::around(std::size_t x, std::size_t y, std::size_t width,
     const std::size_t top = std::min(y / kBitBlockRows, rows_);
     const std::size_t bottom = std::min((y + height + kBitBlockRows - 1) / kBitBlockRows, rows_);
     const auto sum = [&](std::size_t column, std::size_t row) {
-        return sums_[row * (columns_ + 1) + column];
+        return std::size_t{sums_[row * (columns_ + 1) + column]};
     };
-    // Modulo 2^32 on the way, but the result is a count.
-    return sum(right, bottom) - sum(left, bottom) - sum(right, top) + sum(left, top);
+    return (sum(right, bottom) + sum(left, top)) - (sum(left, bottom) + sum(right, top));
 }
 
 }  // namespace ptmatch::detail

@@ -32,7 +32,8 @@ std::vector<SortedPoint> sortedByCell(std::span<const rxVector<2>> points, doubl
 
     std::vector<SortedPoint> sorted;
     sorted.reserve(points.size());
-    for (std::size_t k = points.size(); k-- > 0;) {
+    for (std::size_t k = points.size(); k > 0;) {
+        --k;
         const std::int32_t bx = cellOf(points[k].x() - box.minX, reciprocal);
         const std::int32_t by = cellOf(points[k].y() - box.minY, reciprocal);
         sorted.push_back(
