@@ -30,6 +30,7 @@ struct PTMATCH_EXPORT rxNextPose {
 };
 
 /// How sure a result is.
+///
 /// Plain members: an assignment that runs out of memory may leave some of them new.
 struct PTMATCH_EXPORT rxCertainty {
     /// Which model point is matched to which data point.

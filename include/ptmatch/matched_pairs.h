@@ -7,6 +7,7 @@
 #include "ptmatch/ppmatch.h"
 
 /// The matched points of a result, side by side: pair k is model[k] and data[k].
+///
 /// Plain members: an assignment that runs out of memory may leave some of them new.
 struct PTMATCH_EXPORT rxMatchedPairs {
     /// In the coordinates that `modelToDataXform()` of the result starts from.

@@ -114,23 +114,31 @@ bool run(std::uint64_t wanted) {
     return true;
 }
 
-}  // namespace
-
-// Replaced to count what is alive; the sizes are those that the allocator gave.
-void* operator new(std::size_t size) {
-    void* block = std::malloc(size == 0 ? 1 : size);
-    if (block == nullptr) throw std::bad_alloc();
+void* counted(void* block) {
+    if (block == nullptr) return nullptr;
     liveBytes += static_cast<long>(malloc_usable_size(block));
     ++liveBlocks;
     return block;
 }
 
+}  // namespace
+
+// Replaced to count what is alive; the sizes are those that the allocator gave. The one that
+// returns null, too: a sanitizer has another one of its own, whose blocks are not to be freed here.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return counted(std::malloc(size == 0 ? 1 : size));
+}
+
+void* operator new(std::size_t size) {
+    void* block = ::operator new(size, std::nothrow);
+    if (block == nullptr) throw std::bad_alloc();
+    return block;
+}
+
 void* operator new(std::size_t size, std::align_val_t alignment) {
     const auto unit = static_cast<std::size_t>(alignment);
-    void* block = std::aligned_alloc(unit, (size + unit - 1) / unit * unit);
+    void* block = counted(std::aligned_alloc(unit, (size + unit - 1) / unit * unit));
     if (block == nullptr) throw std::bad_alloc();
-    liveBytes += static_cast<long>(malloc_usable_size(block));
-    ++liveBlocks;
     return block;
 }
 

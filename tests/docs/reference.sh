@@ -42,7 +42,7 @@ fault() {
     sed "$2" "$SOURCE/include/$1" >"$faulty/include/$1"
     ! cmp -s "$SOURCE/include/$1" "$faulty/include/$1" || fail "no fault in $1: $2"
 }
-fault ptmatch/matched_pairs.h '/^\/\/\/ The matched points of a result/d'
+fault ptmatch/matched_pairs.h '/^\/\/\/ The matched points of a result/,/^\/\/\/ Plain members/d'
 fault ptmatch/score_hashing.h '/The positions held/d'
 fault ptmatch/refit.h '/^\/\/\/ @param result/d'
 fault ptmatch/run_cost.h 's/^\/\/\/ The size of a run/\/\/\/ @ref nowhere/'
