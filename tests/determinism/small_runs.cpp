@@ -69,34 +69,32 @@ std::vector<long> weights(Numbers& numbers, std::size_t count) {
     return all;
 }
 
-void searchByVotes(std::uint64_t seed, Digest& digest) {
-    Numbers numbers(seed);
-    const Points model = numbers.points(numbers.integer(3, 6), 10.0);
-    const Points data = scene(numbers, model, anyPose(numbers, 0.1, 0.95, 1.05, 20.0));
+/// Trained with weights or without, run on the data with any settings.
+void matchPoints(std::uint64_t seed, Digest& digest, Numbers& numbers, const Points& model,
+                 const Points& data, Defs::Mode mode) {
     rxPointMatcher matcher;
     if (numbers.oneOf(2)) {
-        matcher.train(model, Defs::eAutoDetect);
+        matcher.train(model, mode);
     } else {
-        matcher.train(model, weights(numbers, model.size()), Defs::eAutoDetect);
+        matcher.train(model, weights(numbers, model.size()), mode);
     }
     rxPointMatcherResultSet found;
     orRefusal(digest, [&] { matcher.run(data, anySettings(seed), found); });
     add(digest, found);
 }
 
+void searchByVotes(std::uint64_t seed, Digest& digest) {
+    Numbers numbers(seed);
+    const Points model = numbers.points(numbers.integer(3, 6), 10.0);
+    const Points data = scene(numbers, model, anyPose(numbers, 0.1, 0.95, 1.05, 20.0));
+    matchPoints(seed, digest, numbers, model, data, Defs::eAutoDetect);
+}
+
 void tryAllAssignments(std::uint64_t seed, Digest& digest) {
     Numbers numbers(seed);
     const Points model = numbers.points(3, 10.0);
     const Points data = scene(numbers, model, anyPose(numbers, 0.5, 0.9, 1.1, 20.0));
-    rxPointMatcher matcher;
-    if (numbers.oneOf(2)) {
-        matcher.train(model, Defs::eExhaustiveMode);
-    } else {
-        matcher.train(model, weights(numbers, model.size()), Defs::eExhaustiveMode);
-    }
-    rxPointMatcherResultSet found;
-    orRefusal(digest, [&] { matcher.run(data, anySettings(seed), found); });
-    add(digest, found);
+    matchPoints(seed, digest, numbers, model, data, Defs::eExhaustiveMode);
 }
 
 /// Dots on a grid of columns by rows, of which one in so many is missing.
