@@ -12,6 +12,10 @@
 # Compilers: CXX_COMPILERS="g++ clang++" or what that variable says. Takes about half an hour of one core.
 set -euo pipefail
 source=$(cd "$(dirname "$0")/.." && pwd)
+if [ "${1-}" = --help ] || [ "${1-}" = -h ]; then
+    sed -n '2,/^set/{/^#/s/^# \{0,1\}//p}' "$0"
+    exit
+fi
 if [ $# -gt 0 ]; then
     folder=$1
     shift

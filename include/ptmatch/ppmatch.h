@@ -227,7 +227,7 @@ class PTMATCH_EXPORT rxPointMatcher {
     /// over the data's positions times its points; each result takes a pass over the data and an
     /// image of the pattern's size, 8 bytes per position.
     ///
-    /// Memory: of a search by votes, at most 2 GiB for its images (`rfRunCost` tells how much),
+    /// Memory: of a search by votes, at most 2 GiB for its images (`rfRunCost` tells the least),
     /// 100 bytes per data point and 400 per model point; of an exhaustive one, 64 MiB, 200 bytes
     /// per point of the larger set and some times as much of the smaller one; in grid mode 500
     /// bytes per data point, and the images. Results take the memory of those found, however many

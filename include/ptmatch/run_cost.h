@@ -19,12 +19,14 @@ struct PTMATCH_EXPORT rxRunCost {
     std::int64_t numScales = 0;         ///< that are tried
     std::int64_t numLatticePoints = 0;  ///< pairs of a scale and a rotation; up to 2^31
     std::int64_t numTranslations = 0;   ///< tried at each of them, together
-    double imageBytes = 0.0;            ///< of the images of the search
+    /// Of the images of the search without those of tiles, which it adds where they save time: up
+    /// to six times as much was measured. Together they never take more than 2 GiB.
+    double imageBytes = 0.0;
 
     /// The work: votes to count (lattice points times translations times model points), or, of
     /// exhaustive runs, assignments of at least two pairs. 0 when the run returns without a search,
-    /// and in the grid mode of dense patterns, whose time is that of a pass over the data as a
-    /// rule.
+    /// and in the grid mode of dense patterns: that takes milliseconds as a rule, but seconds when
+    /// data of thousands of points meet a pattern of 500 x 500 with a coverage far below 0.01.
     double work = 0.0;
 };
 
