@@ -298,6 +298,7 @@ TEST(EdgeSizes, SparsePlatesWithDotsAroundTheEndOf16BitsTakeTheMemoryStated) {
     for (const std::size_t size : kSizes) {
         SCOPED_TRACE(size);
         rxPelBuffer<unsigned char> plate(8 * kSide, 8 * kSide, 32);
+        rfPelClear(plate);
         for (std::size_t i = 0; i < size; ++i) {
             const auto dot = static_cast<long>(i);
             plate.put(8 * (dot % kSide), 8 * (dot / kSide), 1);
